@@ -1,0 +1,20 @@
+# What every target of the project is compiled with, and how a folder becomes a library.
+
+add_library(kvex_options INTERFACE)
+# Contraction off: a fused multiply-add rounds differently, and results must be the same on every machine.
+target_compile_options(kvex_options INTERFACE -ffp-contract=off -Wall -Wextra -Wshadow=local -Wnon-virtual-dtor -Werror)
+if(KVEX_SANITIZERS)
+  target_compile_options(kvex_options INTERFACE -fsanitize=${KVEX_SANITIZERS} -fno-sanitize-recover=all
+                                                -fno-omit-frame-pointer)
+  target_link_options(kvex_options INTERFACE -fsanitize=${KVEX_SANITIZERS})
+endif()
+
+# kvex_folder(NAME [DEPENDS target...]): the static library kvex_NAME of all sources in this folder.
+# Its headers are seen by whoever links it, and it sees no other headers than those of what it links.
+function(kvex_folder name)
+  cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  add_library(kvex_${name} STATIC ${sources})
+  target_include_directories(kvex_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(kvex_${name} PUBLIC kvex_options ${ARG_DEPENDS})
+endfunction()

@@ -1,0 +1,147 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <tuple>
+#include <type_traits>
+
+namespace Kvex::Lib {
+
+/// The code of a value's type. The numbers are those of listings and samples; their printed names are in
+/// `kValueTypeNames` (Enumerations.h).
+enum class ValueType : std::uint8_t {
+  None = 0,
+  Bool = 1,
+  Char = 2,
+  Float = 3,
+  Double = 4,
+  UInt8 = 5,
+  UInt16 = 6,
+  UInt32 = 7,
+  UInt64 = 8,
+  Int8 = 9,
+  Int16 = 10,
+  Int32 = 11,
+  Int64 = 12,
+  Unknown = 13,
+};
+
+template <class... Ts>
+struct TypeList {};
+
+/// The eleven types that a signal's value can have, in run order: the order in which tables are listed, names are
+/// searched and columns are kept. This is the one list of them.
+using SignalTypes = TypeList<float, double, bool, std::int8_t, std::int16_t, std::int32_t, std::int64_t, std::uint8_t,
+                             std::uint16_t, std::uint32_t, std::uint64_t>;
+
+/// Stands for a type as an argument of a visitor: `[](auto tag) { using T = typename decltype(tag)::Type; }`.
+template <class T>
+struct TypeTag {
+  using Type = T;
+};
+
+namespace Detail {
+
+template <class T>
+struct CodeOf;
+// clang-format off
+template <> struct CodeOf<bool> : std::integral_constant<ValueType, ValueType::Bool> {};
+template <> struct CodeOf<float> : std::integral_constant<ValueType, ValueType::Float> {};
+template <> struct CodeOf<double> : std::integral_constant<ValueType, ValueType::Double> {};
+template <> struct CodeOf<std::uint8_t> : std::integral_constant<ValueType, ValueType::UInt8> {};
+template <> struct CodeOf<std::uint16_t> : std::integral_constant<ValueType, ValueType::UInt16> {};
+template <> struct CodeOf<std::uint32_t> : std::integral_constant<ValueType, ValueType::UInt32> {};
+template <> struct CodeOf<std::uint64_t> : std::integral_constant<ValueType, ValueType::UInt64> {};
+template <> struct CodeOf<std::int8_t> : std::integral_constant<ValueType, ValueType::Int8> {};
+template <> struct CodeOf<std::int16_t> : std::integral_constant<ValueType, ValueType::Int16> {};
+template <> struct CodeOf<std::int32_t> : std::integral_constant<ValueType, ValueType::Int32> {};
+template <> struct CodeOf<std::int64_t> : std::integral_constant<ValueType, ValueType::Int64> {};
+// clang-format on
+
+template <template <class> class Box, class List>
+struct TupleOf;
+template <template <class> class Box, class... Ts>
+struct TupleOf<Box, TypeList<Ts...>> {
+  using Type = std::tuple<Box<Ts>...>;
+};
+
+template <class List>
+struct CountOf;
+template <class... Ts>
+struct CountOf<TypeList<Ts...>> : std::integral_constant<std::size_t, sizeof...(Ts)> {};
+
+}  // namespace Detail
+
+inline constexpr std::size_t kSignalTypeCount = Detail::CountOf<SignalTypes>::value;
+
+/// The code of a C++ type that a signal can have.
+template <class T>
+inline constexpr ValueType kValueTypeOf = Detail::CodeOf<T>::value;
+
+/// One `Box<T>` for each of the eleven types.
+template <template <class> class Box>
+class PerType {
+ public:
+  template <class T>
+  Box<T>& of() {
+    return std::get<Box<T>>(boxes_);
+  }
+  template <class T>
+  const Box<T>& of() const {
+    return std::get<Box<T>>(boxes_);
+  }
+
+ private:
+  typename Detail::TupleOf<Box, SignalTypes>::Type boxes_;
+};
+
+/// Calls `visitor(TypeTag<T>)` for the eleven types in run order until one call gives true; gives whether one did.
+template <class Visitor, class... Ts>
+constexpr bool anyType(Visitor&& visitor, TypeList<Ts...>) {
+  return (visitor(TypeTag<Ts>{}) || ...);
+}
+template <class Visitor>
+constexpr bool anyType(Visitor&& visitor) {
+  return anyType(visitor, SignalTypes{});
+}
+
+/// Calls `visitor(TypeTag<T>)` for each of the eleven types in run order.
+template <class Visitor>
+constexpr void forEachType(Visitor&& visitor) {
+  anyType([&](auto tag) {
+    visitor(tag);
+    return false;
+  });
+}
+
+/// Calls `visitor(TypeTag<T>)` for the type of this code. Gives false, with no call, for a code that no signal has.
+template <class Visitor>
+constexpr bool withType(ValueType code, Visitor&& visitor) {
+  return anyType([&](auto tag) {
+    if (kValueTypeOf<typename decltype(tag)::Type> != code) return false;
+    visitor(tag);
+    return true;
+  });
+}
+
+/// One value or an array of values: with the value type, what a table's maps are keyed by.
+enum class Shape : std::uint8_t { Scalar = 0, Array = 1 };
+
+/// One value type and shape. Names are searched run by run.
+struct Run {
+  ValueType type;
+  Shape shape;
+};
+
+/// The 22 runs in search order: all scalar runs in type order, then all array runs.
+inline constexpr std::array<Run, 2 * kSignalTypeCount> kAllRuns = [] {
+  std::array<Run, 2 * kSignalTypeCount> runs{};
+  std::size_t next = 0;
+  for (Shape shape : {Shape::Scalar, Shape::Array}) {
+    forEachType([&](auto tag) { runs[next++] = {kValueTypeOf<typename decltype(tag)::Type>, shape}; });
+  }
+  return runs;
+}();
+
+}  // namespace Kvex::Lib

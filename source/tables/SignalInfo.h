@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "library/Sample.h"
+#include "library/ValueType.h"
+
+namespace Kvex::Sto {
+
+using Lib::Sample;
+using Lib::Shape;
+using Lib::ValueType;
+
+/// What every signal tells about itself, and what a listing hands out.
+struct SignalInfo {
+  std::string name;         ///< Case-sensitive; unique within its table.
+  std::uint32_t count = 1;  ///< Elements: 1 for a scalar, else the array length.
+  std::string unit;         ///< As shown to a user, UTF-8. "-" (no dimension) and empty (none given) differ.
+  std::string description;  ///< One sentence.
+
+  /// For an array: the label of an element. With none, the label is the index in decimal.
+  std::string (*elementLabel)(std::uint32_t element) = nullptr;
+
+  double resolution = 0.0;     ///< Smallest step of the shown value; 0 where none was declared.
+  std::int32_t decimals = -1;  ///< Decimal places for display, from the resolution; -1 where not fixed.
+  double rangeLow = 0.0;       ///< Display range.
+  double rangeHigh = 0.0;
+  double dialStart = 225.0;  ///< Position of `rangeLow` on a round gauge, in degrees.
+  double dialSweep = 270.0;  ///< Sweep from `rangeLow` to `rangeHigh`, in degrees; the sign is its direction.
+
+  std::int32_t ordinal = -1;    ///< Place in the order of registration, from 0; -1 until the row is inserted.
+  std::uint32_t groupMask = 1;  ///< Group bits that a listing tests.
+
+  /// The text form of a value of this signal, for signals whose value has one. The sample is of the row's type.
+  std::string (*valueText)(const Sample& value, const SignalInfo& info) = nullptr;
+};
+
+/// The decimal places that a resolution asks for: 0.001 gives 3, 1 gives 0; 0 (none declared) gives -1.
+std::int32_t decimalsOf(double resolution);
+
+/// One signal of one stream, as a listing gives it.
+struct SignalListing : SignalInfo {
+  ValueType valueType = ValueType::None;
+  bool isArray = false;
+  std::int32_t streamId = -1;
+
+  /// The name of one element, "Name[label]", for an array; the plain name for a scalar.
+  std::string elementName(std::uint32_t element) const;
+};
+
+/// A listing with the place of its values: the request block (Mode id), the request and the first column position.
+struct ColumnListing : SignalListing {
+  std::uint32_t block = 0;
+  std::uint32_t request = 0;
+  std::uint32_t position = 0;
+};
+
+}  // namespace Kvex::Sto

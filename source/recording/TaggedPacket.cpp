@@ -20,7 +20,9 @@ constexpr Bracket kBrackets[] = {
 };
 
 /// Control bytes and all bytes from 0x80 on stand between the items of a key-value body.
-bool separates(char byte) { return static_cast<signed char>(byte) < 32; }
+bool separates(char byte) {
+  return static_cast<signed char>(byte) < 32;
+}
 
 }  // namespace
 

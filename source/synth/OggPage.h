@@ -22,7 +22,7 @@ struct PageForm {
   std::uint8_t flags = 0;
   std::uint32_t serial = 0;
   std::uint32_t number = 0;
-  std::vector<std::string> packets;  ///< One after the other; all together at most 255 segments.
+  std::vector<std::string> packets{};  ///< One after the other; all together at most 255 segments.
   /// The last packet goes on in the next page. Its length must then be a multiple of 255.
   bool lastGoesOn = false;
 };

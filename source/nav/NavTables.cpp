@@ -3,6 +3,7 @@
 #include <array>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "tables/ValueTexts.h"
 
@@ -41,6 +42,28 @@ constexpr NavDial Pitch{-16, 16, 324, -288};
 constexpr NavDial Roll{-16, 16, 234, -288};
 }  // namespace Dials
 
+using ValueText = decltype(SignalInfo::valueText);
+
+/// The text forms that the lists of signals name: enumerations, and these.
+namespace Texts {
+using namespace Lib;
+constexpr ValueText kNoneNames = nullptr;
+constexpr ValueText kDateTimeNames = dateTimeValueText;
+constexpr ValueText kDateNames = dateValueText;
+constexpr ValueText kSpanNames = spanValueText;
+constexpr ValueText kDottedAddressNames = dottedAddressText;
+constexpr ValueText kPackedTextNames = packedCharactersText;
+}  // namespace Texts
+
+template <const auto& kForm>
+constexpr ValueText textOf() {
+  if constexpr (std::is_convertible_v<decltype(kForm), ValueText>) {
+    return kForm;
+  } else {
+    return enumerationText<kForm>;
+  }
+}
+
 /// What a row's `source` says about the record: which kind of block its field stands in.
 enum Source : std::uint32_t { kRecord = 0, kReceiver = 1, kMeasPoint = 2 };
 
@@ -52,7 +75,7 @@ struct Columns {
   const char* unit;
   double resolution;
   NavDial dial;
-  decltype(SignalInfo::valueText) text;
+  ValueText text;
   const char* description;
 };
 
@@ -109,23 +132,23 @@ class TableBuilder {
 };
 
 void addReceiverRows(TableBuilder& builder) {
-#define KVEX_RECEIVER_SIGNAL(Name, Type, Unit, Resolution, Group, Source, Text, Tables, Description) \
-  builder.addReceivers<Type>(                                                                        \
-      Listed::Tables, #Name, {Unit, Resolution, Dials::Plain, Text, Description},                    \
-      [](const NavRecord& record, std::uint32_t index, std::uint32_t) -> const NavField<Type>& {     \
-        return record.receivers[index].Name;                                                         \
-      },                                                                                             \
+#define KVEX_RECEIVER_SIGNAL(Name, Type, Unit, Resolution, Group, Source, Text, Tables, Description)         \
+  builder.addReceivers<Type>(                                                                                \
+      Listed::Tables, #Name, {Unit, Resolution, Dials::Plain, textOf<Texts::k##Text##Names>(), Description}, \
+      [](const NavRecord& record, std::uint32_t index, std::uint32_t) -> const NavField<Type>& {             \
+        return record.receivers[index].Name;                                                                 \
+      },                                                                                                     \
       [](NavWantTree& wants, std::uint32_t index) { wants.receivers[index].Group = true; });
 #include "tables/ReceiverSignals.def"
 }
 
 void addPointRows(TableBuilder& builder) {
-#define KVEX_POINT_SIGNAL(Name, Type, Unit, Resolution, Group, Source, Text, Tables, Description) \
-  builder.addPoints<Type>(                                                                        \
-      Listed::Tables, #Name, {Unit, Resolution, Dials::Plain, Text, Description},                 \
-      [](const NavRecord& record, std::uint32_t index, std::uint32_t) -> const NavField<Type>& {  \
-        return record.points[index].Name;                                                         \
-      },                                                                                          \
+#define KVEX_POINT_SIGNAL(Name, Type, Unit, Resolution, Group, Source, Text, Tables, Description)            \
+  builder.addPoints<Type>(                                                                                   \
+      Listed::Tables, #Name, {Unit, Resolution, Dials::Plain, textOf<Texts::k##Text##Names>(), Description}, \
+      [](const NavRecord& record, std::uint32_t index, std::uint32_t) -> const NavField<Type>& {             \
+        return record.points[index].Name;                                                                    \
+      },                                                                                                     \
       [](NavWantTree& wants, std::uint32_t index) { wants.points[index].Group = true; });
 #include "tables/MeasPointSignals.def"
 }
@@ -133,7 +156,7 @@ void addPointRows(TableBuilder& builder) {
 void addRecordRows(TableBuilder& builder) {
 #define KVEX_NAV_SIGNAL(Name, Type, Unit, Resolution, Dial, Group, Source, Text, Tables, Description)             \
   builder.add<Type>(                                                                                              \
-      Listed::Tables, #Name, {Unit, Resolution, Dials::Dial, Text, Description},                                  \
+      Listed::Tables, #Name, {Unit, Resolution, Dials::Dial, textOf<Texts::k##Text##Names>(), Description},       \
       [](const NavRecord& record, std::uint32_t, std::uint32_t) -> const NavField<Type>& { return record.Name; }, \
       [](NavWantTree& wants, std::uint32_t) { wants.Group = true; });
 #define KVEX_NAV_ROW KVEX_NAV_SIGNAL

@@ -3,8 +3,8 @@
 #include <array>
 #include <bit>
 #include <cmath>
-#include <numeric>
 
+#include "library/Checksum.h"
 #include "library/Enumerations.h"
 #include "library/Wrapping.h"
 #include "nav/Derived.h"
@@ -174,9 +174,7 @@ void NavDecoder::markPacketFields() {
 
 bool NavDecoder::isGoodPacket(ByteView bytes) const {
   if (bytes.size() < protocol.packetSize || bytes.u8(0) != protocol.sync) return false;
-  const std::uint8_t* begin = bytes.data() + 1;
-  const std::uint8_t* end = bytes.data() + protocol.packetSize - 1;
-  return static_cast<std::uint8_t>(std::accumulate(begin, end, 0U)) == *end;
+  return Lib::byteSum(bytes.data() + 1, protocol.packetSize - 2) == bytes.u8(protocol.packetSize - 1);
 }
 
 FeedResult NavDecoder::feedPacket(ByteView packet, bool check) {

@@ -69,7 +69,7 @@ bool agrees(const Sample& sample, const std::string& text, const std::string& si
   const bool isFloat = sample.type == Lib::ValueType::Float;
   if (!isFloat && sample.type != Lib::ValueType::Double) return text == std::to_string(sample.asInteger());
   const double value = isFloat ? sample.as<float>() : sample.as<double>();
-  const double expected = std::stod(text);
+  const double expected = std::strtod(text.c_str(), nullptr);
   if (std::isnan(value) || std::isnan(expected)) return std::isnan(value) == std::isnan(expected);
   if (value == expected) return true;
   const double relative = isFloat ? 1e-6 : 1e-9;

@@ -7,6 +7,7 @@
 #include "library/Checksum.h"
 #include "library/Enumerations.h"
 #include "library/Wrapping.h"
+#include "nav/Angles.h"
 #include "nav/Derived.h"
 #include "nav/ExtendedCount.h"
 #include "nav/StatusChannels.h"
@@ -19,7 +20,6 @@ using Lib::wrappingSubtract;
 
 namespace {
 
-constexpr double kDegreesPerRadian = 57.29577951308232;
 constexpr double kAccelerationScale = 0.0001;                // m/s²
 constexpr double kAngularRateScale = 0.0005729577951308233;  // 1e-5 rad/s, in degrees
 constexpr double kVelocityScale = 0.0001;                    // m/s
@@ -109,10 +109,6 @@ std::optional<ScanResult::Triple> scaled(const Raw24& raw, double scale) {
 ScanResult::Triple readPosition(ByteView packet) {
   return {packet.f64(Offset::kLat) * kDegreesPerRadian, packet.f64(Offset::kLon) * kDegreesPerRadian,
           static_cast<double>(packet.f32(Offset::kAlt))};
-}
-
-double positiveAngle(double degrees) {
-  return degrees < 0.0 ? degrees + 360.0 : degrees;
 }
 
 }  // namespace
@@ -223,7 +219,7 @@ void NavDecoder::firstPassPacket(ByteView packet) {
     if (!scan.velocity) scan.velocity = scaled(readRaw24(packet, Offset::kVelocity), kVelocityScale);
     if (!scan.attitude) {
       scan.attitude = scaled(readRaw24(packet, Offset::kAttitude), kAngleScale);
-      if (scan.attitude) scan.attitude->front() = positiveAngle(scan.attitude->front());
+      if (scan.attitude) scan.attitude->front() = headingFrom(scan.attitude->front());
     }
     if (channel == 0 && bytes.u32(0) != kNoMinute) time.minuteCounter = bytes.s32(0);
   }
@@ -441,7 +437,7 @@ void NavDecoder::decodeNavigation(ByteView packet) {
   }
   if (wants.Heading) {
     const Raw24 raw = readRaw24(packet, Offset::kAttitude);
-    if (raw[0] != kNoRaw24) setField(record.Heading, positiveAngle(raw[0] * kAngleScale));
+    if (raw[0] != kNoRaw24) setField(record.Heading, headingFrom(raw[0] * kAngleScale));
     setScaled(record.Pitch, raw[1], kAngleScale);
     setScaled(record.Roll, raw[2], kAngleScale);
     finish(record.Heading, record.Pitch, record.Roll);

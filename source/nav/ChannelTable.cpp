@@ -25,7 +25,7 @@ constexpr Form kOption = kByte.marked(Marker::TopBit);
 constexpr Form kSize{.width = 32, .isSigned = true, .marker = Marker::TopBit, .scale = 1024.0};
 constexpr Form kCount8{.width = 8, .isCount = true};
 constexpr Form kCount16{.width = 16, .isCount = true};
-constexpr Form kReceiverCount = kCount16.ifUnwanted(Unwanted::ZeroAndMark);
+constexpr Form kZeroedCount = kCount16.ifUnwanted(Unwanted::ZeroAndMark);
 
 /// Seven bits with sign above a bit that says whether they are new.
 constexpr Form kFresh{.width = 7, .step = 8, .isSigned = true, .marker = Marker::Stale};
@@ -34,7 +34,7 @@ constexpr Form kInnovation = kFresh.ifMissing(Missing::Keep).ifUnwanted(Unwanted
 constexpr Form kByteSetting = kByteOrNone.ifMissing(Missing::Unset);
 constexpr Form kWordSetting = kWordOrNone.ifMissing(Missing::Unset);
 
-/// Three 16-bit values share the sixth byte as their state: estimates are good below 150, settings at 0.
+/// Three 16-bit values share byte 6 as their state: estimates are good below 150, settings at 0.
 constexpr Gate kEstimated{.byte = 6, .limit = 150};
 constexpr Gate kConfigured{.byte = 6, .limit = 1};
 constexpr Form kEstimate = kSignedWord.when(kEstimated);
@@ -147,7 +147,7 @@ constexpr void addMounting(RowList& list) {
 }
 
 constexpr void addReceiver(RowList& list, const Receiver& receiver, int countChannel, int stateChannel) {
-  list.add(countChannel, {0}, kReceiverCount, {receiver.Chars, receiver.Pkts, receiver.CharsSkipped, receiver.OldPkts});
+  list.add(countChannel, {0}, kZeroedCount, {receiver.Chars, receiver.Pkts, receiver.CharsSkipped, receiver.OldPkts});
   list.add(stateChannel, {0, 0}, Form{.width = 2, .marker = Marker::Ones}, {receiver.AntStatus, receiver.AntPower});
   list.add(stateChannel, {1}, kByteOrNone, {receiver.CpuUsed, receiver.CoreNoise, receiver.SerBaud, receiver.NumSats});
   list.add(stateChannel, {5}, kByteOrNone, {receiver.PosMode});
@@ -234,7 +234,7 @@ constexpr void addIdentity(RowList& list) {
 
 constexpr void addHousekeeping(RowList& list) {
   list.add(18, {0}, kLong.ifUnwanted(Unwanted::ZeroAndMark), {ImuChars});
-  list.add(18, {4}, kReceiverCount, {ImuPkts, ImuCharsSkipped});
+  list.add(18, {4}, kZeroedCount, {ImuPkts, ImuCharsSkipped});
   list.add(50, {0}, kCount16, {CmdChars, CmdPkts, CmdCharsSkipped, CmdErrors});
   list.add(59, {0}, kCount16, {ImuMissedPkts});
   list.add(59, {2}, kCount8, {ImuResetCount, ImuErrorCount});

@@ -1,5 +1,7 @@
 #include "codecs.h"
 
+#include "nav/StreamDask.h"
+#include "nav/StreamQuon.h"
 #include "zint/StreamZint.h"
 
 namespace Kvex {
@@ -11,6 +13,8 @@ using Sto::Framing;
 using Sto::makeStream;
 
 constexpr Sto::Codec kCodecs[] = {
+    {StreamCodec::Dask, ".dask", Framing::Navigation, makeStream<Sto::StreamDask>},
+    {StreamCodec::Quon, ".quon", Framing::Navigation, makeStream<Sto::StreamQuon>},
     {StreamCodec::Zint, "", Framing::None, makeStream<Sto::StreamZint>},
 };
 

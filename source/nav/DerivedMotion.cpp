@@ -92,7 +92,7 @@ void deriveRotations(NavState& state) {
   attitude.set(radiansOf(r, kAttitude));
 
   if (wants.LpsOmega) {
-    const Vector3 lps = kDegreesPerRadian * Lib::eulerFromEuler(attitude.angles());
+    const Vector3 lps = kDegreesPerRadian * Lib::omegaPhiKappa(attitude.body());
     setAxes(state, kLps, {lps[0], lps[1], headingFrom(lps[2])});
   }
   for (const Levelled& row : kLevelled) {
@@ -104,10 +104,12 @@ void deriveRotations(NavState& state) {
     state.setField(r.Vl, v[1]);
   }
   if (wants.Ned2VehHeading && allUsable(r, kVeh2Out)) {
-    setEuler(state, kNed2Veh, multiplyTransposed(attitude.body(), Lib::fullRotation(radiansOf(r, kVeh2Out))));
+    setEuler(state, kNed2Veh,
+             multiplyTransposed(attitude.body(), state.derived.vehicleInOutput.rotation(radiansOf(r, kVeh2Out))));
   }
   if (wants.Surf2OutHeading && allUsable(r, kNed2Surf)) {
-    setEuler(state, kSurf2Out, transposedMultiply(Lib::fullRotation(radiansOf(r, kNed2Surf)), attitude.body()));
+    setEuler(state, kSurf2Out,
+             transposedMultiply(state.derived.surface.rotation(radiansOf(r, kNed2Surf)), attitude.body()));
   }
 }
 

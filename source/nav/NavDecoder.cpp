@@ -3,10 +3,11 @@
 #include <array>
 #include <bit>
 #include <cmath>
-#include <numeric>
 
+#include "library/Checksum.h"
 #include "library/Enumerations.h"
 #include "library/Wrapping.h"
+#include "nav/Angles.h"
 #include "nav/Derived.h"
 #include "nav/ExtendedCount.h"
 #include "nav/StatusChannels.h"
@@ -19,7 +20,6 @@ using Lib::wrappingSubtract;
 
 namespace {
 
-constexpr double kDegreesPerRadian = 57.29577951308232;
 constexpr double kAccelerationScale = 0.0001;                // m/s²
 constexpr double kAngularRateScale = 0.0005729577951308233;  // 1e-5 rad/s, in degrees
 constexpr double kVelocityScale = 0.0001;                    // m/s
@@ -111,10 +111,6 @@ ScanResult::Triple readPosition(ByteView packet) {
           static_cast<double>(packet.f32(Offset::kAlt))};
 }
 
-double positiveAngle(double degrees) {
-  return degrees < 0.0 ? degrees + 360.0 : degrees;
-}
-
 }  // namespace
 
 NavDecoder::NavDecoder(const NavProtocol& packetProtocol, bool scanFirst)
@@ -174,9 +170,7 @@ void NavDecoder::markPacketFields() {
 
 bool NavDecoder::isGoodPacket(ByteView bytes) const {
   if (bytes.size() < protocol.packetSize || bytes.u8(0) != protocol.sync) return false;
-  const std::uint8_t* begin = bytes.data() + 1;
-  const std::uint8_t* end = bytes.data() + protocol.packetSize - 1;
-  return static_cast<std::uint8_t>(std::accumulate(begin, end, 0U)) == *end;
+  return Lib::byteSum(bytes.data() + 1, protocol.packetSize - 2) == bytes.u8(protocol.packetSize - 1);
 }
 
 FeedResult NavDecoder::feedPacket(ByteView packet, bool check) {
@@ -225,7 +219,7 @@ void NavDecoder::firstPassPacket(ByteView packet) {
     if (!scan.velocity) scan.velocity = scaled(readRaw24(packet, Offset::kVelocity), kVelocityScale);
     if (!scan.attitude) {
       scan.attitude = scaled(readRaw24(packet, Offset::kAttitude), kAngleScale);
-      if (scan.attitude) scan.attitude->front() = positiveAngle(scan.attitude->front());
+      if (scan.attitude) scan.attitude->front() = headingFrom(scan.attitude->front());
     }
     if (channel == 0 && bytes.u32(0) != kNoMinute) time.minuteCounter = bytes.s32(0);
   }
@@ -443,7 +437,7 @@ void NavDecoder::decodeNavigation(ByteView packet) {
   }
   if (wants.Heading) {
     const Raw24 raw = readRaw24(packet, Offset::kAttitude);
-    if (raw[0] != kNoRaw24) setField(record.Heading, positiveAngle(raw[0] * kAngleScale));
+    if (raw[0] != kNoRaw24) setField(record.Heading, headingFrom(raw[0] * kAngleScale));
     setScaled(record.Pitch, raw[1], kAngleScale);
     setScaled(record.Roll, raw[2], kAngleScale);
     finish(record.Heading, record.Pitch, record.Roll);

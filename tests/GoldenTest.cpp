@@ -1,0 +1,33 @@
+// Whole files with known answers, one per kind of recording.
+
+#include <gtest/gtest.h>
+
+#include "support/Golden.h"
+
+namespace Kvex {
+
+namespace {
+
+class GoldenTest : public testing::TestWithParam<const char*> {};
+
+TEST_P(GoldenTest, agreesWithTheAnswers) {
+  EXPECT_EQ(Support::differencesFromAnswers(GetParam()), "");
+}
+
+std::string caseName(const testing::TestParamInfo<const char*>& info) {
+  const std::string name = info.param;
+  return name.substr(0, name.rfind('.'));
+}
+
+INSTANTIATE_TEST_SUITE_P(Zint, GoldenTest,
+                         testing::Values("zint_plain_11.vrel", "zint_wild_11.vrel", "zint_damaged_11.vrel"), caseName);
+
+INSTANTIATE_TEST_SUITE_P(Nav, GoldenTest,
+                         testing::Values("quon_mode_mix_11.quon", "quon_triggers_11.quon", "quon_frame_66_11.quon",
+                                         "quon_filters_normal_11.quon", "dask_mode_mix_11.dask",
+                                         "nav_recording_11.vrel"),
+                         caseName);
+
+}  // namespace
+
+}  // namespace Kvex

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "recording/VrelStreamDec.h"
-#include "support/PageReader.h"
+#include "support/Pages.h"
 #include "synth/OggPage.h"
 
 namespace Kvex::Com {

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <vector>
 
-#include "support/PageReader.h"
+#include "support/Pages.h"
 #include "synth/OggPage.h"
 #include "synth/RecordingWriter.h"
 

@@ -15,7 +15,7 @@ struct VrelLimits {
   /// Data packets not taken yet, the begun one included, are dropped above this size and count as one hole.
   std::size_t heldBytes = std::size_t{64} << 20;
   /// The header packets altogether, each counted with an overhead of `kHeaderOverhead`; above this the stream fails.
-  std::size_t headerBytes = std::size_t{64} << 20;
+  std::size_t headerBytes = std::size_t{32} << 20;
 
   static constexpr std::size_t kHeaderOverhead = 2 * sizeof(TaggedPacket);
 };

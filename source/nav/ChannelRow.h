@@ -4,6 +4,7 @@
 #include <span>
 
 #include "nav/ChannelFields.h"
+#include "nav/ChannelState.h"
 #include "nav/NavProtocol.h"
 
 namespace Kvex::Nav {
@@ -85,7 +86,7 @@ struct ChannelRow {
   FieldRef field;
 };
 
-inline constexpr std::size_t kChannelCount = 95;
+inline constexpr std::size_t kChannelCount = ChannelState::kChannelCount;
 
 /// The fields that the channel reports by themselves, in the order of decoding; none for a channel that does not exist.
 std::span<const ChannelRow> channelRows(std::uint8_t channel);

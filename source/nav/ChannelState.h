@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstdint>
 #include <optional>
 
@@ -10,6 +11,8 @@ namespace Kvex::Nav {
 
 /// What status channels remember from packet to packet beside the record. A reset decoder holds a constructed one.
 struct ChannelState {
+  static constexpr std::size_t kChannelCount = 95;
+
   /// The trigger events, each with its own channel.
   static constexpr std::size_t kEventCount = 6;
 
@@ -32,6 +35,13 @@ struct ChannelState {
     double count;
   };
   std::optional<WheelCount> wheel;
+
+  /// No innovation expires up to this time.
+  Lib::Nano nextExpiry = Lib::kNoTime;
+
+  /// Channels whose fields nobody wants and which have marked them so: one mark lasts, since nothing is written.
+  /// Holds for as long as the wants stand.
+  std::bitset<kChannelCount> idle;
 };
 
 }  // namespace Kvex::Nav

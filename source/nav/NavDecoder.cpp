@@ -155,6 +155,7 @@ void NavDecoder::settleWants() {
     watch(Packet, wants.NanoFromOrigin, *field);
   }
   markAllFields_ = true;
+  channels.idle.reset();
 }
 
 void NavDecoder::markPacketFields() {

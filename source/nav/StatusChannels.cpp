@@ -107,8 +107,9 @@ T valueOf(const Form& form, const RawBits& raw, std::uint64_t last, T previous) 
   }
 }
 
+/// Gives whether the field can take a value at all.
 template <class T, class Block, class Wants>
-void decodeField(NavState& state, const ChannelRow& row, std::uint64_t word,
+bool decodeField(NavState& state, const ChannelRow& row, std::uint64_t word,
                  const BlockField<T, Block, Wants>& target) {
   NavField<T>& field = fieldOf(state.record, target);
   const auto set = [&](T value) {
@@ -120,19 +121,19 @@ void decodeField(NavState& state, const ChannelRow& row, std::uint64_t word,
   };
   const Form& form = row.form;
   if (form.unwanted != Unwanted::Decode && !isWanted(state.wants, target)) {
-    if (form.unwanted == Unwanted::Keep) return;
+    if (form.unwanted == Unwanted::Keep) return false;
     if (form.unwanted == Unwanted::ZeroAndMark) set(T{});
     markNotAvailable(field);
-    return;
+    return false;
   }
   if (!isOpen(form.gate, word)) {
     markNotAvailable(field);
-    return;
+    return true;
   }
   const RawBits raw = extract(row, word);
   if (!isMissing(row, raw, word)) {
     set(valueOf(form, raw, target.last, field.value));
-    return;
+    return true;
   }
   switch (form.missing) {
     case Missing::Mark:
@@ -152,6 +153,17 @@ void decodeField(NavState& state, const ChannelRow& row, std::uint64_t word,
       field.flags |= Lib::Flag::kNoValue;
       break;
   }
+  return true;
+}
+
+void decodeRows(NavState& state, std::uint8_t channel, std::uint64_t word) {
+  if (state.channels.idle[channel]) return;
+  bool idle = true;
+  for (const ChannelRow& row : channelRows(channel)) {
+    if (!contains(row.form.protocols, state.protocol.self)) continue;
+    idle &= !std::visit([&](const auto& target) { return decodeField(state, row, word, target); }, row.field);
+  }
+  state.channels.idle[channel] = idle;
 }
 
 // Dispatch.
@@ -163,6 +175,11 @@ void eventHandler(NavState& state, ByteView bytes) {
   readEvent(state, bytes, Event);
 }
 
+/// New innovations: with a time that has gone back, they may be the next to expire.
+void lookForExpiry(NavState& state, ByteView) {
+  state.channels.nextExpiry = Lib::kNoTime;
+}
+
 struct ChannelHandler {
   Handler handler = nullptr;
   Protocols protocols = Protocols::Both;
@@ -172,6 +189,7 @@ struct ChannelHandler {
 constexpr auto kHandlers = [] {
   std::array<ChannelHandler, kChannelCount> handlers{};
   handlers[0] = {readMinute};
+  handlers[1] = handlers[32] = handlers[88] = {lookForExpiry};
   handlers[19] = {readDeviceId};
   handlers[20] = {readBaseStation};
   handlers[23] = {readLoad};
@@ -209,14 +227,9 @@ std::uint64_t withPlainMarkers(std::uint8_t channel, std::uint64_t word) {
 std::optional<Lib::Nano> decodeChannel(NavState& state, std::uint8_t channel, ByteView bytes) {
   state.channels.newEvent.reset();
   if (channel >= kChannelCount) return std::nullopt;
-  const Protocols protocol = state.protocol.self;
-  const std::uint64_t word = withPlainMarkers(channel, bytes.u64(0));
-  for (const ChannelRow& row : channelRows(channel)) {
-    if (!contains(row.form.protocols, protocol)) continue;
-    std::visit([&](const auto& target) { decodeField(state, row, word, target); }, row.field);
-  }
+  decodeRows(state, channel, withPlainMarkers(channel, bytes.u64(0)));
   const ChannelHandler& special = kHandlers[channel];
-  if (special.handler != nullptr && contains(special.protocols, protocol)) special.handler(state, bytes);
+  if (special.handler != nullptr && contains(special.protocols, state.protocol.self)) special.handler(state, bytes);
   return state.channels.newEvent;
 }
 
@@ -230,14 +243,20 @@ void expireValues(NavState& state) {
       &NavRecord::InnClockDrift,
   };
   const NavField<Lib::Nano>& now = state.record.Nano;
-  if (!now.usable() || now.value < std::numeric_limits<Lib::Nano>::min() + kLifetime) return;
+  if (!now.usable() || now.value <= state.channels.nextExpiry) return;
+  if (now.value < std::numeric_limits<Lib::Nano>::min() + kLifetime) return;
   const Lib::Nano oldest = now.value - kLifetime;
+  Lib::Nano oldestLeft = now.value;
   for (const auto member : kIntermittent) {
     NavField<double>& field = state.record.*member;
-    if (field.flags < Lib::Flag::kUntimed && field.stamp < oldest) {
+    if (field.flags >= Lib::Flag::kUntimed) continue;
+    if (field.stamp < oldest) {
       field.flags |= Lib::Flag::kNotAvailable | Lib::Flag::kExpired;
+    } else {
+      oldestLeft = std::min(oldestLeft, field.stamp);
     }
   }
+  state.channels.nextExpiry = Lib::wrappingAdd(oldestLeft, kLifetime);
 }
 
 }  // namespace Kvex::Nav

@@ -1,5 +1,7 @@
 #include "can/CanTimeLine.h"
 
+#include "library/Wrapping.h"
+
 namespace Kvex::Can {
 namespace {
 
@@ -22,7 +24,7 @@ bool CanTimeLine::probe(Nano t) {
   if (lastRelative_ != kNoTime) {
     // The first absolute time is taken to have come one period after the last relative one.
     const Nano period = t - previous;
-    relativeOffset_ = wrappingDifference(wrappingDifference(firstAbsolute_, lastRelative_), period);
+    relativeOffset_ = Lib::wrappingSubtract(Lib::wrappingSubtract(firstAbsolute_, lastRelative_), period);
   }
   bases_.start = absolute(firstTime_);
   bases_.origin = bases_.start / Lib::kNanosPerSecond * Lib::kNanosPerSecond;
@@ -31,7 +33,7 @@ bool CanTimeLine::probe(Nano t) {
 }
 
 Nano CanTimeLine::absolute(Nano t) const {
-  return isAbsolute(t) ? t : wrappingSum(t, relativeOffset_);
+  return isAbsolute(t) ? t : Lib::wrappingAdd(t, relativeOffset_);
 }
 
 std::optional<Nano> CanTimeLine::firstTime() const {

@@ -1,19 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 
 #include "library/NavField.h"
 
 namespace Kvex::Can {
-
-/// Sum and difference of times, modulo 2 to the 64: a recording can hold any 64 bits as a time.
-constexpr Lib::Nano wrappingSum(Lib::Nano a, Lib::Nano b) {
-  return static_cast<Lib::Nano>(static_cast<std::uint64_t>(a) + static_cast<std::uint64_t>(b));
-}
-constexpr Lib::Nano wrappingDifference(Lib::Nano a, Lib::Nano b) {
-  return static_cast<Lib::Nano>(static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b));
-}
 
 /// The time line of a recorded bus. Its packets can begin with times relative to something unknown (below one year) and
 /// go on with absolute ones, from GPS time zero. The first pass over the data finds out how to join the two.

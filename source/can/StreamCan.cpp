@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "can/Utf8Text.h"
+#include "library/Wrapping.h"
 #include "tables/ValueTexts.h"
 
 namespace Kvex::Sto {
@@ -133,7 +134,7 @@ void StreamCan::setTime(Nano t) {
     if (base == Lib::kNoTime) {
       field.flags = kNotAvailable;
     } else {
-      set(field, Can::wrappingDifference(t, base));
+      set(field, Lib::wrappingSubtract(t, base));
     }
   };
   const Can::CanTimeLine::Bases& bases = timeLine_.bases();

@@ -1,5 +1,6 @@
 #include "can/CanDecoder.h"
 
+#include <span>
 #include <utility>
 
 namespace Kvex::Can {
@@ -35,9 +36,11 @@ void CanDecoder::extract(std::vector<CanField>& fields) {
     NewestFrame& frame = newest_[index];
     frame.pending = false;
     const CanMessage& message = database_.messages()[index];
-    const std::uint32_t end = message.firstSignal + message.signalCount;
-    for (std::uint32_t signal = message.firstSignal; signal < end; ++signal) {
-      extractions_[signal].read(frame.data, frame.time, fields[signal]);
+    // A copy: a field's flags are a byte, and to the compiler a written byte could be part of any object.
+    const Nano time = frame.time;
+    CanField* field = fields.data() + message.firstSignal;
+    for (const CanExtraction& extraction : std::span(extractions_).subspan(message.firstSignal, message.signalCount)) {
+      extraction.read(frame.data, time, *field++);
     }
   }
   pendingFrames_.clear();

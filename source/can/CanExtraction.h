@@ -56,7 +56,10 @@ class CanExtraction {
 
   template <class T>
   static void write(CanField& field, Nano time, T value) {
-    *std::get_if<NavField<T>>(&field) = {.stamp = time, .flags = 0, .stamp2 = 0, .value = value};
+    NavField<T>& typed = *std::get_if<NavField<T>>(&field);
+    typed.stamp = time;
+    typed.flags = 0;
+    typed.value = value;
   }
 
   std::uint64_t mask_ = 0;

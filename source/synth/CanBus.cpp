@@ -227,6 +227,7 @@ void CanBus::drive() {
   value(Q::FuelRate) = 1 + 0.3 * value(Q::Throttle);
   value(Q::FuelLevel) = 70 - t / 600;
   value(Q::Distance) += speed * kStep;
+  value(Q::Odometer) = 123'456'000 + value(Q::Distance);
   value(Q::Seconds) = t;
   value(Q::Voltage) = 13.8 + 0.01 * fastSpeed.value;
   value(Q::Current) = 20 + 4 * fastSteering.value / 15;

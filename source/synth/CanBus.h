@@ -46,6 +46,7 @@ enum class BusQuantity : std::uint8_t {
   FuelLevel,  ///< %
   FuelRate,   ///< l/h
   Distance,   ///< m
+  Odometer,   ///< m
   Seconds,    ///< Since the start.
   Voltage,
   Current,

@@ -109,7 +109,7 @@ const std::vector<BusMessage>& busMessages() {
       {"DisplayedSpeed", 12, Q::Speed, 0.1, 0, "m/s"}, {"Distance", 24, Q::Distance, 0.125, 0, "m"},
       {"Standstill", 1, Q::None}, {"VehicleSpeedAlive", 4, Q::Alive}}},
     {0x182, "Odometer", 8, 1000, "Cluster", kIntel, "", {
-      {"Odometer", 32, Q::Distance, 1, 123'456'000, "m", "Since the vehicle was built."},
+      {"Odometer", 32, Q::Odometer, 1, 0, "m", "Since the vehicle was built."},
       {"TripDistance", 24, Q::Distance, 1, 0, "m"}}},
     {0x184, "Clock", 8, 1000, "Cluster", kMotorola, "", {
       {"ClockSeconds", 40, Q::Seconds, 1, 0, "s"}, {"ClockValid", 1, Q::None},

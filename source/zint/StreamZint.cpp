@@ -52,7 +52,9 @@ bool StreamZint::probePacket(ByteView packet) {
   return decoder_.state() == Zint::ComDecoder::State::Timed;
 }
 
-void StreamZint::scanPacket(ByteView packet) { probePacket(packet); }
+void StreamZint::scanPacket(ByteView packet) {
+  probePacket(packet);
+}
 
 void StreamZint::reset() {
   decoder_.reset();

@@ -74,7 +74,8 @@ bool StreamCan::headerReady() {
   const Com::TaggedPacket* const database = header.findHeader(kDatabaseTag);
   if (database == nullptr) return false;
   decoder_ = Can::CanDecoder(Can::CanDatabase(database->data));
-  record_.signals = decoder_.emptyFields();
+  // The rows read the first and the last record too, whether a pass has come to its end or not.
+  record_.signals = firstRecord_.signals = lastRecord_.signals = decoder_.emptyFields();
   timeLine_ = {};
   probing_ = true;
   record_.reset();

@@ -1,5 +1,6 @@
 #include "codecs.h"
 
+#include "can/StreamCan.h"
 #include "zint/StreamZint.h"
 
 namespace Kvex {
@@ -12,6 +13,7 @@ using Sto::makeStream;
 
 constexpr Sto::Codec kCodecs[] = {
     {StreamCodec::Zint, "", Framing::None, makeStream<Sto::StreamZint>},
+    {StreamCodec::Can, "", Framing::None, makeStream<Sto::StreamCan>},
 };
 
 }  // namespace

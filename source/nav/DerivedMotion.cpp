@@ -50,7 +50,7 @@ constexpr std::array<Travelled, 4> kTravelled{{{&NavRecord::Speed2d, &NavRecord:
 
 void setEuler(NavState& state, const Axes& to, const Matrix3& rotation) {
   Vector3 angles = kDegreesPerRadian * Lib::eulerFromRotation(rotation);
-  angles[0] = headingFrom(angles[0]);
+  angles[0] = positiveAngle(angles[0]);
   setAxes(state, to, angles);
 }
 
@@ -93,7 +93,7 @@ void deriveRotations(NavState& state) {
 
   if (wants.LpsOmega) {
     const Vector3 lps = kDegreesPerRadian * Lib::omegaPhiKappa(attitude.body());
-    setAxes(state, kLps, {lps[0], lps[1], headingFrom(lps[2])});
+    setAxes(state, kLps, {lps[0], lps[1], positiveAngle(lps[2])});
   }
   for (const Levelled& row : kLevelled) {
     if (wants.*row.want && allUsable(r, row.from)) setAxes(state, row.to, attitude.level() * valuesOf(r, row.from));

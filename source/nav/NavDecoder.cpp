@@ -150,7 +150,6 @@ void NavDecoder::settleWants() {
 #include "tables/MeasPointSignals.def"
   }
   watch(Packet, true, record.NanoSeconds);
-  watch(Packet, true, record.AngleGradient);  // Follows from the velocity, whoever wanted that.
   for (NavField<double>* field : {&record.NanoFromOriginSeconds, &record.NanoFromStartSeconds,
                                   &record.NanoFromFirstSeconds, &record.NanoFromInitSeconds}) {
     watch(Packet, wants.NanoFromOrigin, *field);
@@ -219,7 +218,7 @@ void NavDecoder::firstPassPacket(ByteView packet) {
     if (!scan.velocity) scan.velocity = scaled(readRaw24(packet, Offset::kVelocity), kVelocityScale);
     if (!scan.attitude) {
       scan.attitude = scaled(readRaw24(packet, Offset::kAttitude), kAngleScale);
-      if (scan.attitude) scan.attitude->front() = headingFrom(scan.attitude->front());
+      if (scan.attitude) scan.attitude->front() = positiveAngle(scan.attitude->front());
     }
     if (channel == 0 && bytes.u32(0) != kNoMinute) time.minuteCounter = bytes.s32(0);
   }
@@ -437,7 +436,7 @@ void NavDecoder::decodeNavigation(ByteView packet) {
   }
   if (wants.Heading) {
     const Raw24 raw = readRaw24(packet, Offset::kAttitude);
-    if (raw[0] != kNoRaw24) setField(record.Heading, headingFrom(raw[0] * kAngleScale));
+    if (raw[0] != kNoRaw24) setField(record.Heading, positiveAngle(raw[0] * kAngleScale));
     setScaled(record.Pitch, raw[1], kAngleScale);
     setScaled(record.Roll, raw[2], kAngleScale);
     finish(record.Heading, record.Pitch, record.Roll);

@@ -26,6 +26,12 @@ INSTANTIATE_TEST_SUITE_P(Can, GoldenTest,
                                          "can_fd_11.vrel", "can_with_zint_11.vrel"),
                          caseName);
 
+INSTANTIATE_TEST_SUITE_P(Nav, GoldenTest,
+                         testing::Values("quon_mode_mix_11.quon", "quon_triggers_11.quon", "quon_frame_66_11.quon",
+                                         "quon_filters_normal_11.quon", "dask_mode_mix_11.dask",
+                                         "nav_recording_11.vrel"),
+                         caseName);
+
 }  // namespace
 
 }  // namespace Kvex

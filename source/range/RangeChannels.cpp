@@ -1,11 +1,16 @@
 #include "range/RangeChannels.h"
 
-#include <fmt/format.h>
-
 #include <array>
+#include <bit>
+#include <fmt/format.h>
+#include <span>
+#include <string_view>
+#include <utility>
 
 #include "library/Enumerations.h"
 #include "library/TimeUnits.h"
+#include "library/Wrapping.h"
+#include "nav/ExtendedCount.h"
 #include "range/FieldRun.h"
 #include "range/RangeLayouts.h"
 
@@ -40,7 +45,9 @@ struct Channel {
 
 // Readers of what is no scaled number.
 
-void readMinute(const ChannelPacket& packet) { packet.clock.setMinute(packet.data.s32(0)); }
+void readMinute(const ChannelPacket& packet) {
+  packet.clock.setMinute(packet.data.s32(0));
+}
 
 void readPosMode(const ChannelPacket& packet, bool wanted, NavField<std::uint8_t>& field, std::size_t offset) {
   if (!packet.state.open(wanted, field)) return;
@@ -48,7 +55,7 @@ void readPosMode(const ChannelPacket& packet, bool wanted, NavField<std::uint8_t
   if (packet.head.type == PacketType::Long && raw >= 0x80) {
     field.flags = kNotAvailable;
   } else {
-    packet.state.write(field, Lib::kPosModeNames.clamp(raw));
+    packet.state.write(field, Lib::kPosModeNames.clamped(raw));
   }
 }
 
@@ -75,7 +82,8 @@ void writeFirmwareDate(const ChannelPacket& packet) {
   }
   const auto [year, month, day] = parts;
   const Lib::CalendarTime date{.year = 2000 + year, .month = month, .day = day};
-  packet.state.write(body.NanoFirmware, Lib::secondsFromCalendar(date, true) * Lib::kNanosPerSecond);
+  packet.state.write(body.NanoFirmware,
+                     Lib::wrappingMultiply(Lib::secondsFromCalendar(date, true), Lib::kNanosPerSecond));
   const bool isDate = month >= 0 && month <= 99 && day >= 0 && day <= 99;
   packet.state.write(body.DateFirmware,
                      isDate ? static_cast<std::uint32_t>(date.year * 10000 + month * 100 + day) : 0U);
@@ -93,11 +101,10 @@ template <class... Fields>
 void readCounters(const ChannelPacket& packet, bool wanted, Fields&... fields) {
   std::size_t offset = 0;
   const auto read = [&](NavField<std::uint32_t>& field) {
-    const std::uint32_t raw = packet.data.u16(offset);
-    offset += 2;
+    const std::uint16_t raw = packet.data.u16(offset);
+    offset += sizeof raw;
     if (wanted) {
-      const std::uint32_t wrap = (field.value & 0xFFFFU) > raw ? 0x10000U : 0U;
-      packet.state.write(field, (field.value & 0xFFFF0000U) + raw + wrap);
+      packet.state.write(field, Nav::extend16(raw, field.value));
     } else {
       packet.state.write(field, 0);
       field.flags |= Lib::Flag::kNeverWritten;
@@ -151,7 +158,7 @@ void readScriptID(const ChannelPacket& packet) {
 void readMeasPlane(const ChannelPacket& packet) {
   NavField<std::uint8_t>& field = packet.target().MeasPlane;
   if (!packet.state.open(packet.wants(TG::ModeStatus), field)) return;
-  packet.state.write(field, Lib::kMeasPlaneNames.clamp(packet.data.u8(2)));
+  packet.state.write(field, Lib::kMeasPlaneNames.clamped(packet.data.u8(2)));
 }
 
 /// A filter frequency and its damping as singles. What is negative or not a number is no value.
@@ -284,8 +291,7 @@ constexpr Reading kCpuLoad{Raw::U8, {0.4}};
 constexpr FieldRun<T> kTargetLatency[] = {{TG::ModeStatus, 6, kLatency, {&T::Latency}}};
 constexpr FieldRun<B> kHunterLatency[] = {{BG::Hunter_Latency, 0, kLatency, {&B::Hunter_Latency}}};
 constexpr FieldRun<T> kOffsetLon[] = {{TG::RangeOffsetLon, 2, kOffset, {&T::RangeOffsetLon}}};
-constexpr FieldRun<B> kOsVersion[] = {
-    {BG::OsVersion1, 0, kNumber8, {&B::OsVersion1, &B::OsVersion2, &B::OsVersion3}}};
+constexpr FieldRun<B> kOsVersion[] = {{BG::OsVersion1, 0, kNumber8, {&B::OsVersion1, &B::OsVersion2, &B::OsVersion3}}};
 constexpr FieldRun<B> kUnitStatus[] = {
     {BG::TimeWeekCount, 0, kUtcOffset, {&B::TimeUtcOffset}},
     {BG::FeatSetRefNum, 3, kFeatSet8, {&B::FeatSetRefNum}},
@@ -297,9 +303,8 @@ constexpr FieldRun<T> kFixedPoint[] = {{TG::FixedPointLat, 0, kLatLon, {&T::Fixe
 constexpr FieldRun<T> kFixedPointHeight[] = {{TG::FixedPointLat, 0, kAltitude, {&T::FixedPointAlt}},
                                              {TG::FixedPointLat, 4, kHeading, {&T::FixedPointHeading}}};
 constexpr FieldRun<B> kReference[] = {{BG::Hunter_RefLat, 0, kLatLon, {&B::Hunter_RefLat, &B::Hunter_RefLon}}};
-constexpr FieldRun<B> kReferenceHeight[] = {
-    {BG::Hunter_RefLat, 0, kAltitude, {&B::Hunter_RefAlt}},
-    {BG::Hunter_RefLat, 4, {Raw::U32, kTenMillionth}, {&B::Hunter_RefHeading}}};
+constexpr FieldRun<B> kReferenceHeight[] = {{BG::Hunter_RefLat, 0, kAltitude, {&B::Hunter_RefAlt}},
+                                            {BG::Hunter_RefLat, 4, {Raw::U32, kTenMillionth}, {&B::Hunter_RefHeading}}};
 constexpr FieldRun<B> kHunterArm[] = {
     {BG::Hunter_DisplacementArmX, 0, kArm24, {&B::Hunter_DisplacementArmX, &B::Hunter_DisplacementArmY}},
     {BG::Hunter_DisplacementArmX, 6, kArm16, {&B::Hunter_DisplacementArmZ}}};

@@ -1,31 +1,28 @@
 #include "range/RangeTimeState.h"
 
+#include "library/Wrapping.h"
+
 namespace Kvex::Rng {
 
 namespace {
 
 constexpr std::size_t kMillisecondsOffset = 4;
+constexpr Nano kNanosPerMilli = 1'000'000;
 /// A fall of the millisecond word from above to below this is a new minute.
 constexpr std::int32_t kRollover = 2000;
 
-// Times are added and multiplied as unsigned numbers: wild minute counts wrap instead of overflowing.
-
-Nano minus(Nano a, Nano b) {
-  return static_cast<Nano>(static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b));
-}
-
+/// Time of a millisecond word; wild minute counts wrap.
 Nano clockTime(std::int32_t minute, std::int32_t milliseconds) {
-  return static_cast<Nano>(static_cast<std::uint64_t>(minute) * 60'000'000'000U +
-                           static_cast<std::uint64_t>(milliseconds) * 1'000'000U);
+  return Lib::wrappingAdd(Lib::wrappingMultiply(minute, 60 * Lib::kNanosPerSecond), milliseconds * kNanosPerMilli);
 }
 
 }  // namespace
 
 void TimeReferences::set(Nano time, Nano back) {
   first = time;
-  start = minus(time, back);
+  start = Lib::wrappingSubtract(time, back);
   const Nano fraction = start % Lib::kNanosPerSecond;
-  origin = minus(start, fraction < 0 ? fraction + Lib::kNanosPerSecond : fraction);
+  origin = Lib::wrappingSubtract(start, fraction < 0 ? fraction + Lib::kNanosPerSecond : fraction);
 }
 
 bool RangeTimeState::beginsCycle(std::size_t pair) {
@@ -89,7 +86,7 @@ bool RangeTimeState::scan(const PacketHead& head, ByteView packet) {
 }
 
 Nano RangeTimeState::backFill(std::size_t pair) {
-  const Nano time = minus(references_.first, countedBack());
+  const Nano time = Lib::wrappingSubtract(references_.first, countedBack());
   --packets_.count;
   if (beginsCycle(pair)) --cycles_.count;
   if (packets_.count <= 0) {

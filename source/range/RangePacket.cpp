@@ -1,7 +1,6 @@
 #include "range/RangePacket.h"
 
-#include <numeric>
-
+#include "library/Checksum.h"
 #include "range/RangeRecord.h"
 
 namespace Kvex::Rng {
@@ -31,8 +30,8 @@ Frame checkFrame(ByteView bytes) {
   if (bytes.u8(0) != 'W') return {FrameCheck::Bad, 0};
   const std::size_t size = bytes.u16(2) + kFrameHead;
   if (bytes.size() < size) return {FrameCheck::Incomplete, size};
-  const std::uint8_t sum = std::accumulate(bytes.data() + 1, bytes.data() + size - 1, std::uint8_t{0});
-  return {sum == bytes.u8(size - 1) ? FrameCheck::Good : FrameCheck::Bad, size};
+  const bool good = Lib::byteSum(bytes.data() + 1, size - 2) == bytes.u8(size - 1);
+  return {good ? FrameCheck::Good : FrameCheck::Bad, size};
 }
 
 std::optional<PacketHead> readHead(ByteView packet) {

@@ -7,8 +7,8 @@
 namespace Kvex::Rng {
 
 // What the decoder works out by itself from what the packets bring. No step fails: an input that is missing leaves the
-// old value in the result and marks it. A group that nobody wants is marked, or copied into its ISO form, only while the
-// state says so (`markUnwanted`).
+// old value in the result and marks it. A group that nobody wants is marked, or copied into its ISO form, only while
+// the state says so (`markUnwanted`).
 
 /// Resultant range and its angle, resultant rate, times to impact from range and rate. For short and long packets, once
 /// the target's range and rate fields are decoded.

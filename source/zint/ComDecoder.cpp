@@ -107,8 +107,9 @@ void ComDecoder::extractWaiting() {
   // A signal can belong to several messages: the packet that came last must be extracted last.
   std::sort(waiting_.begin(), waiting_.end(), [](const Inbox* a, const Inbox* b) { return a->arrival < b->arrival; });
   for (Inbox* inbox : waiting_) {
-    for (const Signal* signal : inbox->plan->beforeTime) signal->capture(data_, inbox->before, inbox->payload);
-    for (const Signal* signal : inbox->plan->afterTime) signal->capture(data_, inbox->after, inbox->payload);
+    const ByteView payload(inbox->payload);
+    for (const Signal* signal : inbox->plan->beforeTime) signal->capture(data_, inbox->before, payload);
+    for (const Signal* signal : inbox->plan->afterTime) signal->capture(data_, inbox->after, payload);
     inbox->waiting = false;
   }
   waiting_.clear();

@@ -1,5 +1,7 @@
 #include "codecs.h"
 
+#include "nav/StreamDask.h"
+#include "nav/StreamQuon.h"
 #include "range/StreamYeld.h"
 #include "zint/StreamZint.h"
 
@@ -12,6 +14,8 @@ using Sto::Framing;
 using Sto::makeStream;
 
 constexpr Sto::Codec kCodecs[] = {
+    {StreamCodec::Dask, ".dask", Framing::Navigation, makeStream<Sto::StreamDask>},
+    {StreamCodec::Quon, ".quon", Framing::Navigation, makeStream<Sto::StreamQuon>},
     {StreamCodec::Yeld, ".yeld", Framing::Range, makeStream<Sto::StreamYeld>},
     {StreamCodec::Zint, "", Framing::None, makeStream<Sto::StreamZint>},
 };

@@ -22,6 +22,12 @@ std::string caseName(const testing::TestParamInfo<const char*>& info) {
 INSTANTIATE_TEST_SUITE_P(Zint, GoldenTest,
                          testing::Values("zint_plain_11.vrel", "zint_wild_11.vrel", "zint_damaged_11.vrel"), caseName);
 
+INSTANTIATE_TEST_SUITE_P(Nav, GoldenTest,
+                         testing::Values("quon_mode_mix_11.quon", "quon_triggers_11.quon", "quon_frame_66_11.quon",
+                                         "quon_filters_normal_11.quon", "dask_mode_mix_11.dask",
+                                         "nav_recording_11.vrel"),
+                         caseName);
+
 }  // namespace
 
 }  // namespace Kvex

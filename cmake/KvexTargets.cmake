@@ -2,7 +2,7 @@
 
 add_library(kvex_options INTERFACE)
 # Contraction off: a fused multiply-add rounds differently, and results must be the same on every machine.
-target_compile_options(kvex_options INTERFACE -ffp-contract=off -Wall -Wextra -Wshadow=local -Wnon-virtual-dtor -Werror)
+target_compile_options(kvex_options INTERFACE -ffp-contract=off -Wall -Wextra -Wno-missing-field-initializers -Wshadow=local -Wnon-virtual-dtor -Werror)
 if(KVEX_SANITIZERS)
   target_compile_options(kvex_options INTERFACE -fsanitize=${KVEX_SANITIZERS} -fno-sanitize-recover=all
                                                 -fno-omit-frame-pointer)
@@ -14,6 +14,11 @@ endif()
 function(kvex_folder name)
   cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  if(NOT sources)
+    add_library(kvex_${name} INTERFACE)
+    target_link_libraries(kvex_${name} INTERFACE ${ARG_DEPENDS})
+    return()
+  endif()
   add_library(kvex_${name} STATIC ${sources})
   target_include_directories(kvex_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries(kvex_${name} PUBLIC kvex_options ${ARG_DEPENDS})

@@ -43,9 +43,7 @@ class ByteView {
   float f32(std::size_t offset) const { return load<float>(offset); }
   double f64(std::size_t offset) const { return load<double>(offset); }
 
-  std::uint32_t u24(std::size_t offset) const {
-    return u16(offset) | static_cast<std::uint32_t>(u8(offset + 2)) << 16;
-  }
+  std::uint32_t u24(std::size_t offset) const { return u16(offset) | static_cast<std::uint32_t>(u8(offset + 2)) << 16; }
   /// 24 bits with sign.
   std::int32_t s24(std::size_t offset) const { return static_cast<std::int32_t>(u24(offset) << 8) >> 8; }
 

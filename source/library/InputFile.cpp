@@ -1,10 +1,9 @@
 #include "library/InputFile.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <cerrno>
 
 namespace Kvex::Lib {
 

@@ -6,8 +6,8 @@
 
 namespace Kvex::Lib {
 
-/// A file opened for binary reading at any offset. Reads carry their own offset, so that a file can be closed and opened
-/// again without losing a place.
+/// A file opened for binary reading at any offset. Reads carry their own offset, so that a file can be closed and
+/// opened again without losing a place.
 class InputFile {
  public:
   InputFile() = default;

@@ -27,14 +27,16 @@ inline constexpr std::uint8_t kReset = kNotAvailable | kUntimed;  ///< What a re
 }  // namespace Flag
 
 /// Whether a value with these flags can be used: a value without a real stamp (bit 16) still can.
-constexpr bool usable(std::uint8_t flags) { return (flags & 0xEF) == 0; }
+constexpr bool usable(std::uint8_t flags) {
+  return (flags & 0xEF) == 0;
+}
 
 /// One decoded value with its state: how every decoder holds every signal.
 template <class T>
 struct NavField {
-  Nano stamp = 0;                             ///< Time of the packet that last wrote the field.
-  std::uint8_t flags = Flag::kNeverWritten;   ///< Bits of `Flag`.
-  std::int64_t stamp2 = 0;                    ///< Second time word, copied along with the stamp; 0 in all protocols.
+  Nano stamp = 0;                            ///< Time of the packet that last wrote the field.
+  std::uint8_t flags = Flag::kNeverWritten;  ///< Bits of `Flag`.
+  std::int64_t stamp2 = 0;                   ///< Second time word, copied along with the stamp; 0 in all protocols.
   T value{};
 
   bool usable() const { return Lib::usable(flags); }

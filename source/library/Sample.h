@@ -15,9 +15,9 @@ namespace Kvex::Lib {
 struct Sample {
   Nano time = 0;                             ///< Stamp of the value.
   std::uint8_t flags = Flag::kNeverWritten;  ///< State of the value, bits of `Flag`.
-  std::uint64_t value = 0;                   ///< The value's bytes in the representation of `type`, from the first byte.
-  std::uint32_t source = 0;                  ///< The `source` word of the row that gave the value.
-  ValueType type = ValueType::None;          ///< The type of `value`.
+  std::uint64_t value = 0;           ///< The value's bytes in the representation of `type`, from the first byte.
+  std::uint32_t source = 0;          ///< The `source` word of the row that gave the value.
+  ValueType type = ValueType::None;  ///< The type of `value`.
 
   bool usable() const { return Lib::usable(flags); }
 

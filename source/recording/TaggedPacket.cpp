@@ -20,7 +20,27 @@ constexpr Bracket kBrackets[] = {
 };
 
 /// Control bytes and all bytes from 0x80 on stand between the items of a key-value body.
-bool separates(char byte) { return static_cast<signed char>(byte) < 32; }
+bool separates(char byte) {
+  return static_cast<signed char>(byte) < 32;
+}
+
+/// Whether a JSON text nests deeper than `TaggedPacket::kMaxJsonDepth`. Exact as far as the text is well-formed.
+bool nestsTooDeep(std::string_view json) {
+  int depth = 0;
+  bool inString = false;
+  for (std::size_t at = 0; at < json.size(); ++at) {
+    const char byte = json[at];
+    if (byte == '"') inString = !inString;
+    if (inString) {
+      if (byte == '\\') ++at;
+    } else if (byte == '[' || byte == '{') {
+      if (++depth > TaggedPacket::kMaxJsonDepth) return true;
+    } else if (byte == ']' || byte == '}') {
+      --depth;
+    }
+  }
+  return false;
+}
 
 }  // namespace
 
@@ -54,6 +74,7 @@ bool TaggedPacket::parseBody() {
       parseKeyValues();
       return true;
     case Kind::Json:
+      if (nestsTooDeep(data)) return false;
       document = nlohmann::json::parse(data, nullptr, /*allow_exceptions=*/false);
       if (!document.is_discarded()) return true;
       document = nullptr;
@@ -85,10 +106,14 @@ bool TaggedPacket::getText(std::string_view key, std::string& out) const {
 }
 
 bool TaggedPacket::getUnsigned(std::string_view key, std::uint32_t& out) const {
+  out = 0;
   const auto found = values.find(key);
   if (found == values.end()) return false;
   std::istringstream text(found->second);
-  return static_cast<bool>(text >> out);
+  std::uint32_t number = 0;
+  if (!(text >> number)) return false;
+  out = number;
+  return true;
 }
 
 void TaggedPacket::setText(std::string_view key, std::string_view value) {

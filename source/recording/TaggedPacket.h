@@ -26,6 +26,9 @@ class TaggedPacket {
     Invalid = 7,   ///< No valid tag.
   };
 
+  /// A JSON body that nests deeper does not parse: to copy a JSON value takes stack for each level.
+  static constexpr int kMaxJsonDepth = 256;
+
   TaggedPacket() = default;
   /// Takes the bytes of a packet and parses tag and body.
   explicit TaggedPacket(std::string bytes);
@@ -39,7 +42,7 @@ class TaggedPacket {
 
   /// The value of a key; an empty text and false without it.
   bool getText(std::string_view key, std::string& out) const;
-  /// The value of a key as a decimal number; false where there is none.
+  /// The value of a key as a decimal number; 0 and false where there is none or it is beyond 32 bits.
   bool getUnsigned(std::string_view key, std::uint32_t& out) const;
   /// Sets the value of a key, replacing what was there.
   void setText(std::string_view key, std::string_view value);

@@ -30,6 +30,9 @@ enum class ResourceKind : std::int32_t {
   RangeFile = 4,       ///< Bare range packets, with navigation packets of its sources inside.
 };
 
+/// "[Kvex-" + the codec's printed name + "]": the tag of the primary packet of a stream of this codec.
+std::string primaryTag(StreamCodec codec);
+
 /// What the store tells about one Stream.
 struct StreamInfo {
   std::int32_t resourceIndex = -1;
@@ -70,7 +73,7 @@ class Stream {
   Stream(const Stream&) = delete;
   Stream& operator=(const Stream&) = delete;
 
-  /// "[Kvex-" + the codec's printed name + "]": the primary tag of a stream of this codec.
+  /// The primary tag of this Stream's codec.
   std::string headerTag() const;
 
   StreamInfo info() const;
@@ -143,16 +146,16 @@ class Stream {
 
   const ResourceKind resourceKind;
   const StreamCodec codec;
-  std::int32_t resourceIndex = -1;  ///< Position of the owning Resource in the store.
-  const std::uint32_t serial;       ///< Key of the Stream in its Resource.
-  std::int32_t index = -1;          ///< Store-wide stream id.
-  std::string name = "?";           ///< Display name, set by the store.
-  std::int32_t groupIndex = -1;     ///< The store's number of each distinct name.
-  bool headerSeen = false;          ///< The Resource has put `header` in place.
-  bool headerAccepted = false;      ///< `headerReady` has accepted the header.
-  bool hasTime = false;             ///< The scan found usable time: reading may start.
-  bool live = true;                 ///< The logical stream still has data in the current walk.
-  Nano time = 0;                    ///< Time of the newest record with usable time.
+  std::int32_t resourceIndex = -1;                    ///< Position of the owning Resource in the store.
+  const std::uint32_t serial;                         ///< Key of the Stream in its Resource.
+  std::int32_t index = -1;                            ///< Store-wide stream id.
+  std::string name = "?";                             ///< Display name, set by the store.
+  std::int32_t groupIndex = -1;                       ///< The store's number of each distinct name.
+  bool headerSeen = false;                            ///< The Resource has put `header` in place.
+  bool headerAccepted = false;                        ///< `headerReady` has accepted the header.
+  bool hasTime = false;                               ///< The scan found usable time: reading may start.
+  bool live = true;                                   ///< The logical stream still has data in the current walk.
+  Nano time = 0;                                      ///< Time of the newest record with usable time.
   std::uint8_t timeFlags = Lib::Flag::kNeverWritten;  ///< Flags of the newest record's time.
   std::int64_t previousPosition = 0;
   std::int64_t position = 0;
@@ -176,6 +179,7 @@ class Stream {
 
  private:
   bool walkOnePacket();
+  bool walkTo(Nano t, WalkWatcher* watcher, bool& stopped);
 };
 
 }  // namespace Kvex::Sto

@@ -93,8 +93,8 @@ class SignalTable {
     return out.size() - before;
   }
 
-  /// Value, flags and stamp of the scalar of this name, in the first type in run order that has it. Gives false where no
-  /// type has it.
+  /// Value, flags and stamp of the scalar of this name, in the first type in run order that has it. Gives false where
+  /// no type has it.
   bool readByName(Sample& out, std::string_view name, const Record& record) const {
     return Lib::anyType([&](auto tag) {
       const auto* row = find<typename decltype(tag)::Type>(Shape::Scalar, name);

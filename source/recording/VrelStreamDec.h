@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ogg/ogg.h>
+#include <optional>
+
+#include "recording/VrelStream.h"
+
+namespace Kvex::Com {
+
+/// Reads one logical stream of a recording page by page. It checks the order of the pages, collects the primary packet
+/// and the header packets, passes over repeat blocks, counts everything, and leaves the data packets to be taken.
+///
+/// A page is never an error for the caller: old and repeated pages are dropped, a gap is passed over, and a broken
+/// structure ends in `VrelState::Failed`, from which on no data packets arrive. Not synchronised.
+class VrelStreamDec : public VrelStream {
+ public:
+  /// Data packets not taken yet, the begun one included, are dropped above this size and count as one hole. No record
+  /// of a recording comes near it; without the limit a damaged packet could run on through the whole file.
+  static constexpr std::size_t kMaxHeldBytes = std::size_t{64} << 20;
+  /// Header packets may not be larger than this altogether, each counted with `kHeaderOverhead`; else the stream fails.
+  static constexpr std::size_t kMaxHeaderBytes = std::size_t{64} << 20;
+  static constexpr std::size_t kHeaderOverhead = 2 * sizeof(TaggedPacket);
+
+  explicit VrelStreamDec(std::uint32_t serial) : VrelStream(serial) {}
+
+  /// Makes ready for a file's first page, which must bring the primary packet.
+  void expectPrimary() { enter(VrelState::AwaitPrimary); }
+
+  /// Takes the next page of this stream; true when it was accepted.
+  /// REQUIRES: a whole page, as libogg's sync state gives it out.
+  bool addPage(const ogg_page& page);
+
+  /// Takes the next data packet: above 0 a packet, valid until the next page; 0: more pages are needed; below 0: a
+  /// hole, after which the taking goes on. Packets and holes are counted here.
+  int takePacket(ogg_packet& packet);
+
+  /// Bytes that wait to be taken as packets, the begun packet included.
+  std::size_t heldBytes() const { return assembler_.heldBytes(); }
+
+  /// Makes ready to read the pages again from the file's start. The header stays; the primary packet and header packets
+  /// that come again are taken as a repeat block.
+  void rewind() { rewindPages(); }
+
+ private:
+  /// What the reading of a header block counts, and where it leads.
+  struct BlockReading {
+    HeaderBlock& block;
+    std::uint64_t& packets;
+    std::uint64_t& holes;
+    VrelState complete;
+    bool kept;
+  };
+
+  PageClass classify() const;
+  void fail() { enter(VrelState::Failed); }
+
+  void addBosPage(const ogg_page& page);
+  void addMiddlePage(const ogg_page& page);
+  void readPrimary(const ogg_page& page);
+  void readRepeatPrimary(const ogg_page& page);
+  void readHeaders(const ogg_page& page, BlockReading reading);
+  void addData(const ogg_page& page);
+
+  /// The packet with which a BOS page opens. None for a hole, which is counted, and for a failure.
+  std::optional<TaggedPacket> takeFirstPacket(const ogg_page& page, std::uint64_t& holes);
+  /// Appends a header packet. False where the header grows beyond its limit.
+  bool keepHeader(const ogg_packet& packet);
+
+  std::size_t headerBytes_ = 0;
+};
+
+}  // namespace Kvex::Com

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <shared_mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "store/DataStoreImpl.h"
+
+namespace Kvex::Sto {
+
+/// The one object that a client of the storage library sees. It owns the opened files, knows their Streams by a
+/// store-wide id, and answers questions about time and about signals.
+///
+/// It works in two stages. Adding a file scans it whole; nothing decoded is kept but one first and one last record per
+/// Stream. After that, values are produced on demand by walking each Stream forward from a seek position.
+///
+/// Calling order for values: `subscribe` and `addToQuery`, then `seekAll`, then `readSamples` with times that do not
+/// decrease; an earlier time needs a new `seekAll`. A value is never interpolated: the value for a time is the one that
+/// stands after the first record at or after that time was decoded.
+///
+/// Thread safety: all operations may be called from any thread. `cancel` and the reading of `progress` are meant to be
+/// used from a second thread while an operation runs.
+class DataStore : private DataStoreImpl {
+ public:
+  /// `codecs` must outlive the store.
+  DataStore(const StoreConfig& config, CodecList codecs) : DataStoreImpl(config, codecs) {}
+
+  /// Scans a file and adds its Streams, whose ids are appended to `streamIds`. The extension tells the kind of file, in
+  /// any case. NotFound for a path that is no regular file, an unknown extension, or a file without Streams; Cancelled
+  /// where `cancel` has been called, with nothing added.
+  StoreStatus addFile(const std::string& path, std::vector<std::uint32_t>& streamIds);
+
+  /// The earliest start of all Streams with time, GPS nanoseconds; plus 100 ms if they do not all start at the same
+  /// nanosecond. NotFound, and the largest time, if no Stream has time.
+  StoreStatus startTime(Nano& time) const;
+  /// The latest end of all Streams with time. NotFound, and 0, if no Stream has time.
+  StoreStatus endTime(Nano& time) const;
+
+  /// What is known of a Stream; a default record for an unknown id.
+  StreamInfo streamInfo(std::uint32_t streamId) const;
+  /// Calls `visitor` with a Stream and its file, which it may look at but not keep. False for an unknown id.
+  bool visitStream(std::uint32_t streamId, const std::function<void(const Stream&, const Resource&)>& visitor) const;
+
+  /// Enters a signal of a Stream into a Mode. A bracketed element number is ignored: arrays are subscribed whole.
+  /// NotFound for an unknown Mode, Stream or name, and for a Stream without time.
+  StoreStatus subscribe(std::uint32_t modeId, std::uint32_t streamId, std::string_view name);
+  /// Adds a subscribed signal, or with "Name[3]" one element of it, to a query. NotFound for what is not subscribed and
+  /// for an element beyond the array.
+  StoreStatus addToQuery(SignalQuery& query, std::uint32_t modeId, std::uint32_t streamId, std::string_view name) const;
+
+  /// Puts all Streams that are read on a time. Success or Cancelled.
+  StoreStatus seekAll(Nano time);
+  /// Walks the Streams that are read forward to a time and gives the values of the query's columns, in `out`, which is
+  /// resized to their number. NotFound for an empty query; Cancelled, with no values, where `cancel` has been called.
+  /// Throws `std::out_of_range` for a query made for another Mode.
+  StoreStatus readSamples(const SignalQuery& query, Nano time, std::vector<Sample>& out);
+
+  /// Closes the files of all Streams.
+  void closeFiles();
+
+  /// Ends the operation in progress, and all later ones, at the next opportunity. Safe to call from a signal handler.
+  void cancel() { cancelFlag().store(true, std::memory_order_relaxed); }
+  /// Reports of long operations. One thread may read them while another one works.
+  using DataStoreImpl::progress;
+
+ private:
+  void passGate() const { const std::shared_lock gate(gateLock_); }
+
+  /// Held exclusively, it keeps new operations out while those inside finish. Every operation passes it and releases it
+  /// before it goes for the data lock.
+  mutable std::shared_mutex gateLock_;
+  /// Guards Resources and Streams: shared to look, exclusive to walk or change.
+  mutable std::shared_mutex dataLock_;
+};
+
+}  // namespace Kvex::Sto

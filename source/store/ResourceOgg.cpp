@@ -1,0 +1,162 @@
+#include "store/ResourceOgg.h"
+
+#include <algorithm>
+
+namespace Kvex::Sto {
+
+namespace {
+
+constexpr std::size_t kIdentificationBlock = 0x10000;
+
+/// Data that may pile up for a Stream while another one is still waiting for its header. The first pass reads what lies
+/// beyond once more.
+constexpr std::size_t kMaxHeldData = 0x40000;
+
+std::uint32_t serialOf(const ogg_page& page) {
+  return static_cast<std::uint32_t>(ogg_page_serialno(&page));
+}
+
+/// Gives `visitor` the data packets at hand until it answers true. Gives whether it did.
+template <class Visitor>
+bool takePackets(LogicalVrel& logical, Visitor&& visitor) {
+  ogg_packet packet;
+  while (const int result = logical.pages().takePacket(packet)) {
+    if (result < 0) continue;  // a hole; counted there
+    if (visitor(ByteView(packet.packet, static_cast<std::size_t>(packet.bytes)))) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+void ResourceOgg::scan() {
+  identify();
+  firstPass();
+  secondPass();
+}
+
+const Codec* ResourceOgg::matchCodec(const ogg_page& page) const {
+  const std::string_view body(reinterpret_cast<const char*>(page.body), static_cast<std::size_t>(page.body_len));
+  const auto found = std::find_if(context_.codecs.begin(), context_.codecs.end(),
+                                  [&](const Codec& codec) { return body.starts_with(primaryTag(codec.code)); });
+  return found == context_.codecs.end() ? nullptr : &*found;
+}
+
+void ResourceOgg::meetPage(const ogg_page& page) {
+  const std::uint32_t serial = serialOf(page);
+  auto member = members_.find(serial);
+  if (member == members_.end()) {
+    if (!ogg_page_bos(&page) || members_.size() >= kMaxStreams) return;
+    const Codec* codec = matchCodec(page);
+    if (codec == nullptr) return;
+    std::unique_ptr<Stream>& stream = streams[serial];
+    stream = codec->makeStream(kind, serial);
+    auto logical = std::make_unique<LogicalVrel>(path, serial);
+    logical->pages().expectPrimary();
+    member = members_.insert({serial, {stream.get(), logical.get()}}).first;
+    stream->logical = std::move(logical);
+  }
+  member->second.overfull |= member->second.logical->pages().heldBytes() > kMaxHeldData;
+  if (member->second.overfull) return;
+  ++member->second.pagesHeld;
+  member->second.logical->pages().addPage(page);
+}
+
+bool ResourceOgg::settleHeaders() {
+  bool pending = false;
+  for (auto& [serial, member] : members_) {
+    Stream& stream = *member.stream;
+    if (stream.headerSeen) continue;
+    const Com::VrelStreamDec& pages = member.logical->pages();
+    if (!pages.headerSettled()) {
+      pending = true;
+      continue;
+    }
+    stream.headerSeen = true;
+    stream.header = pages.header();
+    stream.trailer = pages.trailer();
+    stream.headerReady();
+  }
+  return pending;
+}
+
+void ResourceOgg::identify() {
+  PassProgress progress(*this, Phase::Identification);
+  while (!cancelled()) {
+    const bool more = reader_.readBlock(file_, kIdentificationBlock, [&](const ogg_page& page) { meetPage(page); });
+    const bool pending = settleHeaders();
+    if (!more || !pending) return;
+    progress.moved(reader_.position());
+  }
+}
+
+void ResourceOgg::firstPass() {
+  PassProgress progress(*this, Phase::FirstPass);
+  bool overfull = false;
+  for (auto& [serial, member] : members_) {
+    member.feeding = member.stream->headerAccepted;
+    overfull |= member.overfull;
+  }
+  if (overfull) {
+    reader_.restart();
+    for (auto& [serial, member] : members_) member.pagesToSkip = member.pagesHeld;
+  }
+  // A Stream that has had enough gets no more pages either: they would pile up, and its rewind forgets them anyway.
+  const auto addPage = [&](const ogg_page& page) {
+    const auto member = members_.find(serialOf(page));
+    if (member == members_.end() || !member->second.feeding) return;
+    if (member->second.pagesToSkip > 0) {
+      --member->second.pagesToSkip;
+    } else {
+      member->second.logical->pages().addPage(page);
+    }
+  };
+  while (!cancelled()) {
+    bool feeding = false;
+    for (auto& [serial, member] : members_) {
+      if (!member.feeding) continue;
+      Stream& stream = *member.stream;
+      member.feeding = !takePackets(*member.logical, [&](ByteView packet) { return stream.probePacket(packet); });
+      feeding |= member.feeding;
+    }
+    if (!feeding || !reader_.readBlock(file_, kRecordingBlock, addPage)) break;
+    progress.moved(reader_.position());
+  }
+  for (auto& [serial, member] : members_) {
+    member.logical->rewind();
+    member.stream->probeDone();
+  }
+  reader_.restart();
+}
+
+void ResourceOgg::secondPass() {
+  PassProgress progress(*this, Phase::SecondPass);
+  bool feeding = false;
+  for (auto& [serial, member] : members_) feeding |= member.stream->headerAccepted;
+  const auto addPage = [&](const ogg_page& page) {
+    const auto member = members_.find(serialOf(page));
+    if (member != members_.end()) member->second.logical->pages().addPage(page);
+  };
+  while (feeding && !cancelled()) {
+    for (auto& [serial, member] : members_) {
+      Stream& stream = *member.stream;
+      // The packets of a Stream without an accepted header are taken all the same, so that they do not pile up.
+      takePackets(*member.logical, [&](ByteView packet) {
+        if (stream.headerAccepted) stream.scanPacket(packet);
+        return false;
+      });
+    }
+    if (!reader_.readBlock(file_, kRecordingBlock, addPage)) break;
+    progress.moved(reader_.position());
+  }
+  health.gaps = reader_.gaps();
+  health.truncatedBytes = reader_.pendingBytes();
+  const bool sound = health.sound() && !cancelled();
+  for (auto& [serial, member] : members_) {
+    member.stream->scanDone();
+    if (sound) member.logical->trustFile();
+  }
+  file_.close();
+}
+
+}  // namespace Kvex::Sto

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <map>
+#include <vector>
+
+#include "recording/PageReader.h"
+#include "store/LogicalVrel.h"
+#include "store/Resource.h"
+
+namespace Kvex::Sto {
+
+/// A recording: an Ogg file that interleaves logical streams, one Stream each. Logical streams of an unknown codec are
+/// ignored.
+class ResourceOgg final : public Resource {
+ public:
+  /// More logical streams than this are not taken in from one file.
+  static constexpr std::size_t kMaxStreams = 1024;
+
+  ResourceOgg(const ScanContext& context, std::uint32_t resourceIndex, std::string filePath)
+      : Resource(context, resourceIndex, ResourceKind::Recording, std::move(filePath)) {}
+
+  void scan() override;
+
+ private:
+  /// A Stream with its logical stream.
+  struct Member {
+    Stream* stream;
+    LogicalVrel* logical;
+    bool feeding = false;           ///< The first pass still feeds it.
+    bool overfull = false;          ///< Identification has stopped to hold its pages.
+    std::uint64_t pagesHeld = 0;    ///< Pages taken in during identification.
+    std::uint64_t pagesToSkip = 0;  ///< Pages that a first pass from the start of the file meets again.
+  };
+
+  void identify();
+  void firstPass();
+  void secondPass();
+
+  /// Finds the codec whose tag opens a first page.
+  const Codec* matchCodec(const ogg_page& page) const;
+  void meetPage(const ogg_page& page);
+  /// Copies completed headers to their Streams. Gives whether a Stream is still waiting for its header.
+  bool settleHeaders();
+
+  Com::PageReader reader_;
+  std::map<std::uint32_t, Member> members_;  ///< By serial, as `streams`.
+};
+
+}  // namespace Kvex::Sto

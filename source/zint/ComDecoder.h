@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json_fwd.hpp>
+#include <vector>
+
+#include "library/ByteView.h"
+#include "library/NavField.h"
+#include "zint/ComData.h"
+#include "zint/Definitions.h"
+
+namespace Kvex::Zint {
+
+/// Decodes the messages of a self-describing stream.
+///
+/// A packet is a 16-bit message id and the payload. The time is an ordinary signal, "Nano" of type int64; a value takes
+/// the newest time as its stamp. Only the time is extracted when a packet comes. Of each message the newest packet is
+/// kept, with the time that stood when it came, and its signals are extracted when somebody asks for `data`: the values,
+/// flags and stamps are those of extracting every packet at once.
+class ComDecoder {
+ public:
+  /// Where the decoder stands in its search for a first time.
+  enum class State : std::uint8_t {
+    Probing = 0,  ///< Packets are looked at for a time only.
+    Untimed = 1,  ///< No time was found while probing.
+    Timed = 2,    ///< `firstTime` holds.
+  };
+
+  /// Takes in a definition document; one that defines nothing leaves the decoder with no signals.
+  void setDefinitions(const nlohmann::json& document);
+  /// Feeds a packet while only the time is wanted.
+  void probe(ByteView packet);
+  /// Feeds a packet. One of fewer than 3 bytes or of an unknown id is ignored.
+  void decode(ByteView packet);
+  /// Back to the state of a new walk: no values, and the time at the first time if that is known.
+  void reset();
+
+  State state() const { return state_; }
+  const Definitions& definitions() const { return definitions_; }
+  /// The newest value of every signal.
+  const ComData& data();
+  /// The newest time, without bringing anything else up to date.
+  const Lib::NavField<Lib::Nano>& time() const { return data_.time(); }
+
+ private:
+  /// How one list of signals is decoded: in rising id, so that a signal ahead of the time signal takes the time of the
+  /// packet before.
+  struct Plan {
+    std::vector<const Signal*> beforeTime;
+    std::vector<const Signal*> afterTime;
+    bool hasTime = false;
+    std::size_t payloadReach = 0;  ///< Payload bytes that the signals read.
+  };
+
+  /// The newest packet of a message.
+  struct Inbox {
+    const Plan* plan = nullptr;
+    std::vector<std::uint8_t> payload;
+    TimeMark before;
+    TimeMark after;
+    std::uint64_t arrival = 0;
+    bool waiting = false;  ///< Not extracted yet.
+  };
+
+  static constexpr std::size_t kIdSize = 2;
+  static constexpr std::uint32_t kNoInbox = UINT32_MAX;
+
+  void buildInboxes();
+  Inbox* inboxOf(ByteView packet);
+  TimeMark mark() const;
+  void takeTime(ByteView payload);
+  void extractWaiting();
+
+  State state_ = State::Probing;
+  Lib::Nano firstTime_ = Lib::kNoTime;
+  Definitions definitions_;
+  const Signal* timeSignal_ = nullptr;
+  ComData data_;
+  std::vector<std::unique_ptr<Plan>> plans_;
+  std::vector<Inbox> inboxes_;
+  std::vector<std::uint32_t> inboxById_;  ///< Index in `inboxes_` by message id.
+  std::vector<Inbox*> waiting_;           ///< Those that hold a packet not extracted yet.
+  std::uint64_t arrivals_ = 0;
+};
+
+}  // namespace Kvex::Zint

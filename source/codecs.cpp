@@ -1,5 +1,6 @@
 #include "codecs.h"
 
+#include "range/StreamYeld.h"
 #include "zint/StreamZint.h"
 
 namespace Kvex {
@@ -11,6 +12,7 @@ using Sto::Framing;
 using Sto::makeStream;
 
 constexpr Sto::Codec kCodecs[] = {
+    {StreamCodec::Yeld, ".yeld", Framing::Range, makeStream<Sto::StreamYeld>},
     {StreamCodec::Zint, "", Framing::None, makeStream<Sto::StreamZint>},
 };
 

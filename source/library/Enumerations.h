@@ -37,7 +37,7 @@ class Enumeration {
 
   // The texts belong to the derived object.
   template <std::size_t Count>
-  constexpr void show(const std::array<std::string_view, Count>& texts) {
+  constexpr void setTexts(const std::array<std::string_view, Count>& texts) {
     static_assert(Count > 0 && Count <= UINT16_MAX);
     texts_ = texts.data();
     last_ = static_cast<std::uint16_t>(Count - 1);
@@ -54,7 +54,7 @@ class NameList : public Enumeration {
  public:
   template <class... Texts>
   explicit constexpr NameList(const Texts&... texts) : texts_{texts...} {
-    show(texts_);
+    setTexts(texts_);
     if (texts_.back() != "Unknown") throw "the last name is not \"Unknown\"";
   }
 
@@ -72,7 +72,7 @@ class NumberedNames : public Enumeration {
  public:
   template <class... FirstTexts>
   explicit constexpr NumberedNames(std::string_view stem, const FirstTexts&... firstTexts) : texts_{firstTexts...} {
-    show(texts_);
+    setTexts(texts_);
     for (std::size_t value = sizeof...(firstTexts); value + 1 < Count; ++value) {
       texts_[value] = compose(numbered_[value], stem, value);
     }
@@ -94,6 +94,8 @@ class NumberedNames : public Enumeration {
   std::array<std::string_view, Count> texts_;
   std::array<Text, Count> numbered_{};
 };
+
+// The enumerations, each named after the code or the signal that carries it.
 
 // clang-format off
 

@@ -1,7 +1,6 @@
 #include "range/RangeChannels.h"
 
 #include <array>
-#include <bit>
 #include <fmt/format.h>
 #include <span>
 #include <string_view>
@@ -141,18 +140,21 @@ void readOffsetLat(const ChannelPacket& packet) {
   }
 }
 
-/// The script's number as a text of six digits or more, first character in the lowest byte.
+/// The script's number as a text of six digits or more, the first one in the lowest byte.
 void readScriptID(const ChannelPacket& packet) {
+  constexpr std::uint32_t kNoScript = 0xFFFFFF;
+  constexpr int kLeastDigits = 6;
   NavField<std::uint64_t>& field = packet.body().OsScriptID;
   if (!packet.state.open(packet.wants(BG::OsScriptID), field)) return;
-  const std::uint32_t number = packet.data.u24(3);
-  if (number == 0xFFFFFF) {
+  std::uint32_t number = packet.data.u24(3);
+  if (number == kNoScript) {
     field.flags = kNotAvailable;
     return;
   }
-  std::array<char, sizeof(std::uint64_t)> digits{};
-  fmt::format_to_n(digits.data(), digits.size(), "{:06}", number);
-  packet.state.write(field, std::bit_cast<std::uint64_t>(digits));
+  std::uint64_t text = 0;
+  for (int digits = 0; digits < kLeastDigits || number > 0; ++digits, number /= 10)
+    text = text << 8 | ('0' + number % 10);
+  packet.state.write(field, text);
 }
 
 void readMeasPlane(const ChannelPacket& packet) {

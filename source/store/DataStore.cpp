@@ -54,6 +54,18 @@ StoreStatus DataStore::addToQuery(SignalQuery& query, std::uint32_t modeId, std:
   return DataStoreImpl::addToQuery(query, modeId, streamId, name);
 }
 
+StoreStatus DataStore::subscribe(std::uint32_t modeId, const SignalListing& signal) {
+  passGate();
+  const Changing data(dataLock_);
+  return DataStoreImpl::subscribe(modeId, signal);
+}
+
+StoreStatus DataStore::addToQuery(SignalQuery& query, std::uint32_t modeId, const SignalListing& signal) const {
+  passGate();
+  const Looking data(dataLock_);
+  return DataStoreImpl::addToQuery(query, modeId, signal);
+}
+
 StoreStatus DataStore::seekAll(Nano time) {
   passGate();
   const Changing data(dataLock_);

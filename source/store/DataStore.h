@@ -47,9 +47,12 @@ class DataStore : private DataStoreImpl {
   /// Enters a signal of a Stream into a Mode. A bracketed element number is ignored: arrays are subscribed whole.
   /// NotFound for an unknown Mode, Stream or name, and for a Stream without time.
   StoreStatus subscribe(std::uint32_t modeId, std::uint32_t streamId, std::string_view name);
+  /// The same for exactly the row that a listing gave, also one whose name is empty or stands in an earlier type too.
+  StoreStatus subscribe(std::uint32_t modeId, const SignalListing& signal);
   /// Adds a subscribed signal, or with "Name[3]" one element of it, to a query. NotFound for what is not subscribed and
   /// for an element beyond the array.
   StoreStatus addToQuery(SignalQuery& query, std::uint32_t modeId, std::uint32_t streamId, std::string_view name) const;
+  StoreStatus addToQuery(SignalQuery& query, std::uint32_t modeId, const SignalListing& signal) const;
 
   /// Puts all Streams that are read on a time. Success or Cancelled.
   StoreStatus seekAll(Nano time);

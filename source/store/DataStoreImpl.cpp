@@ -9,6 +9,7 @@
 
 #include "store/ResourceBare.h"
 #include "store/ResourceOgg.h"
+#include "store/ResourceRng.h"
 
 namespace Kvex::Sto {
 
@@ -130,13 +131,23 @@ StreamInfo DataStoreImpl::streamInfo(std::uint32_t streamId) const {
 }
 
 StoreStatus DataStoreImpl::subscribe(std::uint32_t modeId, std::uint32_t streamId, std::string_view name) {
-  if (streamId >= streams_.size() || modeId > kRetainMode) return StoreStatus::NotFound;
   const std::string_view signal = parseSignalName(name).name;
   if (signal.empty()) return StoreStatus::NotFound;
+  return subscribe(modeId, streamId, signal, Lib::kAllRuns);
+}
+
+StoreStatus DataStoreImpl::subscribe(std::uint32_t modeId, const SignalListing& signal) {
+  const Run run = signal.run();
+  return subscribe(modeId, static_cast<std::uint32_t>(signal.streamId), signal.name, {&run, 1});
+}
+
+StoreStatus DataStoreImpl::subscribe(std::uint32_t modeId, std::uint32_t streamId, std::string_view signal,
+                                     std::span<const Run> runs) {
+  if (streamId >= streams_.size() || modeId > kRetainMode) return StoreStatus::NotFound;
   Stream& stream = *streams_[streamId];
   Mode& mode = modeId == kDirectMode ? static_cast<Mode&>(direct_) : retain_;
   const std::uint32_t request = modeId == kDirectMode ? 0 : streamId;
-  for (const Run run : Lib::kAllRuns) {
+  for (const Run run : runs) {
     if (stream.isSubscribed(modeId, run, signal)) return StoreStatus::Success;
     if (!stream.subscribe(modeId, request, mode.columnCount(run.type, request), run, signal)) continue;
     ColumnListing listing;
@@ -148,8 +159,20 @@ StoreStatus DataStoreImpl::subscribe(std::uint32_t modeId, std::uint32_t streamI
 StoreStatus DataStoreImpl::addToQuery(SignalQuery& query, std::uint32_t modeId, std::uint32_t streamId,
                                       std::string_view name) const {
   const SignalName signal = parseSignalName(name);
-  if (streamId >= streams_.size() || signal.name.empty()) return StoreStatus::NotFound;
-  for (const Run run : Lib::kAllRuns) {
+  if (signal.name.empty()) return StoreStatus::NotFound;
+  return addToQuery(query, modeId, streamId, signal, Lib::kAllRuns);
+}
+
+StoreStatus DataStoreImpl::addToQuery(SignalQuery& query, std::uint32_t modeId, const SignalListing& signal) const {
+  const Run run = signal.run();
+  const auto streamId = static_cast<std::uint32_t>(signal.streamId);
+  return addToQuery(query, modeId, streamId, {signal.name, std::nullopt}, {&run, 1});
+}
+
+StoreStatus DataStoreImpl::addToQuery(SignalQuery& query, std::uint32_t modeId, std::uint32_t streamId,
+                                      const SignalName& signal, std::span<const Run> runs) const {
+  if (streamId >= streams_.size()) return StoreStatus::NotFound;
+  for (const Run run : runs) {
     ColumnListing listing;
     std::uint32_t source = 0;
     if (!streams_[streamId]->lookup(listing, source, modeId, run, signal.name)) continue;

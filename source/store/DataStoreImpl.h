@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,7 +45,9 @@ class DataStoreImpl {
   const Resource* resource(std::uint32_t resourceIndex) const;
 
   StoreStatus subscribe(std::uint32_t modeId, std::uint32_t streamId, std::string_view name);
+  StoreStatus subscribe(std::uint32_t modeId, const SignalListing& signal);
   StoreStatus addToQuery(SignalQuery& query, std::uint32_t modeId, std::uint32_t streamId, std::string_view name) const;
+  StoreStatus addToQuery(SignalQuery& query, std::uint32_t modeId, const SignalListing& signal) const;
   StoreStatus seekAll(Nano time);
   StoreStatus readSamples(const SignalQuery& query, Nano time, std::vector<Sample>& out);
   void closeFiles();
@@ -57,7 +60,10 @@ class DataStoreImpl {
 
   std::unique_ptr<Resource> makeResource(const std::string& path);
   void takeIn(std::unique_ptr<Resource> resource, std::vector<std::uint32_t>& streamIds);
-  bool seekStream(Stream& stream, Nano time, Seek& seek);
+  StoreStatus subscribe(std::uint32_t modeId, std::uint32_t streamId, std::string_view signal,
+                        std::span<const Run> runs);
+  StoreStatus addToQuery(SignalQuery& query, std::uint32_t modeId, std::uint32_t streamId, const SignalName& signal,
+                         std::span<const Run> runs) const;
 
   StoreConfig config_;
   CodecList codecs_;

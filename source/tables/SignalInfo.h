@@ -45,6 +45,7 @@ struct SignalListing : SignalInfo {
   bool isArray = false;
   std::int32_t streamId = -1;
 
+  Lib::Run run() const { return {valueType, isArray ? Shape::Array : Shape::Scalar}; }
   /// The name of one element, "Name[label]", for an array; the plain name for a scalar.
   std::string elementName(std::uint32_t element) const;
 };

@@ -35,7 +35,7 @@ TEST(Enumerations, RawCodesReadAsTheirNames) {
       {kProductFamilyNames, 13, 0, "None"},
       {kProductGroupNames, 39, 38, "Product group 38"},
       {kProductModelNames, 629, 1, "Default"},
-      {kProductModelNames, 629, 255, "Product model 255"},
+      {kProductModelNames, 629, 628, "Product model 628"},
       {kProductModelNames, 629, 630, "Unknown"},
   };
   for (const auto& [enumeration, last, raw, name] : cases) {
@@ -43,7 +43,7 @@ TEST(Enumerations, RawCodesReadAsTheirNames) {
     EXPECT_EQ(enumeration.nameOfRaw(raw), name);
     EXPECT_EQ(enumeration.name(enumeration.clamped(raw)), name);
     for (const std::int64_t unlisted :
-         {std::int64_t{last}, std::int64_t{65535}, std::int64_t{1} << 32, std::int64_t{-1}}) {
+         {last + std::int64_t{1}, std::int64_t{65535}, std::int64_t{1} << 32, std::int64_t{-1}}) {
       EXPECT_EQ(enumeration.clamped(static_cast<std::uint64_t>(unlisted)), last);
       EXPECT_EQ(enumeration.nameOfRaw(static_cast<std::uint64_t>(unlisted)), "Unknown");
     }

@@ -127,24 +127,31 @@ TEST(Matrix, EulerAnglesAtThePoles) {
     for (const double heading : {-3.0, -1.0, 0.0, 1.0, 3.0}) {
       for (const double roll : {-2.5, 0.0, 2.5}) {
         const Matrix3 rotation = fullRotation({heading, pole, roll});
-        const Vector3 back = eulerFromRotation(rotation);
-        EXPECT_EQ(back[1], pole);
-        EXPECT_LE(std::abs(back[0]), kPi);
-        EXPECT_LE(std::abs(back[2]), kPi);
-        expectNear(fullRotation(back), rotation, 1e-15);
+        Matrix3 headingUnseen = rotation;
+        headingUnseen(0, 0) = headingUnseen(1, 0) = 0.0;
+        for (const Vector3& back : {eulerFromRotation(rotation), eulerFromRotation(headingUnseen)}) {
+          EXPECT_EQ(back[1], pole);
+          EXPECT_LE(std::abs(back[0]), kPi);
+          EXPECT_LE(std::abs(back[2]), kPi);
+          expectNear(fullRotation(back), rotation, 1e-15);
+        }
       }
-    }
-    // Neither heading nor roll can be seen; roll is then 0.
-    const double s = pole > 0 ? 1.0 : -1.0;
-    const Vector3 blind = eulerFromRotation({0, 0, s, 0, 1, 0, -s, 0, 0});
-    expectNear(blind, Vector3{0, pole, 0}, 0);
+      // Neither heading nor roll can be seen: roll is then 0.
+      const double sine = std::sin(heading);
+      const double cosine = std::cos(heading);
+      const double s = pole > 0 ? 1.0 : -1.0;
+      expectNear(eulerFromRotation({0, -sine, s * cosine, 0, cosine, s * sine, -s, 0, 0}), Vector3{heading, pole, 0},
+                 1e-15);
 
-    // Roll +90 and -90 degrees at heading 0 put phi at its poles: there heading is what turns about that axis.
-    for (const double pitch : {-1.0, 0.0, 0.7}) {
-      const Vector3 angles{0, pitch, pole};
-      const Vector3 omegaPhiKappa = eulerFromEuler(angles);
-      EXPECT_NEAR(std::abs(omegaPhiKappa[1]), kPi / 2, 1e-15);
-      expectNear(rotationOfOmegaPhiKappa(omegaPhiKappa), fullRotation(angles), 1e-15);
+      // A pole of phi: roll 90 degrees at heading 0, and pitch 90 degrees where heading and roll differ by, or add up
+      // to, 90.
+      for (const Vector3& angles : {Vector3{0, heading / 2, pole}, Vector3{heading, pole, s * heading + kPi / 2},
+                                    Vector3{heading, pole, s * heading - kPi / 2}}) {
+        const Vector3 omegaPhiKappa = eulerFromEuler(angles);
+        constexpr double kNearPole = 1e-7;  // The arc sine of a number that rounding keeps just below 1.
+        EXPECT_NEAR(std::abs(omegaPhiKappa[1]), kPi / 2, kNearPole);
+        expectNear(rotationOfOmegaPhiKappa(omegaPhiKappa), fullRotation(angles), kNearPole);
+      }
     }
   }
 }

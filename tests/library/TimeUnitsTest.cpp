@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 #include <limits>
+#include <optional>
 #include <random>
+#include <string_view>
+#include <tuple>
 
 #include "library/TimeUnits.h"
 

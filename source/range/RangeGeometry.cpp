@@ -20,14 +20,14 @@ using T = TargetGroup;
 template <std::size_t Count>
 using Scalars = std::array<Scalar, Count>;
 
-double radiansOrZero(const Scalar& angle) {
-  return angle.usable() ? radians(angle.value) : 0.0;
+double valueOrZero(const Scalar& field) {
+  return field.usable() ? field.value : 0.0;
 }
 
 /// The attitude of a vehicle. Without a heading there is none; a pitch or roll that is not known counts as level.
 std::optional<Vector3> attitude(const Scalar& heading, const Scalar& pitch, const Scalar& roll) {
   if (!heading.usable()) return std::nullopt;
-  return Vector3{radians(heading.value), radiansOrZero(pitch), radiansOrZero(roll)};
+  return Vector3{radians(heading.value), radians(valueOrZero(pitch)), radians(valueOrZero(roll))};
 }
 
 void writeAngles(const RangeState& state, const Matrix3& rotation, Scalar& heading, Scalar& pitch, Scalar& roll) {
@@ -37,9 +37,10 @@ void writeAngles(const RangeState& state, const Matrix3& rotation, Scalar& headi
   state.write(roll, degrees(angles[2]));
 }
 
-/// Rotations of one packet between the range frame and the vehicles' own axes. One that lacks an input, or that nobody
-/// wants, is not there.
+/// The hunter's attitude in one packet, and rotations between the range frame and the vehicles' own axes. What lacks an
+/// input, and a rotation that nobody wants, is not there.
 struct Frames {
+  std::optional<Vector3> hunter;
   std::optional<Matrix3> nedToRange;
   std::optional<Matrix3> rangeToHunter;
   std::optional<Matrix3> rangeToTarget;
@@ -47,15 +48,15 @@ struct Frames {
 
 void deriveHunterFrames(RangeState& state, Frames& frames) {
   RangeBody& body = state.record.body;
-  const std::optional<Vector3> hunter = attitude(body.Hunter_Heading, body.Hunter_Pitch, body.Hunter_Roll);
+  frames.hunter = attitude(body.Hunter_Heading, body.Hunter_Pitch, body.Hunter_Roll);
 
   if (state.open(state.wants.body[B::Range_Ned2RangeHeading], body.Range_Ned2RangeHeading, body.Range_Ned2RangePitch,
                  body.Range_Ned2RangeRoll)) {
-    if (hunter) {
+    if (frames.hunter) {
       state.write(body.Range_Ned2RangeHeading, body.Hunter_Heading.value);
       state.write(body.Range_Ned2RangePitch, 0.0);
       state.write(body.Range_Ned2RangeRoll, 0.0);
-      frames.nedToRange = headingRotation(*hunter);
+      frames.nedToRange = headingRotation(*frames.hunter);
     } else {
       setUnavailable(body.Range_Ned2RangeHeading, body.Range_Ned2RangePitch, body.Range_Ned2RangeRoll);
     }
@@ -63,11 +64,11 @@ void deriveHunterFrames(RangeState& state, Frames& frames) {
 
   if (state.open(state.wants.body[B::Hunter_Range2HunterHeading], body.Hunter_Range2HunterHeading,
                  body.Hunter_Range2HunterPitch, body.Hunter_Range2HunterRoll)) {
-    if (hunter) {
+    if (frames.hunter) {
       state.write(body.Hunter_Range2HunterHeading, 0.0);
-      state.write(body.Hunter_Range2HunterPitch, body.Hunter_Pitch.usable() ? body.Hunter_Pitch.value : 0.0);
-      state.write(body.Hunter_Range2HunterRoll, body.Hunter_Roll.usable() ? body.Hunter_Roll.value : 0.0);
-      frames.rangeToHunter = levelRotation(*hunter);
+      state.write(body.Hunter_Range2HunterPitch, valueOrZero(body.Hunter_Pitch));
+      state.write(body.Hunter_Range2HunterRoll, valueOrZero(body.Hunter_Roll));
+      frames.rangeToHunter = levelRotation(*frames.hunter);
     } else {
       setUnavailable(body.Hunter_Range2HunterHeading, body.Hunter_Range2HunterPitch, body.Hunter_Range2HunterRoll);
     }
@@ -79,19 +80,21 @@ void deriveTargetFrames(RangeState& state, RangeTarget& t, bool wanted, Frames& 
                   t.Hunter2TargetRelPitch, t.Hunter2TargetRelRoll)) {
     return;
   }
-  const RangeBody& body = state.record.body;
   const std::optional<Vector3> target = attitude(t.Heading, t.Pitch, t.Roll);
-  const std::optional<Vector3> hunter = attitude(body.Hunter_Heading, body.Hunter_Pitch, body.Hunter_Roll);
-  const Matrix3 nedToTarget = fullRotation(target.value_or(Vector3{}));
+  if (!target) {
+    return setUnavailable(t.Range2TargetHeading, t.Range2TargetPitch, t.Range2TargetRoll, t.Hunter2TargetRelHeading,
+                          t.Hunter2TargetRelPitch, t.Hunter2TargetRelRoll);
+  }
+  const Matrix3 nedToTarget = fullRotation(*target);
 
-  if (target && frames.nedToRange) {
+  if (frames.nedToRange) {
     frames.rangeToTarget = transposedMultiply(*frames.nedToRange, nedToTarget);
     writeAngles(state, *frames.rangeToTarget, t.Range2TargetHeading, t.Range2TargetPitch, t.Range2TargetRoll);
   } else {
     setUnavailable(t.Range2TargetHeading, t.Range2TargetPitch, t.Range2TargetRoll);
   }
-  if (target && hunter) {
-    writeAngles(state, transposedMultiply(fullRotation(*hunter), nedToTarget), t.Hunter2TargetRelHeading,
+  if (frames.hunter) {
+    writeAngles(state, transposedMultiply(fullRotation(*frames.hunter), nedToTarget), t.Hunter2TargetRelHeading,
                 t.Hunter2TargetRelPitch, t.Hunter2TargetRelRoll);
   } else {
     setUnavailable(t.Hunter2TargetRelHeading, t.Hunter2TargetRelPitch, t.Hunter2TargetRelRoll);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cmath>
-
 #include "range/RangeState.h"
 
 namespace Kvex::Rng {

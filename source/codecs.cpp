@@ -1,5 +1,6 @@
 #include "codecs.h"
 
+#include "can/StreamCan.h"
 #include "nav/StreamDask.h"
 #include "nav/StreamQuon.h"
 #include "range/StreamYeld.h"
@@ -18,6 +19,7 @@ constexpr Sto::Codec kCodecs[] = {
     {StreamCodec::Quon, ".quon", Framing::Navigation, makeStream<Sto::StreamQuon>},
     {StreamCodec::Yeld, ".yeld", Framing::Range, makeStream<Sto::StreamYeld>},
     {StreamCodec::Zint, "", Framing::None, makeStream<Sto::StreamZint>},
+    {StreamCodec::Can, "", Framing::None, makeStream<Sto::StreamCan>},
 };
 
 }  // namespace

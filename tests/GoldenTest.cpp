@@ -21,6 +21,10 @@ std::string caseName(const testing::TestParamInfo<const char*>& info) {
 
 INSTANTIATE_TEST_SUITE_P(Zint, GoldenTest,
                          testing::Values("zint_plain_11.vrel", "zint_wild_11.vrel", "zint_damaged_11.vrel"), caseName);
+INSTANTIATE_TEST_SUITE_P(Can, GoldenTest,
+                         testing::Values("can_plain_11.vrel", "can_absolute_11.vrel", "can_joined_11.vrel",
+                                         "can_fd_11.vrel", "can_with_zint_11.vrel"),
+                         caseName);
 
 INSTANTIATE_TEST_SUITE_P(Nav, GoldenTest,
                          testing::Values("quon_mode_mix_11.quon", "quon_triggers_11.quon", "quon_frame_66_11.quon",

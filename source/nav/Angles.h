@@ -12,8 +12,8 @@ constexpr double halfTurn(double degrees) {
   return degrees;
 }
 
-/// A heading in degrees from an angle of -180 to 180: 0 to 360.
-constexpr double headingFrom(double degrees) {
+/// An angle in degrees from -180 to 180, told as one from 0 to 360.
+constexpr double positiveAngle(double degrees) {
   return degrees < 0.0 ? degrees + 360.0 : degrees;
 }
 

@@ -17,9 +17,9 @@ namespace Kvex::Nav {
 /// A field of a `Block`, which the record has one or several of.
 template <class T, class Block, class Wants>
 struct BlockField {
-  NavField<T> Block::*field;
-  bool Wants::*want;
-  std::uint64_t last;      ///< Last value of the signal's enumeration; the largest number for a signal without one.
+  NavField<T> Block::*field = nullptr;
+  bool Wants::*want = nullptr;
+  std::uint64_t last = 0;  ///< Last value of the signal's enumeration; the largest number for a signal without one.
   std::uint8_t block = 0;  ///< Which of the blocks.
 };
 
@@ -44,7 +44,8 @@ using namespace Lib;
 struct NotEnumerated {
   constexpr std::uint64_t last() const { return std::numeric_limits<std::uint64_t>::max(); }
 };
-inline constexpr NotEnumerated kNoneNames, kPackedTextNames, kDottedAddressNames, kDateNames, kDateTimeNames, kSpanNames;
+inline constexpr NotEnumerated kNoneNames, kPackedTextNames, kDottedAddressNames, kDateNames, kDateTimeNames,
+    kSpanNames;
 }  // namespace TextLimit
 
 /// Each signal by its name; those of blocks as `GpsInt1.Type` and `MeasPt[0].PointXv`.

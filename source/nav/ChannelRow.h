@@ -57,7 +57,13 @@ struct Form {
   double scale = 1.0;            ///< Value = raw x scale + offset.
   double offset = 0.0;
 
-  // Variations of a form.
+  /// The same form with another value of a member; the names below read better in a table.
+  template <class T>
+  constexpr Form with(T Form::*member, T value) const {
+    Form varied = *this;
+    varied.*member = value;
+    return varied;
+  }
 
   constexpr Form scaled(double factor) const { return with(&Form::scale, factor); }
   constexpr Form offsetBy(double summand) const { return with(&Form::offset, summand); }
@@ -68,14 +74,6 @@ struct Form {
   constexpr Form in(Protocols which) const { return with(&Form::protocols, which); }
   constexpr Form replacedBy(std::int8_t value) const {
     return ifMissing(Missing::Replace).with(&Form::replacement, value);
-  }
-
- private:
-  template <class T>
-  constexpr Form with(T Form::*member, T value) const {
-    Form varied = *this;
-    varied.*member = value;
-    return varied;
   }
 };
 

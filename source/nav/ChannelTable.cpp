@@ -25,7 +25,7 @@ constexpr Form kOption = kByte.marked(Marker::TopBit);
 constexpr Form kSize{.width = 32, .isSigned = true, .marker = Marker::TopBit, .scale = 1024.0};
 constexpr Form kCount8{.width = 8, .isCount = true};
 constexpr Form kCount16{.width = 16, .isCount = true};
-constexpr Form kReceiverCount = kCount16.ifUnwanted(Unwanted::ZeroAndMark);
+constexpr Form kZeroedCount = kCount16.ifUnwanted(Unwanted::ZeroAndMark);
 
 /// Seven bits with sign above a bit that says whether they are new.
 constexpr Form kFresh{.width = 7, .step = 8, .isSigned = true, .marker = Marker::Stale};
@@ -34,7 +34,7 @@ constexpr Form kInnovation = kFresh.ifMissing(Missing::Keep).ifUnwanted(Unwanted
 constexpr Form kByteSetting = kByteOrNone.ifMissing(Missing::Unset);
 constexpr Form kWordSetting = kWordOrNone.ifMissing(Missing::Unset);
 
-/// Three 16-bit values share the sixth byte as their state: estimates are good below 150, settings at 0.
+/// Three 16-bit values share byte 6 as their state: estimates are good below 150, settings at 0.
 constexpr Gate kEstimated{.byte = 6, .limit = 150};
 constexpr Gate kConfigured{.byte = 6, .limit = 1};
 constexpr Form kEstimate = kSignedWord.when(kEstimated);
@@ -60,11 +60,11 @@ struct Place {
 /// Collects the rows of all channels.
 struct RowList {
   static constexpr std::size_t kCapacity = 600;
-  std::array<ChannelRow, kCapacity> rows;
+  std::array<ChannelRow, kCapacity> rows{};
   std::size_t count = 0;
 
   /// Fields of one form that follow each other from a place on.
-  constexpr void add(int channel, Place place, const Form& form, std::initializer_list<FieldRef> fields) {
+  consteval void add(int channel, Place place, const Form& form, std::initializer_list<FieldRef> fields) {
     std::size_t shift = place.byte * 8U + place.bit;
     for (const FieldRef& field : fields) {
       if (shift + form.width > 64) throw "a field reaches beyond the channel's bytes";
@@ -76,7 +76,7 @@ struct RowList {
 
 using namespace Field;
 
-constexpr void addEstimates(RowList& list) {
+consteval void addEstimates(RowList& list) {
   list.add(3, {0}, kAccuracy.scaled(0.001), {NorthAcc, EastAcc, AltAcc});
   list.add(3, {7}, kByteOrNone.in(Protocols::Quon), {UmacStatus});
   list.add(4, {0}, kAccuracy.scaled(0.001), {VnAcc, VeAcc, VdAcc});
@@ -118,12 +118,12 @@ constexpr void addEstimates(RowList& list) {
 }
 
 /// A lever arm that the one protocol sends in millimetres and the other in centimetres.
-constexpr void addLeverArm(RowList& list, int channel, std::initializer_list<FieldRef> fields) {
+consteval void addLeverArm(RowList& list, int channel, std::initializer_list<FieldRef> fields) {
   list.add(channel, {0}, kLeverArm.in(Protocols::Quon), fields);
   list.add(channel, {0}, kLeverArm.scaled(0.01).in(Protocols::Dask), fields);
 }
 
-constexpr void addMounting(RowList& list) {
+consteval void addMounting(RowList& list) {
   list.add(16, {0}, kMounting, {Imu2VehHeading, Imu2VehPitch, Imu2VehRoll});
   list.add(16, {7, 1}, kFresh, {TimeUtcOffset});
   list.add(58, {0}, kMounting, {Veh2OutHeading, Veh2OutPitch, Veh2OutRoll});
@@ -146,8 +146,8 @@ constexpr void addMounting(RowList& list) {
   list.add(90, {0}, kLeverArmAcc, {NoVSlipLeverArmXAcc, NoVSlipLeverArmYAcc, NoVSlipLeverArmZAcc});
 }
 
-constexpr void addReceiver(RowList& list, const Receiver& receiver, int countChannel, int stateChannel) {
-  list.add(countChannel, {0}, kReceiverCount, {receiver.Chars, receiver.Pkts, receiver.CharsSkipped, receiver.OldPkts});
+consteval void addReceiver(RowList& list, const Receiver& receiver, int countChannel, int stateChannel) {
+  list.add(countChannel, {0}, kZeroedCount, {receiver.Chars, receiver.Pkts, receiver.CharsSkipped, receiver.OldPkts});
   list.add(stateChannel, {0, 0}, Form{.width = 2, .marker = Marker::Ones}, {receiver.AntStatus, receiver.AntPower});
   list.add(stateChannel, {1}, kByteOrNone, {receiver.CpuUsed, receiver.CoreNoise, receiver.SerBaud, receiver.NumSats});
   list.add(stateChannel, {5}, kByteOrNone, {receiver.PosMode});
@@ -155,7 +155,7 @@ constexpr void addReceiver(RowList& list, const Receiver& receiver, int countCha
   list.add(stateChannel, {7}, kByteOrNone.scaled(0.1), {receiver.SupplyVolt});
 }
 
-constexpr void addSatellites(RowList& list) {
+consteval void addSatellites(RowList& list) {
   addReceiver(list, GpsInt1, 2, 55);
   addReceiver(list, GpsExt1, 17, 56);
   addReceiver(list, GpsInt2, 61, 62);
@@ -209,7 +209,7 @@ constexpr void addSatellites(RowList& list) {
   list.add(49, {5}, Form{.width = 24, .marker = Marker::Ones}, {OmniStarSerialRaw});
 }
 
-constexpr void addIdentity(RowList& list) {
+consteval void addIdentity(RowList& list) {
   list.add(19, {0}, kWhole, {DevID});
   list.add(85, {0}, kWhole, {AdkDevID});
   list.add(30, {0}, kByteOrNone, {OsVersion1, OsVersion2, OsVersion3});
@@ -232,9 +232,9 @@ constexpr void addIdentity(RowList& list) {
   list.add(82, {0}, kByteOrNone, {ImuPcbType, GpsPcbType, FlexPcbType, AdkPcbType});
 }
 
-constexpr void addHousekeeping(RowList& list) {
+consteval void addHousekeeping(RowList& list) {
   list.add(18, {0}, kLong.ifUnwanted(Unwanted::ZeroAndMark), {ImuChars});
-  list.add(18, {4}, kReceiverCount, {ImuPkts, ImuCharsSkipped});
+  list.add(18, {4}, kZeroedCount, {ImuPkts, ImuCharsSkipped});
   list.add(50, {0}, kCount16, {CmdChars, CmdPkts, CmdCharsSkipped, CmdErrors});
   list.add(59, {0}, kCount16, {ImuMissedPkts});
   list.add(59, {2}, kCount8, {ImuResetCount, ImuErrorCount});
@@ -280,7 +280,7 @@ constexpr void addHousekeeping(RowList& list) {
   list.add(40, {7}, kOption.in(Protocols::Dask), {LPHeaveMode});
 }
 
-constexpr void addOptions(RowList& list) {
+consteval void addOptions(RowList& list) {
   list.add(29, {0}, kOption,
            {OptionLevel, OptionVibration, OptionGpsAcc, OptionUdp, OptionSer1, OptionSer2, OptionHeading});
   list.add(29, {7}, kOption.in(Protocols::Dask), {OptionHeave});
@@ -320,7 +320,7 @@ constexpr void addOptions(RowList& list) {
   list.add(44, {4}, kByteSetting.scaled(0.1), {OptionWSpeedDelay, OptionWSpeedZVDelay, OptionWSpeedNoiseStd});
 }
 
-constexpr RowList allRows() {
+consteval RowList allRows() {
   RowList list;
   addEstimates(list);
   addMounting(list);
@@ -335,10 +335,10 @@ constexpr std::size_t kRowCount = allRows().count;
 
 /// The rows of all channels, channel after channel.
 struct ChannelTable {
-  std::array<ChannelRow, kRowCount> rows;
+  std::array<ChannelRow, kRowCount> rows{};
   std::array<std::uint16_t, kChannelCount + 1> starts{};
 
-  constexpr ChannelTable() {
+  consteval ChannelTable() {
     const RowList list = allRows();
     std::size_t next = 0;
     for (std::size_t channel = 0; channel < kChannelCount; ++channel) {

@@ -40,8 +40,8 @@ struct EarthRadii {
   double meridian;
   double normal;
 };
-/// The radii at a latitude in radians.
-EarthRadii earthRadii(double lat);
+/// The radii at a latitude, given by its sine.
+EarthRadii earthRadii(double sinLat);
 
 // What the unit tells about its filters, which the filtered values here follow; none where a report gives no value.
 

@@ -52,8 +52,8 @@ void deriveTrack(NavState& state) {
 
 }  // namespace
 
-EarthRadii earthRadii(double lat) {
-  const double s = std::sin(lat) * kEccentricity;
+EarthRadii earthRadii(double sinLat) {
+  const double s = sinLat * kEccentricity;
   const double q = 1.0 - s * s;
   const double root = std::sqrt(q);
   return {.meridian = kPolarFactor / (q * root), .normal = kSemiMajorAxis / root};
@@ -64,7 +64,7 @@ void setReferenceFrame(NavState& state, double lat, double lon, double alt, doub
   heading = halfTurn(heading);
   const double latRadians = lat * kRadiansPerDegree;
   const double headingRadians = heading * kRadiansPerDegree;
-  const EarthRadii radii = earthRadii(latRadians);
+  const EarthRadii radii = earthRadii(std::sin(latRadians));
   state.setField(r.RefLat, lat);
   state.setField(r.RefLon, lon);
   state.setField(r.RefAlt, alt);

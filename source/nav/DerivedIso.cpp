@@ -101,25 +101,26 @@ struct EarthTerms {
   Vector3 acceleration;  ///< To be added to the measured one: gravity less the Coriolis term, north, east, down.
 };
 
-/// Normal gravity in m/s² at a latitude in radians and a depth below the ellipsoid in metres.
-double gravity(double lat, double depth) {
-  const double s = std::sin(lat);
-  const double s2 = std::sin(2.0 * lat);
-  const double surface = 9.780318 * (1.0 + 0.0053024 * (s * s) - 5.9e-06 * (s2 * s2));
+/// Normal gravity in m/s² at a latitude, given by its sine and cosine, and a depth below the ellipsoid in metres.
+double gravity(double sinLat, double cosLat, double depth) {
+  const double sinTwice = 2.0 * sinLat * cosLat;
+  const double surface = 9.780318 * (1.0 + 0.0053024 * (sinLat * sinLat) - 5.9e-06 * (sinTwice * sinTwice));
   const double c = 1.0 - depth / 6367435.68;
   return depth > 0.0 ? c * c * c * surface : surface / (c * c);
 }
 
 EarthTerms earthTerms(double lat, double depth, const Vector3& velocity, const Matrix3& body) {
   constexpr double kEarthRate = 7.2921151467e-05;
-  const EarthRadii radii = earthRadii(lat);
+  const double sinLat = std::sin(lat);
+  const double cosLat = std::cos(lat);
+  const EarthRadii radii = earthRadii(sinLat);
   const double north = velocity[0] / (radii.meridian - depth);
   const double east = velocity[1] / (radii.normal - depth);
-  const Vector3 earth = kEarthRate * Vector3{std::cos(lat), 0.0, -std::sin(lat)};
-  const Vector3 transport{east, -north, -std::tan(lat) * east};
+  const Vector3 earth = kEarthRate * Vector3{cosLat, 0.0, -sinLat};
+  const Vector3 transport{east, -north, -(sinLat / cosLat) * east};
   const Vector3 coriolis = Lib::cross(2.0 * earth + transport, velocity);
   return {.rate = transposedMultiply(body, earth + transport),
-          .acceleration = Vector3{0.0, 0.0, gravity(lat, depth)} - coriolis};
+          .acceleration = Vector3{0.0, 0.0, gravity(sinLat, cosLat, depth)} - coriolis};
 }
 
 /// Copies a field and reverses the sense of its value: what was the low end of its range is the high end.

@@ -50,7 +50,7 @@ constexpr std::array<Travelled, 4> kTravelled{{{&NavRecord::Speed2d, &NavRecord:
 
 void setEuler(NavState& state, const Axes& to, const Matrix3& rotation) {
   Vector3 angles = kDegreesPerRadian * Lib::eulerFromRotation(rotation);
-  angles[0] = headingFrom(angles[0]);
+  angles[0] = positiveAngle(angles[0]);
   setAxes(state, to, angles);
 }
 
@@ -92,8 +92,8 @@ void deriveRotations(NavState& state) {
   attitude.set(radiansOf(r, kAttitude));
 
   if (wants.LpsOmega) {
-    const Vector3 lps = kDegreesPerRadian * Lib::eulerFromEuler(attitude.angles());
-    setAxes(state, kLps, {lps[0], lps[1], headingFrom(lps[2])});
+    const Vector3 lps = kDegreesPerRadian * Lib::omegaPhiKappa(attitude.body());
+    setAxes(state, kLps, {lps[0], lps[1], positiveAngle(lps[2])});
   }
   for (const Levelled& row : kLevelled) {
     if (wants.*row.want && allUsable(r, row.from)) setAxes(state, row.to, attitude.level() * valuesOf(r, row.from));
@@ -104,10 +104,12 @@ void deriveRotations(NavState& state) {
     state.setField(r.Vl, v[1]);
   }
   if (wants.Ned2VehHeading && allUsable(r, kVeh2Out)) {
-    setEuler(state, kNed2Veh, multiplyTransposed(attitude.body(), Lib::fullRotation(radiansOf(r, kVeh2Out))));
+    setEuler(state, kNed2Veh,
+             multiplyTransposed(attitude.body(), state.derived.vehicleInOutput.rotation(radiansOf(r, kVeh2Out))));
   }
   if (wants.Surf2OutHeading && allUsable(r, kNed2Surf)) {
-    setEuler(state, kSurf2Out, transposedMultiply(Lib::fullRotation(radiansOf(r, kNed2Surf)), attitude.body()));
+    setEuler(state, kSurf2Out,
+             transposedMultiply(state.derived.surface.rotation(radiansOf(r, kNed2Surf)), attitude.body()));
   }
 }
 

@@ -31,8 +31,8 @@ std::optional<VehicleMotion> motionOf(NavState& state) {
   for (const Axes* axes : {&kImu2Veh, &kVeh2Out, &kRemoteLeverArm, &kAngularRate, &kVelocity}) {
     if (!allUsable(record, *axes)) return {};
   }
-  const Matrix3 imuToVehicle = Lib::fullRotation(radiansOf(record, kImu2Veh));
-  const Matrix3 vehicleToOut = Lib::fullRotation(radiansOf(record, kVeh2Out));
+  const Matrix3& imuToVehicle = state.derived.imuInVehicle.rotation(radiansOf(record, kImu2Veh));
+  const Matrix3& vehicleToOut = state.derived.vehicleInOutput.rotation(radiansOf(record, kVeh2Out));
   return VehicleMotion{.origin = transposedMultiply(imuToVehicle, valuesOf(record, kRemoteLeverArm)),
                        .velocity = valuesOf(record, kVelocity),
                        .rate = vehicleToOut * radiansOf(record, kAngularRate),

@@ -21,6 +21,9 @@ struct AxisFilters {
 /// the present packet. A reset decoder holds a constructed one.
 struct DerivedState {
   Attitude attitude;
+  Mounting imuInVehicle;
+  Mounting vehicleInOutput;
+  Mounting surface;
 
   std::array<RateEstimator, 3> jerk;
   std::array<RateEstimator, 3> angularAcceleration;

@@ -82,7 +82,7 @@ void readFrameOffset(NavState& state, ByteView bytes) {
   double step = 0.0;
   int iterations = 0;
   do {
-    radii = earthRadii(lat);
+    radii = earthRadii(std::sin(lat));
     const double next = here - north / (radii.meridian + alt);
     step = std::fabs(next - lat);
     lat = next;

@@ -13,8 +13,7 @@ using Lib::ByteView;
 void readBaseStation(NavState& state, ByteView bytes) {
   NavRecord& record = state.record;
   if (!state.wants.BaseStationID || bytes.u8(2) == 0) {
-    markNotAvailable(record.BaseStationID);
-    markNotAvailable(record.BaseStationIDText);
+    markNotAvailable(record.BaseStationID, record.BaseStationIDText);
     return;
   }
   const ByteView id = bytes.from(2, 4);

@@ -7,6 +7,7 @@
 #include "library/Checksum.h"
 #include "library/Enumerations.h"
 #include "library/Wrapping.h"
+#include "nav/Angles.h"
 #include "nav/Derived.h"
 #include "nav/ExtendedCount.h"
 #include "nav/StatusChannels.h"
@@ -19,7 +20,6 @@ using Lib::wrappingSubtract;
 
 namespace {
 
-constexpr double kDegreesPerRadian = 57.29577951308232;
 constexpr double kAccelerationScale = 0.0001;                // m/s²
 constexpr double kAngularRateScale = 0.0005729577951308233;  // 1e-5 rad/s, in degrees
 constexpr double kVelocityScale = 0.0001;                    // m/s
@@ -111,10 +111,6 @@ ScanResult::Triple readPosition(ByteView packet) {
           static_cast<double>(packet.f32(Offset::kAlt))};
 }
 
-double positiveAngle(double degrees) {
-  return degrees < 0.0 ? degrees + 360.0 : degrees;
-}
-
 }  // namespace
 
 NavDecoder::NavDecoder(const NavProtocol& packetProtocol, bool scanFirst)
@@ -154,7 +150,6 @@ void NavDecoder::settleWants() {
 #include "tables/MeasPointSignals.def"
   }
   watch(Packet, true, record.NanoSeconds);
-  watch(Packet, true, record.AngleGradient);  // Follows from the velocity, whoever wanted that.
   for (NavField<double>* field : {&record.NanoFromOriginSeconds, &record.NanoFromStartSeconds,
                                   &record.NanoFromFirstSeconds, &record.NanoFromInitSeconds}) {
     watch(Packet, wants.NanoFromOrigin, *field);

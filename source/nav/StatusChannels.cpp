@@ -1,7 +1,10 @@
 #include "nav/StatusChannels.h"
 
+#include <algorithm>
 #include <array>
+#include <limits>
 #include <type_traits>
+#include <utility>
 
 #include "library/Wrapping.h"
 #include "nav/ChannelHandlers.h"
@@ -218,7 +221,7 @@ std::optional<Lib::Nano> decodeChannel(NavState& state, std::uint8_t channel, By
 }
 
 void expireValues(NavState& state) {
-  constexpr std::uint64_t kLifetime = 60 * Lib::kNanosPerSecond;
+  constexpr Lib::Nano kLifetime = 60 * Lib::kNanosPerSecond;
   constexpr NavField<double> NavRecord::*kIntermittent[] = {
       &NavRecord::InnPosX,       &NavRecord::InnPosY,     &NavRecord::InnPosZ,     &NavRecord::InnVelX,
       &NavRecord::InnVelY,       &NavRecord::InnVelZ,     &NavRecord::InnHeading,  &NavRecord::InnPitch,
@@ -227,13 +230,13 @@ void expireValues(NavState& state) {
       &NavRecord::InnClockDrift,
   };
   const NavField<Lib::Nano>& now = state.record.Nano;
-  if (!now.usable()) return;
+  if (!now.usable() || now.value < std::numeric_limits<Lib::Nano>::min() + kLifetime) return;
+  const Lib::Nano oldest = now.value - kLifetime;
   for (const auto member : kIntermittent) {
     NavField<double>& field = state.record.*member;
-    const bool stands = field.flags < Lib::Flag::kUntimed;
-    const bool old = now.value > field.stamp &&
-                     static_cast<std::uint64_t>(Lib::wrappingSubtract(now.value, field.stamp)) > kLifetime;
-    if (stands && old) field.flags |= Lib::Flag::kNotAvailable | Lib::Flag::kExpired;
+    if (field.flags < Lib::Flag::kUntimed && field.stamp < oldest) {
+      field.flags |= Lib::Flag::kNotAvailable | Lib::Flag::kExpired;
+    }
   }
 }
 

@@ -18,8 +18,7 @@ void setDate(NavState& state, NavField<Lib::Nano>& start, NavField<std::uint32_t
     state.setField(start, date->start);
     state.setField(digits, date->digits);
   } else {
-    markNotAvailable(start);
-    markNotAvailable(digits);
+    markNotAvailable(start, digits);
   }
 }
 
@@ -68,8 +67,7 @@ void readScriptId(NavState& state, ByteView bytes) {
   NavRecord& record = state.record;
   const std::int32_t script = bytes.s24(3);
   if (!state.wants.OsVersion1 || script < 0) {
-    markNotAvailable(record.OsScriptID);
-    markNotAvailable(record.OsScriptIDText);
+    markNotAvailable(record.OsScriptID, record.OsScriptIDText);
     return;
   }
   constexpr std::size_t kWidth = 6;

@@ -149,15 +149,13 @@ void readWheelCount(NavState& state, ByteView bytes) {
   NavRecord& record = state.record;
   if (!state.wants.WSpeedNano) {
     markNotAvailable(record.WSpeedNano, record.WSpeedCount, record.WSpeedTimeUnchanged, record.WSpeedFreq,
-                     record.WSpeedSpeed, record.WSpeedVel);
-    markNotAvailable(record.WSpeedNanoSeconds);
+                     record.WSpeedSpeed, record.WSpeedVel, record.WSpeedNanoSeconds);
     return;
   }
   state.setField(record.WSpeedCount, bytes.s32(0));
   const std::uint16_t milliseconds = bytes.u16(4);
   if (milliseconds == 0xFFFF || !record.Nano.usable()) {
-    markNotAvailable(record.WSpeedNano);
-    markNotAvailable(record.WSpeedNanoSeconds);
+    markNotAvailable(record.WSpeedNano, record.WSpeedNanoSeconds);
   } else {
     state.setField(record.WSpeedNano, nearestMinute(record.Nano.value, milliseconds * kMillisecond));
     state.setField(record.WSpeedNanoSeconds, inSeconds(record.WSpeedNano.value));

@@ -8,6 +8,7 @@
 
 #include "synth/CanBus.h"
 #include "synth/OggPage.h"
+#include "synth/RangeChase.h"
 #include "synth/RecordingWriter.h"
 #include "synth/VehicleDrive.h"
 
@@ -103,6 +104,24 @@ void writeCanPackets(const SeedFolder& folder) {
   }
 }
 
+/// As the target takes them: a byte that picks what is wanted, then type, length and body of each packet.
+void writeRangePackets(const SeedFolder& folder) {
+  for (const char wants : {0, 1, 2, 3}) {
+    RangeChase chase(static_cast<std::uint64_t>(wants), kStart);
+    std::string bytes(1, wants);
+    for (int i = 0; i < 400; ++i) {
+      const ChasePacket packet = chase.next();
+      const std::span<const std::uint8_t> frame = chase.wrapped(packet);
+      const std::size_t length = frame.size() - 5;
+      if (length >= 200 || (packet.stream != 0 && i % 8 != 0)) continue;
+      bytes += static_cast<char>(frame[1]);
+      bytes += static_cast<char>(length);
+      bytes.append(frame.begin() + 4, frame.end() - 1);
+    }
+    folder.add(bytes);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -115,4 +134,5 @@ int main(int argc, char** argv) {
   writeTaggedPackets(SeedFolder(root / "FuzzTaggedPacket"));
   writeCanDatabases(SeedFolder(root / "FuzzCanDatabase"));
   writeCanPackets(SeedFolder(root / "FuzzCanPackets"));
+  writeRangePackets(SeedFolder(root / "FuzzYeld"));
 }

@@ -2,7 +2,8 @@
 
 add_library(kvex_options INTERFACE)
 # Contraction off: a fused multiply-add rounds differently, and results must be the same on every machine.
-target_compile_options(kvex_options INTERFACE -ffp-contract=off -Wall -Wextra -Wno-missing-field-initializers -Wshadow=local -Wnon-virtual-dtor -Werror)
+target_compile_options(kvex_options INTERFACE -ffp-contract=off -Wall -Wextra -Wno-missing-field-initializers -Wnon-virtual-dtor -Werror
+                                               $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>)
 if(KVEX_SANITIZERS)
   target_compile_options(kvex_options INTERFACE -fsanitize=${KVEX_SANITIZERS} -fno-sanitize-recover=all
                                                 -fno-omit-frame-pointer)

@@ -137,7 +137,7 @@ void VrelStreamDec::readHeaders(const ogg_page& page, BlockReading reading) {
     if (reading.kept && !keepHeader(packet)) return fail();
     ++reading.block.read;
   }
-  if (assembler_.heldBytes() > kMaxHeaderBytes) return fail();
+  if (assembler_.heldBytes() > limits_.headerBytes) return fail();
   if (result < 0) {
     // What follows the hole on this page waits for the next page.
     ++reading.holes;
@@ -147,8 +147,8 @@ void VrelStreamDec::readHeaders(const ogg_page& page, BlockReading reading) {
 }
 
 bool VrelStreamDec::keepHeader(const ogg_packet& packet) {
-  headerBytes_ += static_cast<std::size_t>(packet.bytes) + kHeaderOverhead;
-  if (headerBytes_ > kMaxHeaderBytes) return false;
+  headerBytes_ += static_cast<std::size_t>(packet.bytes) + VrelLimits::kHeaderOverhead;
+  if (headerBytes_ > limits_.headerBytes) return false;
   header_.addHeader(parseTagged(packet));
   return true;
 }
@@ -156,7 +156,7 @@ bool VrelStreamDec::keepHeader(const ogg_packet& packet) {
 void VrelStreamDec::addData(const ogg_page& page) {
   if (!assembler_.addPage(page)) return fail();
   enter(VrelState::ReadData);
-  if (assembler_.heldBytes() <= kMaxHeldBytes) return;
+  if (assembler_.heldBytes() <= limits_.heldBytes) return;
   ++packetCounters_.dataHoles;
   if (!assembler_.release()) fail();
 }

@@ -9,6 +9,17 @@
 
 namespace Kvex::Com {
 
+/// What a logical stream may hold in memory. No recording comes near these sizes; they keep a damaged packet, or a
+/// header that announces what never ends, from growing with the file.
+struct VrelLimits {
+  /// Data packets not taken yet, the begun one included, are dropped above this size and count as one hole.
+  std::size_t heldBytes = std::size_t{64} << 20;
+  /// The header packets altogether, each counted with an overhead of `kHeaderOverhead`; above this the stream fails.
+  std::size_t headerBytes = std::size_t{32} << 20;
+
+  static constexpr std::size_t kHeaderOverhead = 2 * sizeof(TaggedPacket);
+};
+
 /// Reads one logical stream of a recording page by page. It checks the order of the pages, collects the primary packet
 /// and the header packets, passes over repeat blocks, counts everything, and leaves the data packets to be taken.
 ///
@@ -16,14 +27,7 @@ namespace Kvex::Com {
 /// structure ends in `VrelState::Failed`, from which on no data packets arrive. Not synchronised.
 class VrelStreamDec : public VrelStream {
  public:
-  /// Data packets not taken yet, the begun one included, are dropped above this size and count as one hole. No record
-  /// of a recording comes near it; without the limit a damaged packet could run on through the whole file.
-  static constexpr std::size_t kMaxHeldBytes = std::size_t{64} << 20;
-  /// Header packets may not be larger than this altogether, each counted with `kHeaderOverhead`; else the stream fails.
-  static constexpr std::size_t kMaxHeaderBytes = std::size_t{64} << 20;
-  static constexpr std::size_t kHeaderOverhead = 2 * sizeof(TaggedPacket);
-
-  explicit VrelStreamDec(std::uint32_t serial) : VrelStream(serial) {}
+  explicit VrelStreamDec(std::uint32_t serial, const VrelLimits& limits = {}) : VrelStream(serial), limits_(limits) {}
 
   /// Makes ready for a file's first page, which must bring the primary packet.
   void expectPrimary() { enter(VrelState::AwaitPrimary); }
@@ -68,6 +72,7 @@ class VrelStreamDec : public VrelStream {
   /// Appends a header packet. False where the header grows beyond its limit.
   bool keepHeader(const ogg_packet& packet);
 
+  const VrelLimits limits_;
   std::size_t headerBytes_ = 0;
 };
 

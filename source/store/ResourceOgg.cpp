@@ -72,10 +72,12 @@ void ResourceOgg::meetPage(const ogg_page& page) {
     member = members_.insert({serial, {stream.get(), logical.get()}}).first;
     stream->logical = std::move(logical);
   }
-  member->second.overfull |= member->second.logical->pages().heldBytes() > kMaxHeldData;
-  if (member->second.overfull) return;
-  ++member->second.pagesHeld;
-  member->second.logical->pages().addPage(page);
+  Member& known = member->second;
+  Com::VrelStreamDec& pages = known.logical->pages();
+  known.overfull |= pages.headerSettled() && pages.heldBytes() > kMaxHeldData;
+  if (known.overfull) return;
+  ++known.pagesHeld;
+  pages.addPage(page);
 }
 
 bool ResourceOgg::settleHeaders() {

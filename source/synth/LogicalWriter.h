@@ -15,8 +15,8 @@ namespace Kvex::Synth {
 /// How a logical stream opens, and how its packets are laid into pages.
 struct StreamForm {
   std::uint32_t serial = 0;
-  std::string primary{};  ///< The primary packet, see `primaryText`; any other bytes make a foreign stream.
-  std::vector<std::string> headers{};  ///< The header packets.
+  std::string primary;               ///< The primary packet, see `primaryText`; any other bytes make a foreign stream.
+  std::vector<std::string> headers;  ///< The header packets.
   // A page is written when one of these is reached, and at 255 segments of up to 255 bytes at the latest.
   std::size_t packetsPerPage = SIZE_MAX;
   std::size_t bytesPerPage = 4096;

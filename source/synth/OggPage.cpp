@@ -70,12 +70,18 @@ void repairChecksum(std::span<std::uint8_t> page) {
   ogg_page_checksum_set(&view);
 }
 
-void repairChecksums(std::span<std::uint8_t> recording) {
+std::vector<std::span<std::uint8_t>> findPages(std::span<std::uint8_t> recording) {
+  std::vector<std::span<std::uint8_t>> pages;
   while (!recording.empty()) {
     const std::size_t length = pageLength(recording);
-    if (length > 0) repairChecksum(recording.first(length));
+    if (length > 0) pages.push_back(recording.first(length));
     recording = recording.subspan(std::max<std::size_t>(length, 1));
   }
+  return pages;
+}
+
+void repairChecksums(std::span<std::uint8_t> recording) {
+  for (const std::span<std::uint8_t> page : findPages(recording)) repairChecksum(page);
 }
 
 }  // namespace Kvex::Synth

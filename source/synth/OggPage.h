@@ -22,7 +22,7 @@ struct PageForm {
   std::uint8_t flags = 0;
   std::uint32_t serial = 0;
   std::uint32_t number = 0;
-  std::vector<std::string> packets{};  ///< One after the other; all together at most 255 segments.
+  std::vector<std::string> packets;  ///< One after the other; all together at most 255 segments.
   /// The last packet goes on in the next page. Its length must then be a multiple of 255.
   bool lastGoesOn = false;
 };
@@ -35,6 +35,9 @@ ogg_page pageView(std::span<std::uint8_t> bytes);
 
 /// Sets the checksum of one page. REQUIRES: the bytes of exactly one page, by its segment table.
 void repairChecksum(std::span<std::uint8_t> page);
+
+/// The pages that are found whole in a recording, by capture pattern and segment table; the checksums do not count.
+std::vector<std::span<std::uint8_t>> findPages(std::span<std::uint8_t> recording);
 
 /// Sets the checksum of every page that is found whole in a recording; what lies between the pages stays as it is.
 void repairChecksums(std::span<std::uint8_t> recording);

@@ -16,33 +16,33 @@ namespace Kvex::Synth {
 /// or a parent's key applies.
 struct ZintSignal {
   std::uint64_t id = 0;
-  std::optional<std::string> name{};
-  std::optional<std::string> unit{};
-  std::optional<std::uint32_t> bitOffset{};  ///< From the first payload bit on.
-  std::optional<std::uint32_t> bitSize{};
-  std::optional<std::string> base{};    ///< How the bits are stored: "B" bool, "R" real, "S" signed, "U" unsigned.
-  std::optional<std::string> mapped{};  ///< Type of the value shown: "B", "R32", "R64", "S8" to "S64", "U8" to "U64".
-  std::optional<double> scale{};        ///< The value is raw times `scale` plus `offset`. Whole numbers stand in the
-  std::optional<double> offset{};       ///< document without a fraction, as integer signals need them.
-  std::optional<double> low{};          ///< Range shown, of no effect on values.
-  std::optional<double> high{};
-  std::optional<std::string> comment{};
-  std::optional<std::uint64_t> parent{};  ///< Id of the entry that gives the keys that this one lacks.
+  std::optional<std::string> name;
+  std::optional<std::string> unit;
+  std::optional<std::uint32_t> bitOffset;  ///< From the first payload bit on.
+  std::optional<std::uint32_t> bitSize;
+  std::optional<std::string> base;    ///< How the bits are stored: "B" bool, "R" real, "S" signed, "U" unsigned.
+  std::optional<std::string> mapped;  ///< Type of the value shown: "B", "R32", "R64", "S8" to "S64", "U8" to "U64".
+  std::optional<double> scale;        ///< The value is raw times `scale` plus `offset`. Whole numbers stand in the
+  std::optional<double> offset;       ///< document without a fraction, as integer signals need them.
+  std::optional<double> low;          ///< Range shown, of no effect on values.
+  std::optional<double> high;
+  std::optional<std::string> comment;
+  std::optional<std::uint64_t> parent;  ///< Id of the entry that gives the keys that this one lacks.
 };
 
 /// A message entry of a definition document.
 struct ZintMessage {
   std::uint64_t id = 0;
-  std::optional<std::string> name{};
-  std::vector<std::uint64_t> signals{};  ///< Ids of the signals carried.
-  std::optional<std::string> comment{};
-  std::optional<std::uint64_t> parent{};
+  std::optional<std::string> name;
+  std::vector<std::uint64_t> signals;  ///< Ids of the signals carried.
+  std::optional<std::string> comment;
+  std::optional<std::uint64_t> parent;
 };
 
 /// What a self-describing stream says about its messages and signals.
 struct ZintDefinition {
-  std::vector<ZintMessage> messages{};
-  std::vector<ZintSignal> signals{};
+  std::vector<ZintMessage> messages;
+  std::vector<ZintSignal> signals;
 
   nlohmann::json document() const;
   /// The header packet with the document as its body.

@@ -95,7 +95,9 @@ void ComDecoder::decode(ByteView packet) {
   inbox->before = mark();
   if (plan.hasTime) takeTime(payload);
   inbox->after = mark();
-  inbox->payload.assign(payload.data(), payload.data() + payload.size());
+  if (inbox->payload.size() < payload.size()) inbox->payload.resize(payload.size());
+  std::copy(payload.data(), payload.data() + payload.size(), inbox->payload.data());
+  inbox->payloadSize = payload.size();
   inbox->arrival = ++arrivals_;
   if (!inbox->waiting) {
     inbox->waiting = true;
@@ -107,7 +109,7 @@ void ComDecoder::extractWaiting() {
   // A signal can belong to several messages: the packet that came last must be extracted last.
   std::sort(waiting_.begin(), waiting_.end(), [](const Inbox* a, const Inbox* b) { return a->arrival < b->arrival; });
   for (Inbox* inbox : waiting_) {
-    const ByteView payload(inbox->payload);
+    const ByteView payload(inbox->payload.data(), inbox->payloadSize);
     for (const Signal* signal : inbox->plan->beforeTime) signal->capture(data_, inbox->before, payload);
     for (const Signal* signal : inbox->plan->afterTime) signal->capture(data_, inbox->after, payload);
     inbox->waiting = false;

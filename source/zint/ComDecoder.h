@@ -55,7 +55,8 @@ class ComDecoder {
   /// The newest packet of a message.
   struct Inbox {
     const Plan* plan = nullptr;
-    std::vector<std::uint8_t> payload;
+    std::vector<std::uint8_t> payload;  ///< Grows to the largest payload that came.
+    std::size_t payloadSize = 0;
     TimeMark before;
     TimeMark after;
     std::uint64_t arrival = 0;

@@ -130,7 +130,8 @@ ValueType narrowest(std::uint32_t bits, const std::array<ValueType, 4>& types) {
 
 ValueType rawTypeOf(std::string_view base, std::uint32_t bits) {
   if (base == "B") return ValueType::Bool;
-  if (base == "R") return narrowest(bits, {ValueType::Unknown, ValueType::Unknown, ValueType::Float, ValueType::Double});
+  if (base == "R")
+    return narrowest(bits, {ValueType::Unknown, ValueType::Unknown, ValueType::Float, ValueType::Double});
   if (base == "S") return narrowest(bits, {ValueType::Int8, ValueType::Int16, ValueType::Int32, ValueType::Int64});
   if (base == "U") return narrowest(bits, {ValueType::UInt8, ValueType::UInt16, ValueType::UInt32, ValueType::UInt64});
   return ValueType::Unknown;
@@ -138,8 +139,8 @@ ValueType rawTypeOf(std::string_view base, std::uint32_t bits) {
 
 ValueType mappedTypeOf(std::string_view keyword) {
   static constexpr std::pair<std::string_view, ValueType> kKeywords[] = {
-      {"B", ValueType::Bool},    {"R32", ValueType::Float},  {"R64", ValueType::Double}, {"S8", ValueType::Int8},
-      {"S16", ValueType::Int16}, {"S32", ValueType::Int32},  {"S64", ValueType::Int64},  {"U8", ValueType::UInt8},
+      {"B", ValueType::Bool},     {"R32", ValueType::Float},  {"R64", ValueType::Double}, {"S8", ValueType::Int8},
+      {"S16", ValueType::Int16},  {"S32", ValueType::Int32},  {"S64", ValueType::Int64},  {"U8", ValueType::UInt8},
       {"U16", ValueType::UInt16}, {"U32", ValueType::UInt32}, {"U64", ValueType::UInt64},
   };
   const auto* found = std::find_if(std::begin(kKeywords), std::end(kKeywords),
@@ -182,8 +183,7 @@ void buildSignals(const Entries& entries, Definitions& definitions) {
   for (std::size_t i = 0; i < entries.size(); ++i) {
     const auto form = resolveForm(entries.id(i), offsets[i], sizes[i], bases[i], mappedTypes[i]);
     if (!form) continue;
-    auto signal =
-        makeSignal(*form, {names[i], units[i], comments[i], scales[i], mapOffsets[i], lows[i], highs[i]});
+    auto signal = makeSignal(*form, {names[i], units[i], comments[i], scales[i], mapOffsets[i], lows[i], highs[i]});
     if (signal != nullptr) definitions.signals.emplace(entries.id(i), std::move(signal));
   }
 }

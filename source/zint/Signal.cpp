@@ -1,5 +1,9 @@
 #include "zint/Signal.h"
 
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
 #include <iomanip>
 #include <nlohmann/json.hpp>
 #include <type_traits>
@@ -9,8 +13,6 @@
 namespace Kvex::Zint {
 
 namespace {
-
-__extension__ using UInt128 = unsigned __int128;
 
 /// Width of a raw type in bytes; 0 for what is no raw type.
 std::uint32_t widthOf(ValueType type) {
@@ -28,47 +30,69 @@ struct ContainerOf<bool> {
   using Type = std::uint8_t;
 };
 template <class T>
-  requires(sizeof(T) == 1 && !std::is_same_v<T, bool>)
-struct ContainerOf<T> {
+requires(sizeof(T) == 1 && !std::is_same_v<T, bool>) struct ContainerOf<T> {
   using Type = std::uint16_t;
 };
 template <class T>
-  requires(sizeof(T) == 2)
-struct ContainerOf<T> {
+requires(sizeof(T) == 2) struct ContainerOf<T> {
   using Type = std::uint32_t;
 };
 template <class T>
-  requires(sizeof(T) == 4)
-struct ContainerOf<T> {
+requires(sizeof(T) == 4) struct ContainerOf<T> {
   using Type = std::uint64_t;
 };
 template <class T>
-  requires(sizeof(T) == 8)
-struct ContainerOf<T> {
-  using Type = UInt128;
+requires(sizeof(T) == 8) struct ContainerOf<T> {
+  using Type = void;  // 128 bits, of which only the upper half of a field's own bits is ever formed
 };
 
+/// Bytes that the extraction of a raw `T` reads.
+template <class T>
+constexpr std::size_t kSpan = std::is_same_v<T, bool> ? 1 : sizeof(T) + 1;
+
+/// The 64 bits from bit `startBit` of nine bytes on.
+std::uint64_t wideBits(const std::uint8_t* bytes, unsigned startBit) {
+  std::uint64_t low;
+  std::memcpy(&low, bytes, sizeof low);
+  // In two steps, since a shift by 64 is none.
+  return low >> startBit | static_cast<std::uint64_t>(bytes[8]) << 1 << (63 - startBit);
+}
+
+/// The bits of a field, taken as a `T`: shifted left within the container to push out what lies above the field, then
+/// right to push out what lies below it.
+template <class T>
+T extractWhole(const std::uint8_t* span, unsigned shiftLeft, unsigned shiftRight) {
+  using Container = typename ContainerOf<T>::Type;
+  if constexpr (sizeof(T) == 8) {
+    // As with a container of 128 bits. An int64 field that is narrower than 64 bits keeps its unsigned pattern.
+    const unsigned above = shiftRight > 64 ? shiftRight - 64 : 0;
+    return std::bit_cast<T>(wideBits(span, shiftRight - shiftLeft) << above >> above);
+  } else {
+    Container container = 0;
+    std::memcpy(&container, span, kSpan<T>);
+    container = static_cast<Container>(container << shiftLeft);
+    if constexpr (std::is_same_v<T, bool>) {
+      return (container >> shiftRight) != 0;
+    } else if constexpr (std::is_floating_point_v<T>) {
+      return std::bit_cast<T>(static_cast<std::uint32_t>(container >> shiftRight));
+    } else if constexpr (std::is_signed_v<T>) {
+      return static_cast<T>(static_cast<std::make_signed_t<Container>>(container) >> shiftRight);
+    } else {
+      return static_cast<T>(container >> shiftRight);
+    }
+  }
+}
+
+/// The same for a payload that may end before the field does: bits beyond its end are 0.
 template <class T>
 T extract(ByteView payload, std::size_t firstByte, unsigned shiftLeft, unsigned shiftRight) {
-  using Container = typename ContainerOf<T>::Type;
-  constexpr std::size_t kSpan = std::is_same_v<T, bool> ? 1 : sizeof(T) + 1;
-  Container container = 0;
-  if (payload.holds(firstByte, kSpan)) [[likely]] {
-    std::memcpy(&container, payload.data() + firstByte, kSpan);
-  } else if (const ByteView rest = payload.from(firstByte, kSpan); !rest.empty()) {
-    std::memcpy(&container, rest.data(), rest.size());
+  if (payload.holds(firstByte, kSpan<T>)) [[likely]] {
+    return extractWhole<T>(payload.data() + firstByte, shiftLeft, shiftRight);
   }
-  container = static_cast<Container>(container << shiftLeft);
-  if constexpr (std::is_same_v<T, bool>) {
-    return (container >> shiftRight) != 0;
-  } else if constexpr (std::is_floating_point_v<T>) {
-    using Bits = std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>;
-    return std::bit_cast<T>(static_cast<Bits>(container >> shiftRight));
-  } else if constexpr (std::is_signed_v<T> && sizeof(T) < 8) {
-    return static_cast<T>(static_cast<std::make_signed_t<Container>>(container) >> shiftRight);
-  } else {
-    return static_cast<T>(container >> shiftRight);  // also int64: a narrower field keeps its unsigned pattern
-  }
+  std::array<std::uint8_t, 9> padded{};
+  const ByteView rest = payload.from(firstByte, kSpan<T>);
+  std::copy(rest.data(), rest.data() + rest.size(), padded.begin());
+  return extractWhole<T>(padded.data(), shiftLeft, shiftRight);
 }
 
 void readText(const nlohmann::json* value, std::string& out) {
@@ -108,8 +132,11 @@ class SignalM : public Signal {
     Signal::describe(out);
     if constexpr (std::is_same_v<U, bool>) {
       constexpr int kBlank = 5;
-      out << " | (" << std::setw(kBlank) << "" << " " << std::setw(kBlank) << "" << ") [" << std::setw(kBlank) << ""
-          << " " << std::setw(kBlank) << "" << "]\n";
+      out << " | (" << std::setw(kBlank) << ""
+          << " " << std::setw(kBlank) << ""
+          << ") [" << std::setw(kBlank) << ""
+          << " " << std::setw(kBlank) << ""
+          << "]\n";
     } else {
       constexpr int kNumber = 7;
       out << " | (" << std::setw(kNumber) << scale_ << " " << std::setw(kNumber) << offset_ << ") ["
@@ -176,12 +203,15 @@ constexpr bool kMaps = [] {
 
 /// The most bits that a mapped floating type holds exactly.
 template <class U>
-constexpr std::uint32_t kMaxMappedBits = std::is_same_v<U, float> ? 24 : std::is_same_v<U, double> ? 53 : 64;
+constexpr std::uint32_t kMaxMappedBits = std::is_same_v<U, float>    ? 24
+                                         : std::is_same_v<U, double> ? 53
+                                                                     : 64;
 
 constexpr int countPairs() {
   int count = 0;
   Lib::forEachType([&](auto raw) {
-    Lib::forEachType([&](auto mapped) { count += kMaps<typename decltype(raw)::Type, typename decltype(mapped)::Type>; });
+    Lib::forEachType(
+        [&](auto mapped) { count += kMaps<typename decltype(raw)::Type, typename decltype(mapped)::Type>; });
   });
   return count;
 }

@@ -1,5 +1,7 @@
 #include "zint/StreamZint.h"
 
+#include <utility>
+
 namespace Kvex::Sto {
 
 namespace {
@@ -17,7 +19,7 @@ StreamZint::StreamZint(ResourceKind kind, std::uint32_t serialNumber)
 bool StreamZint::headerReady() {
   Com::TaggedPacket* definition = header.findHeader(kDefinitionTag);
   if (definition == nullptr) return false;
-  decoder_.setDefinitions(definition->document);
+  decoder_.setDefinitions(std::exchange(definition->document, nullptr));  // not needed any more, and may be large
   headerAccepted = true;
   for (const Zint::Signal* signal : decoder_.definitions().carriedSignals) insertRow(*signal);
   return true;
@@ -52,7 +54,9 @@ bool StreamZint::probePacket(ByteView packet) {
   return decoder_.state() == Zint::ComDecoder::State::Timed;
 }
 
-void StreamZint::scanPacket(ByteView packet) { probePacket(packet); }
+void StreamZint::scanPacket(ByteView packet) {
+  probePacket(packet);
+}
 
 void StreamZint::reset() {
   decoder_.reset();

@@ -1,0 +1,87 @@
+// Writes the first inputs of the fuzz targets: write_seeds DIRECTORY makes one folder per target in it.
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+#include "synth/OggPage.h"
+#include "synth/RecordingWriter.h"
+#include "synth/VehicleDrive.h"
+
+namespace {
+
+using namespace Kvex::Synth;
+
+constexpr std::int64_t kStart = 1'417'651'425'000'000'000;
+
+/// A short recording with all that its form allows: two streams and a foreign one, a header packet across pages, a
+/// repeat block, marked pages, gaps and last pages.
+std::string makeRecording(const DamagePlan& damage) {
+  std::ostringstream out;
+  RecordingWriter writer(out);
+  LogicalWriter& zint =
+      writer.addStream({.serial = 1,
+                        .primary = primaryText("[Kvex-Zint]", 2),
+                        .headers = {VehicleDrive::definition().headerPacket(), "{Kvex-Grouping}Grouping=Run 1\n"},
+                        .packetsPerPage = 8});
+  LogicalWriter& quon = writer.addStream({.serial = 2, .primary = primaryText("[Kvex-Quon]", 0), .packetsPerPage = 3});
+  LogicalWriter& foreign = writer.addStream({.serial = 3, .primary = "\x01other"});
+  for (LogicalWriter* stream : {&zint, &quon, &foreign}) stream->writeHeader();
+  writer.setDamage(damage);
+  VehicleDrive drive(kStart);
+  const std::string status(72, '\xE7');
+  for (int i = 0; i < 60; ++i) {
+    zint.add(drive.next());
+    quon.addLed(bytesOf(status));
+    if (i == 20) zint.writeHeader();
+    if (i == 30) quon.skipPages(2);
+    if (i == 40) quon.setExtraFlags(PageFlag::kMarked);
+  }
+  writer.end();
+  return out.str();
+}
+
+class SeedFolder {
+ public:
+  explicit SeedFolder(const std::filesystem::path& path) : path_(path) { std::filesystem::create_directories(path_); }
+
+  void add(const std::string& bytes) const {
+    static int number = 0;
+    std::ofstream(path_ / ("seed" + std::to_string(number++)), std::ios::binary) << bytes;
+  }
+
+ private:
+  std::filesystem::path path_;
+};
+
+void writeRecordings(const SeedFolder& folder) {
+  const DamagePlan plans[] = {{},
+                              {.drop = 0.2},
+                              {.repeat = 0.2, .delay = 0.2},
+                              {.flip = 0.3, .repairChecksums = true},
+                              {.junk = 0.3},
+                              {.truncateAt = 2500}};
+  for (const DamagePlan& plan : plans) folder.add(makeRecording(plan));
+}
+
+void writeTaggedPackets(const SeedFolder& folder) {
+  for (const char* bytes : {"[Kvex-Zint]headers=2\nWriter=synth\n", "{Kvex-Grouping}Grouping=Run 1\n", "<T>raw", "|T|x",
+                            "(Kvex-Can-Dbc)BO_ 1 x: 8 y", "[Kvex/x]", "{T}a=b=c\xC3\n=\n"}) {
+    folder.add(bytes);
+  }
+  folder.add(VehicleDrive::definition().headerPacket());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::cerr << "usage: write_seeds DIRECTORY\n";
+    return 1;
+  }
+  const std::filesystem::path root(argv[1]);
+  writeRecordings(SeedFolder(root / "FuzzPages"));
+  writeTaggedPackets(SeedFolder(root / "FuzzTaggedPacket"));
+}

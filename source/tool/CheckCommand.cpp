@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <filesystem>
 #include <fmt/format.h>
 #include <memory>
+#include <optional>
 
 #include "library/Enumerations.h"
 #include "tool/Commands.h"
@@ -75,8 +77,8 @@ class DamageTeller {
       case DamageKind::StructureBroken:
         return fmt::format("the pages of {} are out of order{}: nothing of it is read from there on", of, near(damage));
       case DamageKind::JunkBytes:
-        return fmt::format("{} {} to no good {}{}", counted(damage.count, "byte"), verb(damage.count, "belongs", "belong"),
-                           unit_, near(damage));
+        return fmt::format("{} {} to no good {}{}", counted(damage.count, "byte"),
+                           verb(damage.count, "belongs", "belong"), unit_, near(damage));
       case DamageKind::CutOff:
         return fmt::format("the file ends within a {}, of which {} {} there", unit_, counted(damage.count, "byte"),
                            verb(damage.count, "is", "are"));
@@ -98,47 +100,66 @@ class DamageTeller {
   std::string_view unit_;
 };
 
-struct Report {
-  const Sto::Resource& resource;
-  std::uint64_t size;
-  std::vector<std::string> places;  ///< Of `resource.damage`, told.
-  std::vector<std::string> notes;   ///< What is no damage, but worth knowing.
-  std::string verdict;
+struct StreamReport {
+  std::int32_t id;
+  std::uint32_t serial;
+  std::string codec;
+  std::string name;
+  std::vector<NamedCount> counters;
 };
+
+struct PlaceReport {
+  DamageKind kind;
+  std::uint64_t count;
+  std::optional<std::int32_t> streamId;
+  std::optional<Lib::Nano> time;
+  std::string text;
+};
+
+/// All that is told about a file.
+struct Report {
+  std::string path;
+  std::uint64_t size = 0;
+  std::vector<NamedCount> counters;  ///< Of the file as a whole.
+  std::vector<StreamReport> streams;
+  std::vector<PlaceReport> places;
+  std::uint64_t placesInAll = 0;
+  std::vector<std::string> notes;  ///< What is no damage, but worth knowing.
+  bool lost = false;
+};
+
+void addStream(Report& report, const Sto::Stream& stream, const Sto::Resource& resource) {
+  report.streams.push_back({stream.index, stream.serial,
+                            std::string(Lib::kStreamCodecNames.name(static_cast<std::uint8_t>(stream.codec))),
+                            stream.name, streamCounters(stream, resource)});
+  if (stream.headerSeen && !stream.headerAccepted) {
+    report.notes.push_back(fmt::format("the header of stream {} does not define its signals", stream.index));
+  } else if (stream.headerAccepted && !stream.hasTime) {
+    report.notes.push_back(fmt::format("stream {} has no time, so that its values cannot be read", stream.index));
+  }
+}
+
+void addDamage(Report& report, const OpenedFile& file, const Sto::Resource& resource) {
+  report.counters = fileCounters(resource);
+  report.placesInAll = resource.damage.total();
+  report.lost = resource.damage.lossy();
+  const DamageTeller teller(file, resource.kind == Sto::ResourceKind::Recording);
+  for (const Damage& damage : resource.damage.places()) {
+    PlaceReport& place =
+        report.places.emplace_back(PlaceReport{damage.kind, damage.count, {}, {}, teller.tell(damage)});
+    if (damage.stream != nullptr) place.streamId = damage.stream->index;
+    if (damage.time != Lib::kNoTime) place.time = damage.time;
+  }
+}
 
 /// One line on what the damage means for the data.
 std::string verdictOn(const Report& report) {
-  const Sto::DamageList& damage = report.resource.damage;
-  if (!damage.lossy()) return "Nothing was lost.";
+  if (!report.lost) return "Nothing was lost.";
   std::string text = "Data was lost";
-  for (std::size_t place = 0; place < report.places.size(); ++place) {
-    if (!losesData(damage.places()[place].kind)) continue;
-    text += ": " + report.places[place];
-    break;
-  }
-  if (damage.total() > 1) text += fmt::format("; {} in all", counted(damage.total(), "damaged place"));
+  const auto first = std::ranges::find_if(report.places, Sto::losesData, &PlaceReport::kind);
+  if (first != report.places.end()) text += ": " + first->text;
+  if (report.placesInAll > 1) text += fmt::format("; {} in all", counted(report.placesInAll, "damaged place"));
   return text + '.';
-}
-
-std::vector<std::string> notesOn(const OpenedFile& file) {
-  std::vector<std::string> notes;
-  file.forEachStream([&](const Sto::Stream& stream, const Sto::Resource&) {
-    if (stream.headerSeen && !stream.headerAccepted) {
-      notes.push_back(fmt::format("the header of stream {} does not define its signals", stream.index));
-    } else if (stream.headerAccepted && !stream.hasTime) {
-      notes.push_back(fmt::format("stream {} has no time, so that its values cannot be read", stream.index));
-    }
-  });
-  return notes;
-}
-
-Report makeReport(const OpenedFile& file, const Sto::Resource& resource) {
-  std::error_code ignored;
-  Report report{resource, std::filesystem::file_size(file.path, ignored), {}, notesOn(file), {}};
-  const DamageTeller teller(file, resource.kind == Sto::ResourceKind::Recording);
-  for (const Damage& damage : resource.damage.places()) report.places.push_back(teller.tell(damage));
-  report.verdict = verdictOn(report);
-  return report;
 }
 
 Json countersJson(const std::vector<NamedCount>& counters) {
@@ -147,78 +168,78 @@ Json countersJson(const std::vector<NamedCount>& counters) {
   return json;
 }
 
-std::string_view codecName(const Sto::Stream& stream) {
-  return Lib::kStreamCodecNames.name(static_cast<std::uint8_t>(stream.codec));
+template <class Value>
+Json optionalJson(const std::optional<Value>& value) {
+  return value ? Json(*value) : Json();
 }
 
-std::string reportJson(const OpenedFile& file, const Report& report) {
+std::string reportJson(const Report& report) {
   Json streams = Json::array();
-  file.forEachStream([&](const Sto::Stream& stream, const Sto::Resource& resource) {
-    streams.push_back({{"id", stream.index},
+  for (const StreamReport& stream : report.streams) {
+    streams.push_back({{"id", stream.id},
                        {"serial", stream.serial},
-                       {"codec", codecName(stream)},
+                       {"codec", stream.codec},
                        {"name", stream.name},
-                       {"counters", countersJson(streamCounters(stream, resource))}});
-  });
-  const Sto::DamageList& damage = report.resource.damage;
-  Json places = Json::array();
-  for (std::size_t i = 0; i < report.places.size(); ++i) {
-    const Damage& place = damage.places()[i];
-    const bool hasTime = place.time != Lib::kNoTime;
-    places.push_back({{"kind", kindName(place.kind)},
-                      {"stream", place.stream == nullptr ? Json() : Json(place.stream->index)},
-                      {"count", place.count},
-                      {"time", hasTime ? Json(place.time) : Json()},
-                      {"lost", losesData(place.kind)},
-                      {"text", report.places[i]}});
+                       {"counters", countersJson(stream.counters)}});
   }
-  const Json all{{"file", file.path},
+  Json places = Json::array();
+  for (const PlaceReport& place : report.places) {
+    places.push_back({{"kind", kindName(place.kind)},
+                      {"stream", optionalJson(place.streamId)},
+                      {"count", place.count},
+                      {"time", optionalJson(place.time)},
+                      {"lost", losesData(place.kind)},
+                      {"text", place.text}});
+  }
+  const Json all{{"file", report.path},
                  {"size", report.size},
-                 {"lost", damage.lossy()},
-                 {"verdict", report.verdict},
-                 {"counters", countersJson(fileCounters(report.resource))},
+                 {"lost", report.lost},
+                 {"verdict", verdictOn(report)},
+                 {"counters", countersJson(report.counters)},
                  {"streams", std::move(streams)},
-                 {"placesInAll", damage.total()},
+                 {"placesInAll", report.placesInAll},
                  {"places", std::move(places)},
                  {"notes", report.notes}};
   return jsonText(all, 2) + '\n';
 }
 
-std::string reportText(const OpenedFile& file, const Report& report) {
-  TextTable about;
-  about.addRow({"file", file.path});
-  about.addRow({"size", counted(report.size, "byte")});
-  for (const auto& [name, count] : fileCounters(report.resource)) {
-    about.addRow({std::string(name), std::to_string(count)});
-  }
-  TextTable streams;
-  file.forEachStream([&](const Sto::Stream& stream, const Sto::Resource& resource) {
-    const std::vector<NamedCount> counters = streamCounters(stream, resource);
+std::string streamsText(const Report& report) {
+  TextTable table;
+  for (const StreamReport& stream : report.streams) {
     std::vector<std::string> names{"stream", "codec"};
-    std::vector<std::string> cells{std::to_string(stream.index), std::string(codecName(stream))};
-    for (const auto& [name, count] : counters) {
+    std::vector<std::string> cells{std::to_string(stream.id), stream.codec};
+    for (const auto& [name, count] : stream.counters) {
       names.emplace_back(name);
       cells.push_back(std::to_string(count));
     }
-    if (stream.index == 0) streams.addRow(std::move(names));
-    streams.addRow(std::move(cells));
-  });
-  std::string text = about.text() + '\n' + streams.text() + '\n';
+    if (&stream == &report.streams.front()) table.addRow(std::move(names));
+    table.addRow(std::move(cells));
+  }
+  return table.text();
+}
+
+std::string reportText(const Report& report) {
+  TextTable about;
+  about.addRow({"file", report.path});
+  about.addRow({"size", counted(report.size, "byte")});
+  for (const auto& [name, count] : report.counters) about.addRow({std::string(name), std::to_string(count)});
+  std::string text = about.text() + '\n' + streamsText(report) + '\n';
   const std::size_t shown = std::min(report.places.size(), kMaxPlacesShown);
-  for (std::size_t i = 0; i < shown; ++i) text += report.places[i] + '\n';
-  const std::uint64_t hidden = report.resource.damage.total() - shown;
-  if (hidden > 0) text += fmt::format("and {}\n", counted(hidden, "further place"));
-  for (const std::string& note : report.notes) text += "Note: " + note + '\n';
-  return text + report.verdict + '\n';
+  for (std::size_t i = 0; i < shown; ++i) text += report.places[i].text + '\n';
+  if (report.placesInAll > shown) text += fmt::format("and {}\n", counted(report.placesInAll - shown, "further place"));
+  for (const std::string& note : report.notes) text += "note: " + note + '\n';
+  return text + verdictOn(report) + '\n';
 }
 
 VrelExit checkFile(const CheckOptions& options) {
   const OpenedFile file(options.file);
+  std::error_code ignored;
+  Report report{.path = file.path, .size = std::filesystem::file_size(file.path, ignored)};
+  file.forEachStream(
+      [&](const Sto::Stream& stream, const Sto::Resource& resource) { addStream(report, stream, resource); });
+  file.visitResource([&](const Sto::Resource& resource) { addDamage(report, file, resource); });
   Output output;
-  file.visitResource([&](const Sto::Resource& resource) {
-    const Report report = makeReport(file, resource);
-    output.write(options.json ? reportJson(file, report) : reportText(file, report));
-  });
+  output.write(options.json ? reportJson(report) : reportText(report));
   output.finish();
   return file.exit();
 }

@@ -7,7 +7,12 @@ namespace Kvex::Tool {
 
 namespace {
 
-constexpr Com::CounterRow<Sto::StreamCounters> kPageRows[] = {
+struct CounterRow {
+  std::string_view name;
+  std::uint64_t Sto::StreamCounters::*counter;
+};
+
+constexpr CounterRow kPageRows[] = {
     {"pages", &Sto::StreamCounters::pages},
     {"pagesAccepted", &Sto::StreamCounters::pagesAccepted},
     {"pagesRejected", &Sto::StreamCounters::pagesRejected},
@@ -18,15 +23,15 @@ constexpr Com::CounterRow<Sto::StreamCounters> kPageRows[] = {
     {"endPages", &Sto::StreamCounters::endPages},
 };
 
-constexpr std::string_view kDamageCounters[] = {"pagesRejected", "pagesLost", "holes",         "skippedBytes",
-                                                "skippedRuns",   "junkBytes", "junkRuns",      "truncatedBytes"};
+constexpr std::string_view kDamageCounters[] = {"pagesRejected", "pagesLost", "holes",    "skippedBytes",
+                                                "skippedRuns",   "junkBytes", "junkRuns", "truncatedBytes"};
 
 }  // namespace
 
 std::vector<NamedCount> streamCounters(const Sto::Stream& stream, const Sto::Resource& resource) {
   std::vector<NamedCount> result{{"packets", stream.counters.packets}};
   if (resource.kind != Sto::ResourceKind::Recording) return result;
-  for (const auto& row : kPageRows) result.emplace_back(row.name, stream.counters.*row.counter);
+  for (const CounterRow& row : kPageRows) result.emplace_back(row.name, stream.counters.*row.counter);
   return result;
 }
 

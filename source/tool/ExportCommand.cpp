@@ -135,8 +135,9 @@ void addExportCommand(CLI::App& app, Action& action) {
   CLI::App* command = app.add_subcommand("export", "Write the values of signals over time as a table");
   command->add_option("FILE", options->file, "The file to read")->required();
   command->add_option("-o,--output", options->output, "Write to this file, else to standard output")->type_name("OUT");
-  command->add_option("--signal", options->choice.patterns,
-                      "Signals to write; may be given several times. Without it: all signals that have values")
+  command
+      ->add_option("--signal", options->choice.patterns,
+                   "Signals to write; may be given several times. Without it: all signals that have values")
       ->type_name("PATTERN")
       ->allow_extra_args(false);
   command->add_option("--stream", options->choice.streamIds, "Only this stream; may be given several times")
@@ -156,8 +157,9 @@ void addExportCommand(CLI::App& app, Action& action) {
           },
           "Seconds from one time to the next, down to 0.000000001 (default 1)")
       ->type_name("S");
-  command->add_flag_callback("--long", [options] { options->style.shape = TableShape::Long; },
-                             "One line for each time and signal, with flags and stamp");
+  command->add_flag_callback(
+      "--long", [options] { options->style.shape = TableShape::Long; },
+      "One line for each time and signal, with flags and stamp");
   command
       ->add_option_function<std::string>(
           "--format", [options](const std::string& name) { options->format = kFormats.at(name); },

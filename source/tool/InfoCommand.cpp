@@ -68,7 +68,9 @@ std::string infoJson(const OpenedFile& file) {
   return jsonText(all, 2) + '\n';
 }
 
-std::string timeText(Lib::Nano nano) { return fmt::format("{} UTC  ({} ns)", Lib::dateTimeText(nano), nano); }
+std::string timeText(Lib::Nano nano) {
+  return fmt::format("{} UTC  ({} ns)", Lib::dateTimeText(nano), nano);
+}
 
 double secondsBetween(Lib::Nano start, Lib::Nano end) {
   return (static_cast<double>(end) - static_cast<double>(start)) * 1e-9;
@@ -118,9 +120,8 @@ std::string infoText(const OpenedFile& file) {
     table.addRow({"damage", damageText(fileCounters(resource))});
   });
   std::string text = table.text();
-  file.forEachStream([&](const Sto::Stream& stream, const Sto::Resource& resource) {
-    text += streamText(stream, resource);
-  });
+  file.forEachStream(
+      [&](const Sto::Stream& stream, const Sto::Resource& resource) { text += streamText(stream, resource); });
   return text;
 }
 

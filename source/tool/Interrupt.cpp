@@ -28,13 +28,17 @@ void catchInterrupts() {
   std::signal(SIGPIPE, SIG_IGN);
 }
 
-bool interrupted() { return interruptSeen; }
+bool interrupted() {
+  return interruptSeen;
+}
 
 CancelOnInterrupt::CancelOnInterrupt(Sto::DataStore& store) {
   storeAtWork = &store;
   if (interruptSeen) store.cancel();  // it came before the store was known
 }
 
-CancelOnInterrupt::~CancelOnInterrupt() { storeAtWork = nullptr; }
+CancelOnInterrupt::~CancelOnInterrupt() {
+  storeAtWork = nullptr;
+}
 
 }  // namespace Kvex::Tool

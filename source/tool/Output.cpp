@@ -102,6 +102,8 @@ void Output::finish() {
   temporary_.clear();
 }
 
-bool Output::isTerminal() const { return ::isatty(descriptor_) != 0; }
+bool Output::isTerminal() const {
+  return ::isatty(descriptor_) != 0;
+}
 
 }  // namespace Kvex::Tool

@@ -43,9 +43,9 @@ class Output {
   void flush();
   [[noreturn]] void fail(int error) const;
 
-  std::string path_;        ///< As given.
-  std::string target_;      ///< The file's final name, links followed; empty where nothing is renamed.
-  std::string temporary_;   ///< Its name until then.
+  std::string path_;       ///< As given.
+  std::string target_;     ///< The file's final name, links followed; empty where nothing is renamed.
+  std::string temporary_;  ///< Its name until then.
   int descriptor_ = -1;
   fmt::memory_buffer buffer_;
 };

@@ -19,7 +19,8 @@ class ProgressBar {
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
-  /// Shows what a store reports; this thread is then the one reader of `ring`, which must outlive the bar or its `stop`.
+  /// Shows what a store reports; this thread is then the one reader of `ring`, which must outlive the bar or its
+  /// `stop`.
   void follow(Sto::ProgressRing& ring);
   /// Shows what `setPercent` tells, under this title. A ring that was followed is still read, and not shown.
   void begin(std::string title);

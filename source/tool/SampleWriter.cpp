@@ -19,7 +19,9 @@ using Buffer = fmt::memory_buffer;
 
 constexpr std::string_view kTimeKey = "time";
 
-void append(Buffer& buffer, std::string_view text) { buffer.append(text.data(), text.data() + text.size()); }
+void append(Buffer& buffer, std::string_view text) {
+  buffer.append(text.data(), text.data() + text.size());
+}
 
 template <class Number>
 void appendNumber(Buffer& buffer, Number number) {
@@ -84,9 +86,13 @@ SampleWriter::SampleWriter(Output& output, const TableStyle& style, const Sto::S
   addColumns(query);
 }
 
-std::string SampleWriter::textField(std::string_view text) const { return isJson() ? jsonText(text) : csvField(text); }
+std::string SampleWriter::textField(std::string_view text) const {
+  return isJson() ? jsonText(text) : csvField(text);
+}
 
-std::string SampleWriter::leadOf(std::string_view key) const { return isJson() ? ',' + jsonText(key) + ':' : ","; }
+std::string SampleWriter::leadOf(std::string_view key) const {
+  return isJson() ? ',' + jsonText(key) + ':' : ",";
+}
 
 void SampleWriter::addColumns(const Sto::SignalQuery& query) {
   // A name that two streams have, or that is the first field's, gets the stream's number before it.

@@ -102,7 +102,8 @@ std::vector<Sto::SignalListing> chooseSignals(const OpenedFile& file, const Sign
   if (offered.empty()) throw Failure("no stream has time, so there are no values over time");
   for (std::size_t i = 0; i < patterns.size(); ++i) {
     if (hasMatch[i]) continue;
-    throw Failure(fmt::format("no signal matches \"{}\"{}", printable(patterns[i].text()), nearNames(patterns[i], offered)));
+    throw Failure(
+        fmt::format("no signal matches \"{}\"{}", printable(patterns[i].text()), nearNames(patterns[i], offered)));
   }
   return chosen;
 }

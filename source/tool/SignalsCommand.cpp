@@ -106,8 +106,8 @@ void writeTable(Output& output, const std::vector<ListedSignal>& signals) {
   table.addRow({"STREAM", "NAME", "TYPE", "COUNT", "UNIT", "FIRST", "LAST", "DESCRIPTION"});
   for (const ListedSignal& signal : signals) {
     const Sto::SignalListing& row = signal.row;
-    table.addRow({std::to_string(row.streamId), row.name, std::string(typeName(row)), std::to_string(row.count), row.unit,
-                  sampleText(signal.first, row), sampleText(signal.last, row), row.description});
+    table.addRow({std::to_string(row.streamId), row.name, std::string(typeName(row)), std::to_string(row.count),
+                  row.unit, sampleText(signal.first, row), sampleText(signal.last, row), row.description});
   }
   output.write(table.text());
 }

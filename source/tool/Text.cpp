@@ -11,7 +11,9 @@ namespace {
 /// Of a longer cell only the beginning sets the width of its column.
 constexpr std::size_t kMaxWidth = 48;
 
-bool isControl(unsigned char byte) { return byte < 0x20 || byte == 0x7F; }
+bool isControl(unsigned char byte) {
+  return byte < 0x20 || byte == 0x7F;
+}
 
 }  // namespace
 

@@ -21,7 +21,9 @@ std::optional<Number> parseInteger(std::string_view text) {
   return number;
 }
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 }  // namespace
 

@@ -14,7 +14,7 @@ std::optional<std::int64_t> nanosFromSeconds(std::string_view text);
 
 /// A time as a person types it.
 struct TimeArgument {
-  Lib::Nano nanos = 0;   ///< A GPS time, or a distance from the start.
+  Lib::Nano nanos = 0;  ///< A GPS time, or a distance from the start.
   bool relative = false;
 
   /// The GPS time, with times relative to `start`; brought to the nearest that 64 bits hold.

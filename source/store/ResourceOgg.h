@@ -37,6 +37,11 @@ class ResourceOgg final : public Resource {
   void firstPass();
   void secondPass();
 
+  /// Hands a page to its Stream in the second pass, and notes what is wrong with it.
+  void scanPage(const Member& member, const ogg_page& page);
+  /// Notes damage that is no single Stream's.
+  void noteInFile(DamageKind kind, std::uint64_t count, bool continues = false);
+
   /// Finds the codec whose tag opens a first page.
   const Codec* matchCodec(const ogg_page& page) const;
   void meetPage(const ogg_page& page);

@@ -105,6 +105,9 @@ class Stream {
 
   /// Appends a listing of every signal whose group mask meets `mask`; gives the number appended.
   virtual std::size_t listSignals(std::vector<SignalListing>& out, std::uint32_t mask) const = 0;
+  /// One listing per name, in listing order: of a name that stands in several types or tables, the row that a search by
+  /// name finds.
+  std::vector<SignalListing> namedSignals() const;
   /// Value of a scalar signal in the first or last record; a default sample for an unknown name.
   virtual Sample firstValue(std::string_view name) const = 0;
   virtual Sample lastValue(std::string_view name) const = 0;

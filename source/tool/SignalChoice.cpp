@@ -86,9 +86,7 @@ std::vector<Sto::SignalListing> chooseSignals(const OpenedFile& file, const Sign
   file.forEachStream([&](const Sto::Stream& stream, const Sto::Resource&) {
     const auto id = static_cast<std::uint32_t>(stream.index);
     if (!stream.hasTime || !choice.takesStream(id)) return;
-    std::set<std::string> seen;
-    for (Sto::SignalListing& listing : OpenedFile::signalsOf(stream)) {
-      if (!seen.insert(listing.name).second) continue;
+    for (Sto::SignalListing& listing : stream.namedSignals()) {
       offered.push_back(listing.name);
       bool matches = patterns.empty();
       for (std::size_t i = 0; i < patterns.size(); ++i) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "synth/CanBus.h"
+#include "synth/NavPackets.h"
 #include "synth/OggPage.h"
 #include "synth/RangeChase.h"
 #include "synth/RecordingWriter.h"
@@ -122,6 +123,19 @@ void writeRangePackets(const SeedFolder& folder) {
   }
 }
 
+/// As the targets take them: a byte that picks how much is wanted, and packets one after the other.
+void writeNavPackets(const SeedFolder& folder, const Kvex::Nav::NavProtocol& protocol) {
+  for (const char wants : {0, 5, 11}) {
+    NavDrive drive(protocol, static_cast<std::uint64_t>(wants), kStart);
+    std::string bytes(1, wants);
+    for (int i = 0; i < 240; ++i) {
+      const auto packet = drive.next();
+      bytes.append(packet.begin(), packet.end());
+    }
+    folder.add(bytes);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -135,4 +149,6 @@ int main(int argc, char** argv) {
   writeCanDatabases(SeedFolder(root / "FuzzCanDatabase"));
   writeCanPackets(SeedFolder(root / "FuzzCanPackets"));
   writeRangePackets(SeedFolder(root / "FuzzYeld"));
+  writeNavPackets(SeedFolder(root / "FuzzQuon"), Kvex::Nav::kQuonProtocol);
+  writeNavPackets(SeedFolder(root / "FuzzDask"), Kvex::Nav::kDaskProtocol);
 }

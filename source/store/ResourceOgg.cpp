@@ -65,6 +65,7 @@ const Codec* ResourceOgg::matchCodec(const ogg_page& page) const {
 }
 
 void ResourceOgg::meetPage(const ogg_page& page) {
+  const std::uint64_t place = pagesMet_++;
   const std::uint32_t serial = serialOf(page);
   auto member = members_.find(serial);
   if (member == members_.end()) {
@@ -75,15 +76,19 @@ void ResourceOgg::meetPage(const ogg_page& page) {
     stream = codec->makeStream(kind, serial);
     auto logical = std::make_unique<LogicalVrel>(path, serial);
     logical->pages().expectPrimary();
-    member = members_.insert({serial, {stream.get(), logical.get()}}).first;
+    member = members_.insert({serial, {stream.get(), logical.get(), place, place}}).first;
     stream->logical = std::move(logical);
   }
   Member& known = member->second;
   Com::VrelStreamDec& pages = known.logical->pages();
-  known.overfull |= pages.headerSettled() && pages.heldBytes() > kMaxHeldData;
-  if (known.overfull) return;
-  ++known.pagesHeld;
-  pages.addPage(page);
+  if (pages.addPage(page) && ogg_page_bos(&page)) {
+    known.restartPage = place;
+    known.overfull = false;
+  }
+  if (pages.headerSettled() && pages.heldBytes() > kMaxHeldData) {
+    pages.dropData();
+    known.overfull = true;
+  }
 }
 
 bool ResourceOgg::settleHeaders() {
@@ -120,28 +125,31 @@ void ResourceOgg::firstPass() {
   for (auto& [serial, member] : members_) {
     member.feeding = member.stream->headerAccepted;
     overfull |= member.overfull;
+    if (member.overfull) member.logical->rewind();
   }
+  std::uint64_t place = pagesMet_;
   if (overfull) {
     reader_.restart();
-    for (auto& [serial, member] : members_) member.pagesToSkip = member.pagesHeld;
+    place = 0;
   }
   // A Stream that has had enough gets no more pages either: they would pile up, and its rewind forgets them anyway.
   const auto addPage = [&](const ogg_page& page) {
     const auto member = members_.find(serialOf(page));
-    if (member == members_.end() || !member->second.feeding) return;
-    if (member->second.pagesToSkip > 0) {
-      --member->second.pagesToSkip;
-    } else {
-      member->second.logical->pages().addPage(page);
-    }
+    if (member != members_.end() && member->second.feeding) addProbedPage(member->second, page, place);
+    ++place;
   };
   while (!cancelled()) {
     bool feeding = false;
     for (auto& [serial, member] : members_) {
       if (!member.feeding) continue;
+      feeding = true;
+      // Nothing was taken during identification. From data on it makes no difference when packets are taken.
+      const bool identified = place >= pagesMet_;
+      if (!identified && (place <= member.restartPage || member.logical->pages().state() != Com::VrelState::ReadData)) {
+        continue;
+      }
       Stream& stream = *member.stream;
       member.feeding = !takePackets(*member.logical, [&](ByteView packet) { return stream.probePacket(packet); });
-      feeding |= member.feeding;
     }
     if (!feeding || !reader_.readBlock(file_, kRecordingBlock, addPage)) break;
     progress.moved(reader_.position());
@@ -175,6 +183,13 @@ void ResourceOgg::noteInFile(DamageKind kind, std::uint64_t count, bool continue
   Nano time = Lib::kNoTime;
   for (const auto& [serial, stream] : streams) time = std::max(time, stream->newestTime());
   damage.note({kind, count, nullptr, time}, continues);
+}
+
+void ResourceOgg::addProbedPage(Member& member, const ogg_page& page, std::uint64_t place) {
+  if (place < (member.overfull ? member.firstPage : pagesMet_)) return;
+  Com::VrelStreamDec& pages = member.logical->pages();
+  pages.addPage(page);
+  if (place < member.restartPage && pages.heldBytes() > kMaxHeldData) pages.dropData();
 }
 
 void ResourceOgg::secondPass() {

@@ -24,6 +24,8 @@ constexpr Sto::Codec kCodecs[] = {
 
 }  // namespace
 
-Sto::CodecList allCodecs() { return kCodecs; }
+Sto::CodecList allCodecs() {
+  return kCodecs;
+}
 
 }  // namespace Kvex

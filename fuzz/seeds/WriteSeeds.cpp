@@ -5,8 +5,10 @@
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <tuple>
 
 #include "synth/CanBus.h"
+#include "synth/NavPackets.h"
 #include "synth/OggPage.h"
 #include "synth/RangeChase.h"
 #include "synth/RecordingWriter.h"
@@ -17,6 +19,13 @@ namespace {
 using namespace Kvex::Synth;
 
 constexpr std::int64_t kStart = 1'417'651'425'000'000'000;
+
+const DamagePlan kDamages[] = {{},
+                               {.drop = 0.2},
+                               {.repeat = 0.2, .delay = 0.2},
+                               {.flip = 0.3, .repairChecksums = true},
+                               {.junk = 0.3},
+                               {.truncateAt = 2500}};
 
 /// A short recording with all that its form allows: two streams and a foreign one, a header packet across pages, a
 /// repeat block, marked pages, gaps and last pages.
@@ -59,13 +68,7 @@ class SeedFolder {
 };
 
 void writeRecordings(const SeedFolder& folder) {
-  const DamagePlan plans[] = {{},
-                              {.drop = 0.2},
-                              {.repeat = 0.2, .delay = 0.2},
-                              {.flip = 0.3, .repairChecksums = true},
-                              {.junk = 0.3},
-                              {.truncateAt = 2500}};
-  for (const DamagePlan& plan : plans) folder.add(makeRecording(plan));
+  for (const DamagePlan& plan : kDamages) folder.add(makeRecording(plan));
 }
 
 void writeTaggedPackets(const SeedFolder& folder) {
@@ -122,6 +125,52 @@ void writeRangePackets(const SeedFolder& folder) {
   }
 }
 
+/// As the targets take them: a byte that picks how much is wanted, and packets one after the other.
+void writeNavPackets(const SeedFolder& folder, const Kvex::Nav::NavProtocol& protocol) {
+  for (const char wants : {0, 5, 11}) {
+    NavDrive drive(protocol, static_cast<std::uint64_t>(wants), kStart);
+    std::string bytes(1, wants);
+    for (int i = 0; i < 240; ++i) {
+      const auto packet = drive.next();
+      bytes.append(packet.begin(), packet.end());
+    }
+    folder.add(bytes);
+  }
+}
+
+void writeDefinitions(const SeedFolder& folder) {
+  std::string seed = VehicleDrive::definition().document().dump();
+  seed += '\0';
+  VehicleDrive drive(kStart);
+  for (int i = 0; i < 40; ++i) {
+    const auto packet = drive.next();
+    seed += static_cast<char>(packet.size());
+    seed.append(packet.begin(), packet.end());
+    if (i % 15 == 0) seed += '\0';
+  }
+  folder.add(seed);
+  folder.add(R"({"V":1,"M":[{"ID":3,"BS":[1,2]},{"ID":4,"IP":3}],"S":[{"ID":1,"IP":2,"MT":"R32","BS":24},)"
+             R"({"ID":2,"IP":1,"DN":"Nano","BT":"S","BO":7,"BS":64,"MS":-3,"MO":5,"ML":-1.5,"MH":1e9}]})");
+}
+
+/// Whole files, a byte ahead of each that tells its kind.
+void writeFiles(const SeedFolder& folder) {
+  for (const DamagePlan& plan : kDamages) folder.add('\0' + makeRecording(plan));
+  for (const auto& [kind, sync, size] : {std::tuple{'\1', '\xE7', 72}, {'\2', '\xE8', 84}, {'\3', 'W', 80}}) {
+    std::string bytes(1, kind);
+    for (int i = 0; i < 20; ++i) {
+      std::string packet(static_cast<std::size_t>(size), static_cast<char>(i));
+      packet[0] = sync;
+      if (sync == 'W') packet.replace(1, 3, {static_cast<char>(i % 4), static_cast<char>(size - 4), '\0'});
+      packet.back() = 0;
+      for (std::size_t at = 1; at + 1 < packet.size(); ++at)
+        packet.back() = static_cast<char>(packet.back() + packet[at]);
+      bytes += packet;
+    }
+    folder.add(bytes);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -135,4 +184,8 @@ int main(int argc, char** argv) {
   writeCanDatabases(SeedFolder(root / "FuzzCanDatabase"));
   writeCanPackets(SeedFolder(root / "FuzzCanPackets"));
   writeRangePackets(SeedFolder(root / "FuzzYeld"));
+  writeNavPackets(SeedFolder(root / "FuzzQuon"), Kvex::Nav::kQuonProtocol);
+  writeNavPackets(SeedFolder(root / "FuzzDask"), Kvex::Nav::kDaskProtocol);
+  writeDefinitions(SeedFolder(root / "FuzzDefinition"));
+  writeFiles(SeedFolder(root / "FuzzFile"));
 }

@@ -9,7 +9,7 @@ namespace {
 /// second bytes keep out overlong forms, surrogates and what lies beyond the last code point.
 struct Sequence {
   std::uint8_t leadLow, leadHigh;
-  std::size_t length;
+  std::uint8_t length;
   std::uint8_t secondLow, secondHigh;
 };
 

@@ -65,12 +65,8 @@ void readServices(NavState& state, ByteView bytes) {
     constexpr std::array<std::uint8_t, 5> kTypes{0, 1, 3, 4, 10};
     return type.usable() && std::ranges::find(kTypes, type.value) != kTypes.end();
   };
-  if (!state.wants.PsrDiffEnabled) {
-    markNotAvailable(record.TerraStarDEnabled);
-  } else if (isTold) {
-    state.setField(record.TerraStarDEnabled, bit(0));
-  } else if (lacksService()) {
-    state.setField(record.TerraStarDEnabled, false);
+  if (state.wants.PsrDiffEnabled && (isTold || lacksService())) {
+    state.setField(record.TerraStarDEnabled, isTold && bit(0));
   } else {
     markNotAvailable(record.TerraStarDEnabled);
   }

@@ -43,6 +43,11 @@ class VrelStreamDec : public VrelStream {
   /// Bytes that wait to be taken as packets, the begun packet included.
   std::size_t heldBytes() const { return assembler_.heldBytes(); }
 
+  /// Drops what waits to be taken, uncounted, and gives its memory back. The rest of a begun packet is passed over.
+  void dropData() {
+    if (!assembler_.release()) fail();
+  }
+
   /// Makes ready to read the pages again from the file's start. The header stays; the primary packet and header packets
   /// that come again are taken as a repeat block.
   void rewind() { rewindPages(); }

@@ -18,6 +18,9 @@ namespace {
 /// Added to the start of a store whose Streams do not all start at the same nanosecond, so that all have begun.
 constexpr Nano kStartMargin = 100'000'000;
 
+/// What is thrown for a query made for another Mode.
+constexpr const char* kNotOfThisMode = "invalid map<K, T> key";
+
 }  // namespace
 
 DataStoreImpl::DataStoreImpl(const StoreConfig& config, CodecList codecs)
@@ -61,7 +64,7 @@ void DataStoreImpl::takeIn(std::unique_ptr<Resource> owned, std::vector<std::uin
     stream->index = static_cast<std::int32_t>(streams_.size());
     streamIds.push_back(static_cast<std::uint32_t>(streams_.size()));
     streams_.push_back(stream.get());
-    pendingSeeks_.push_back(Lib::kNoTime);
+    pendingSeeks_.emplace_back();
     const std::string grouping = stream->grouping();
     stream->name = (grouping.empty() ? "" : grouping + " ") + std::to_string(resource.index);
     const auto nextGroup = static_cast<std::int32_t>(groupNames_.size());
@@ -226,8 +229,12 @@ StoreStatus DataStoreImpl::seekAll(Nano time) {
   for (std::size_t id = 0; id < streams_.size(); ++id) {
     streams_[id]->prepareBlock(kDirectMode);
     const bool isRead = streams_[id]->hasRequests(kDirectMode);
-    pendingSeeks_[id] = isRead ? Lib::kNoTime : time;
-    if (isRead) read.push_back(streams_[id]);
+    pendingSeeks_[id].reset();
+    if (isRead) {
+      read.push_back(streams_[id]);
+    } else {
+      pendingSeeks_[id] = time;
+    }
   }
   Seek seek(*this, time);
   seek.report(0.0);
@@ -254,9 +261,9 @@ StoreStatus DataStoreImpl::readSamples(const SignalQuery& query, Nano time, std:
   for (std::size_t id = 0; id < streams_.size(); ++id) {
     Stream& stream = *streams_[id];
     if (!stream.hasRequests(kDirectMode)) continue;
-    if (const Nano pending = std::exchange(pendingSeeks_[id], Lib::kNoTime); pending != Lib::kNoTime) {
+    if (const std::optional<Nano> pending = std::exchange(pendingSeeks_[id], std::nullopt)) {
       stream.prepareBlock(kDirectMode);
-      if (stream.seekTo(pending)) stream.skipTo(pending, &watcher);
+      if (stream.seekTo(*pending)) stream.skipTo(*pending, &watcher);
     }
     stream.advanceTo(time, &watcher);
   }
@@ -266,12 +273,13 @@ StoreStatus DataStoreImpl::readSamples(const SignalQuery& query, Nano time, std:
     for (Stream* stream : streams_) stream->fillColumns(kDirectMode, 0, direct_.columns);
   }
   const auto group = query.groups().find(0);
-  if (group == query.groups().end()) throw std::out_of_range("invalid map<K, T> key");
+  if (group == query.groups().end()) throw std::out_of_range(kNotOfThisMode);
   const std::shared_lock guard(direct_.columns.lock);
   Lib::forEachType([&](auto tag) {
     using T = typename decltype(tag)::Type;
     const ColumnGroup<T>& columns = direct_.columns.groups.of<T>();
     for (const QueryEntry& entry : group->second.of<T>()) {
+      if (entry.position + entry.count > columns.length()) throw std::out_of_range(kNotOfThisMode);
       for (std::uint32_t i = 0; i < entry.count; ++i) {
         const std::uint32_t position = entry.position + i;
         Sample& sample = out[entry.outIndex + i];

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -69,7 +70,7 @@ class DataStoreImpl {
   CodecList codecs_;
   std::vector<std::unique_ptr<Resource>> resources_;  ///< In order of adding.
   std::vector<Stream*> streams_;                      ///< By id. Owned by their Resources.
-  std::vector<Nano> pendingSeeks_;  ///< By stream id: a seek put off until the Stream is read; `kNoTime` for none.
+  std::vector<std::optional<Nano>> pendingSeeks_;     ///< By stream id: a seek put off until the Stream is read.
   std::map<std::string, std::int32_t> groupNames_;
   ModeDirect direct_;
   ModeRetain retain_;

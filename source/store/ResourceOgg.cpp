@@ -29,6 +29,22 @@ bool takePackets(LogicalVrel& logical, Visitor&& visitor) {
   return false;
 }
 
+/// The counts of a second pass. The header that a pass from the start of the file meets again is no repeat block.
+StreamCounters countersOf(const Com::VrelStreamDec& stream) {
+  const Com::PageCounters& pages = stream.pageCounters();
+  const Com::PacketCounters& packets = stream.packetCounters();
+  return {.packets = packets.dataPackets,
+          .pages = pages.pages,
+          .pagesAccepted = pages.pagesAccepted,
+          .pagesRejected = pages.pagesRejected,
+          .pagesLost = pages.pagesLost,
+          .holes = packets.primaryHoles + packets.repeatPrimaryHoles + packets.headerHoles + packets.repeatHeaderHoles +
+                   packets.dataHoles,
+          .repeatBlocks = packets.repeatPrimaries - (packets.repeatPrimaries > 0 ? 1 : 0),
+          .flaggedPages = pages.flaggedPages,
+          .endPages = pages.eosPages};
+}
+
 }  // namespace
 
 void ResourceOgg::scan() {
@@ -49,6 +65,7 @@ const Codec* ResourceOgg::matchCodec(const ogg_page& page) const {
 }
 
 void ResourceOgg::meetPage(const ogg_page& page) {
+  const std::uint64_t place = pagesMet_++;
   const std::uint32_t serial = serialOf(page);
   auto member = members_.find(serial);
   if (member == members_.end()) {
@@ -59,15 +76,19 @@ void ResourceOgg::meetPage(const ogg_page& page) {
     stream = codec->makeStream(kind, serial);
     auto logical = std::make_unique<LogicalVrel>(path, serial);
     logical->pages().expectPrimary();
-    member = members_.insert({serial, {stream.get(), logical.get()}}).first;
+    member = members_.insert({serial, {stream.get(), logical.get(), place, place}}).first;
     stream->logical = std::move(logical);
   }
   Member& known = member->second;
   Com::VrelStreamDec& pages = known.logical->pages();
-  known.overfull |= pages.headerSettled() && pages.heldBytes() > kMaxHeldData;
-  if (known.overfull) return;
-  ++known.pagesHeld;
-  pages.addPage(page);
+  if (pages.addPage(page) && ogg_page_bos(&page)) {
+    known.restartPage = place;
+    known.overfull = false;
+  }
+  if (pages.headerSettled() && pages.heldBytes() > kMaxHeldData) {
+    pages.dropData();
+    known.overfull = true;
+  }
 }
 
 bool ResourceOgg::settleHeaders() {
@@ -104,28 +125,31 @@ void ResourceOgg::firstPass() {
   for (auto& [serial, member] : members_) {
     member.feeding = member.stream->headerAccepted;
     overfull |= member.overfull;
+    if (member.overfull) member.logical->rewind();
   }
+  std::uint64_t place = pagesMet_;
   if (overfull) {
     reader_.restart();
-    for (auto& [serial, member] : members_) member.pagesToSkip = member.pagesHeld;
+    place = 0;
   }
   // A Stream that has had enough gets no more pages either: they would pile up, and its rewind forgets them anyway.
   const auto addPage = [&](const ogg_page& page) {
     const auto member = members_.find(serialOf(page));
-    if (member == members_.end() || !member->second.feeding) return;
-    if (member->second.pagesToSkip > 0) {
-      --member->second.pagesToSkip;
-    } else {
-      member->second.logical->pages().addPage(page);
-    }
+    if (member != members_.end() && member->second.feeding) addProbedPage(member->second, page, place);
+    ++place;
   };
   while (!cancelled()) {
     bool feeding = false;
     for (auto& [serial, member] : members_) {
       if (!member.feeding) continue;
+      feeding = true;
+      // Nothing was taken during identification. From data on it makes no difference when packets are taken.
+      const bool identified = place >= pagesMet_;
+      if (!identified && (place <= member.restartPage || member.logical->pages().state() != Com::VrelState::ReadData)) {
+        continue;
+      }
       Stream& stream = *member.stream;
       member.feeding = !takePackets(*member.logical, [&](ByteView packet) { return stream.probePacket(packet); });
-      feeding |= member.feeding;
     }
     if (!feeding || !reader_.readBlock(file_, kRecordingBlock, addPage)) break;
     progress.moved(reader_.position());
@@ -137,15 +161,48 @@ void ResourceOgg::firstPass() {
   reader_.restart();
 }
 
+void ResourceOgg::scanPage(const Member& member, const ogg_page& page) {
+  Com::VrelStreamDec& pages = member.logical->pages();
+  const std::uint64_t lostBefore = pages.pageCounters().pagesLost;
+  const std::uint64_t holesBefore = pages.packetCounters().dataHoles;
+  const bool brokenBefore = pages.state() == Com::VrelState::Failed;
+  pages.addPage(page);
+  const auto note = [&](DamageKind kind, std::uint64_t count) {
+    if (count == 0) return;
+    damage.note({kind, count, member.stream, member.stream->newestTime()}, kind == DamageKind::PagesLate);
+  };
+  note(DamageKind::PagesMissing, pages.pageCounters().pagesLost - lostBefore);
+  note(DamageKind::PagesLate, pages.pageClass() == Com::PageClass::Old ? 1 : 0);
+  note(DamageKind::PagesTwice, pages.pageClass() == Com::PageClass::Repeated ? 1 : 0);
+  note(DamageKind::PacketsDropped, pages.packetCounters().dataHoles - holesBefore);
+  note(DamageKind::StructureBroken, pages.state() == Com::VrelState::Failed && !brokenBefore ? 1 : 0);
+}
+
+void ResourceOgg::noteInFile(DamageKind kind, std::uint64_t count, bool continues) {
+  if (count == 0) return;
+  Nano time = Lib::kNoTime;
+  for (const auto& [serial, stream] : streams) time = std::max(time, stream->newestTime());
+  damage.note({kind, count, nullptr, time}, continues);
+}
+
+void ResourceOgg::addProbedPage(Member& member, const ogg_page& page, std::uint64_t place) {
+  if (place < (member.overfull ? member.firstPage : pagesMet_)) return;
+  Com::VrelStreamDec& pages = member.logical->pages();
+  pages.addPage(page);
+  if (place < member.restartPage && pages.heldBytes() > kMaxHeldData) pages.dropData();
+}
+
 void ResourceOgg::secondPass() {
   PassProgress progress(*this, Phase::SecondPass);
-  bool feeding = false;
-  for (auto& [serial, member] : members_) feeding |= member.stream->headerAccepted;
+  for (auto& [serial, member] : members_) {
+    if (!member.stream->headerSeen) damage.note({.kind = DamageKind::HeaderIncomplete, .stream = member.stream});
+  }
   const auto addPage = [&](const ogg_page& page) {
     const auto member = members_.find(serialOf(page));
-    if (member != members_.end()) member->second.logical->pages().addPage(page);
+    if (member != members_.end()) scanPage(member->second, page);
   };
-  while (feeding && !cancelled()) {
+  // Where no header was accepted the file is read all the same, for its damage.
+  while (!members_.empty() && !cancelled()) {
     for (auto& [serial, member] : members_) {
       Stream& stream = *member.stream;
       // The packets of a Stream without an accepted header are taken all the same, so that they do not pile up.
@@ -154,14 +211,21 @@ void ResourceOgg::secondPass() {
         return false;
       });
     }
+    const Com::GapCounters before = reader_.gaps();
     if (!reader_.readBlock(file_, kRecordingBlock, addPage)) break;
+    const Com::GapCounters& now = reader_.gaps();
+    noteInFile(DamageKind::JunkBytes, now.skippedBytes - before.skippedBytes, now.skippedRuns == before.skippedRuns);
     progress.moved(reader_.position());
   }
   health.gaps = reader_.gaps();
   health.truncatedBytes = reader_.pendingBytes();
+  noteInFile(DamageKind::CutOff, health.truncatedBytes);
   const bool sound = health.sound() && !cancelled();
   for (auto& [serial, member] : members_) {
-    member.stream->scanDone();
+    Stream& stream = *member.stream;
+    stream.counters = countersOf(member.logical->pages());
+    if (stream.counters.endPages == 0) damage.note({DamageKind::EndMissing, 1, &stream, stream.newestTime()});
+    stream.scanDone();
     if (sound) member.logical->trustFile();
   }
   file_.close();

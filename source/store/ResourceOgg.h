@@ -23,19 +23,26 @@ class ResourceOgg final : public Resource {
   void linkStreams() override;
 
  private:
-  /// A Stream with its logical stream.
+  /// A Stream with its logical stream. Pages are told by their place among all pages of the file.
   struct Member {
     Stream* stream;
     LogicalVrel* logical;
-    bool feeding = false;           ///< The first pass still feeds it.
-    bool overfull = false;          ///< Identification has stopped to hold its pages.
-    std::uint64_t pagesHeld = 0;    ///< Pages taken in during identification.
-    std::uint64_t pagesToSkip = 0;  ///< Pages that a first pass from the start of the file meets again.
+    std::uint64_t firstPage;    ///< The page that made the Stream known.
+    std::uint64_t restartPage;  ///< Data from before this page was cut off by a repeat block.
+    bool overfull = false;      ///< Data from behind `restartPage` was dropped during identification.
+    bool feeding = false;       ///< The first pass still feeds it.
   };
 
   void identify();
   void firstPass();
+  /// Gives a page of the first pass to its Stream, unless that holds it from identification.
+  void addProbedPage(Member& member, const ogg_page& page, std::uint64_t place);
   void secondPass();
+
+  /// Hands a page to its Stream in the second pass, and notes what is wrong with it.
+  void scanPage(const Member& member, const ogg_page& page);
+  /// Notes damage that is no single Stream's.
+  void noteInFile(DamageKind kind, std::uint64_t count, bool continues = false);
 
   /// Finds the codec whose tag opens a first page.
   const Codec* matchCodec(const ogg_page& page) const;
@@ -44,6 +51,7 @@ class ResourceOgg final : public Resource {
   bool settleHeaders();
 
   Com::PageReader reader_;
+  std::uint64_t pagesMet_ = 0;               ///< Pages of all serials that identification has met.
   std::map<std::uint32_t, Member> members_;  ///< By serial, as `streams`.
 };
 

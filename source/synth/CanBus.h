@@ -69,11 +69,11 @@ struct BusSignal {
   BusQuantity quantity;
   double factor = 1;
   double offset = 0;
-  std::string_view unit = "";
-  std::string_view comment = "";
+  std::string_view unit;
+  std::string_view comment;
   bool isSigned = false;
-  std::string_view mux = "";         ///< "M" for the switch, "m" and a number for a signal of a group.
-  std::string_view valueNames = "";  ///< As a value line of the database has them.
+  std::string_view mux;         ///< "M" for the switch, "m" and a number for a signal of a group.
+  std::string_view valueNames;  ///< As a value line of the database has them.
 };
 
 enum class BusOrder : std::uint8_t { LittleEndian, BigEndian };

@@ -104,7 +104,7 @@ template <class U>
 void readNumber(const nlohmann::json* value, U& out) {
   if (value == nullptr) return;
   if constexpr (std::is_floating_point_v<U>) {
-    if (value->is_number()) out = static_cast<U>(value->get<double>());
+    if (value->is_number()) out = value->get<U>();
   } else if (value->is_number_unsigned()) {
     out = static_cast<U>(value->get<std::uint64_t>());
   } else if constexpr (std::is_signed_v<U>) {

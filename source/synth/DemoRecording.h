@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "library/NavField.h"
+#include "synth/RecordingWriter.h"
+
+namespace Kvex::Synth {
+
+/// One logical stream of a demonstration, in the making.
+class DemoStream {
+ public:
+  virtual ~DemoStream() = default;
+  /// The header packets. The primary packet is written already.
+  virtual void writeHeaders() = 0;
+  /// The data packets up to a time.
+  virtual void writeUntil(Lib::Nano time) = 0;
+};
+
+/// Where a drive begins, and what its accidents depend on.
+struct DemoStart {
+  Lib::Nano time = 0;
+  std::uint64_t seed = 1;
+};
+
+/// A protocol that a demonstration can show.
+struct DemoProtocol {
+  std::string_view name;
+  std::string_view description;
+  /// Opens its logical stream, with this serial number.
+  std::unique_ptr<DemoStream> (*open)(RecordingWriter& recording, std::uint32_t serial, const DemoStart& start);
+};
+
+/// All of them, in the order of their streams.
+std::span<const DemoProtocol> demoProtocols();
+
+/// A recording of a drive as several protocols tell it. The same start, seed and protocols give the same bytes.
+class DemoRecording {
+ public:
+  /// Writes the headers.
+  DemoRecording(std::ostream& out, std::span<const DemoProtocol* const> protocols, std::uint64_t seed);
+
+  /// Writes a tenth of a second of the drive.
+  void writeStep();
+  static constexpr Lib::Nano kStep = Lib::kNanosPerSecond / 10;
+
+  /// Closes the recording.
+  void end() { recording_.end(); }
+
+ private:
+  RecordingWriter recording_;
+  std::vector<std::unique_ptr<DemoStream>> streams_;
+  Lib::Nano time_;
+};
+
+}  // namespace Kvex::Synth

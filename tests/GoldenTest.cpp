@@ -34,8 +34,8 @@ INSTANTIATE_TEST_SUITE_P(Nav, GoldenTest,
 
 INSTANTIATE_TEST_SUITE_P(Range, GoldenTest,
                          testing::Values("yeld_impact_table_11.yeld", "yeld_polygon_pieces_11.yeld",
-                                         "yeld_chase3_marks_11.yeld", "yeld_chase2_lanes_11.yeld",
-                                         "range_file_11.yeld", "range_recording_11.vrel"),
+                                         "yeld_chase3_marks_11.yeld", "yeld_chase2_lanes_11.yeld", "range_file_11.yeld",
+                                         "range_recording_11.vrel"),
                          caseName);
 
 }  // namespace

@@ -154,11 +154,15 @@ class FieldList {
 /// Fields that follow one another in a packet, all read in the same way and wanted together.
 template <class Block>
 struct FieldRun {
+  constexpr FieldRun(GroupOf<Block> wantGroup, std::uint8_t firstOffset, Reading howToRead, FieldList<Block> members,
+                     std::uint8_t packetLength = 0)
+      : group(wantGroup), offset(firstOffset), needs(packetLength), reading(howToRead), fields(members) {}
+
   GroupOf<Block> group;
   std::uint8_t offset;  ///< Of the first field.
+  std::uint8_t needs;   ///< Length that a packet must have to hold the run; 0 where every packet does.
   Reading reading;
   FieldList<Block> fields;
-  std::uint8_t needs = 0;  ///< Length that a packet must have to hold the run; 0 where every packet does.
 };
 
 /// Runs of `Block`, a `RangeTarget` or the `RangeBody`.

@@ -79,9 +79,9 @@ void readSensorViews(RangeState& state, std::size_t index, ByteView packet) {
     return;
   }
   if (packet.size() < kOffset + kSensorPoints * kBlock) {
-    state.mark(target.Range_SensorPointsDist2d, kNotAvailable);
-    state.mark(target.Range_SensorPointsTargetVisible, kNotAvailable);
-    state.mark(target.Range_SensorPointsTargetOccupyFov, kNotAvailable);
+    RangeState::mark(target.Range_SensorPointsDist2d, kNotAvailable);
+    RangeState::mark(target.Range_SensorPointsTargetVisible, kNotAvailable);
+    RangeState::mark(target.Range_SensorPointsTargetOccupyFov, kNotAvailable);
     return;
   }
   for (std::size_t i = 0; i < kSensorPoints; ++i) {

@@ -1,6 +1,7 @@
 #include "range/RangeTable.h"
 
 #include <string>
+#include <utility>
 
 #include "tables/ValueTexts.h"
 
@@ -60,9 +61,9 @@ const NavField<T>& elementOf(const std::array<NavField<T>, Count>& fields, std::
 }
 
 template <class T>
-RangeTable::Row<T> rowOf(const Line& line, std::string name) {
+RangeTable::Row<T> rowOf(const Line& line, const std::string& prefix = {}) {
   RangeTable::Row<T> row;
-  row.name = std::move(name);
+  row.name = prefix + line.name;
   row.count = line.count;
   row.unit = line.unit;
   row.description = line.description;
@@ -79,7 +80,7 @@ Shape shapeOf(const Line& line) {
 template <class T, auto kField, TargetGroup kGroup>
 void insertTarget(RangeTable& table, const Line& line) {
   for (std::uint32_t target = 0; target < Rng::kTargets; ++target) {
-    RangeTable::Row<T> row = rowOf<T>(line, "Target" + std::to_string(target + 1) + "_" + line.name);
+    RangeTable::Row<T> row = rowOf<T>(line, "Target" + std::to_string(target + 1) + "_");
     row.source = kTargetSource;
     row.elementIndex = target;
     row.accessor = [](const RangeRecord& record, std::uint32_t index, std::uint32_t element) -> const NavField<T>& {
@@ -92,7 +93,7 @@ void insertTarget(RangeTable& table, const Line& line) {
 
 template <class T, auto kField, BodyGroup kGroup>
 void insertBody(RangeTable& table, const Line& line) {
-  RangeTable::Row<T> row = rowOf<T>(line, line.name);
+  RangeTable::Row<T> row = rowOf<T>(line);
   row.accessor = [](const RangeRecord& record, std::uint32_t, std::uint32_t element) -> const NavField<T>& {
     return elementOf(record.body.*kField, element);
   };

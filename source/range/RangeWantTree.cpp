@@ -21,12 +21,13 @@ struct Node {
 };
 
 struct Requirement {
-  constexpr Requirement(Node wanted, std::initializer_list<Node> needs) : group(wanted), count(needs.size()) {
+  constexpr Requirement(Node wanted, std::initializer_list<Node> needs)
+      : group(wanted), count(static_cast<std::uint8_t>(needs.size())) {
     std::copy(needs.begin(), needs.end(), required.begin());
   }
 
   Node group;
-  std::size_t count;
+  std::uint8_t count;
   std::array<Node, 6> required{};
 };
 

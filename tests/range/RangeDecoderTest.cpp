@@ -282,7 +282,8 @@ TEST(RangeTime, PacketsAheadOfTheFirstTimeAreCountedBack) {
   std::vector<RangePacket> packets;
   for (int cycle = 0; cycle <= kCycles + 10; ++cycle) {
     for (std::uint8_t target = 1; target <= 4; ++target) {
-      RangePacket packet = RangePacket::longForm(target, 4).time(kTime + (cycle - kCycles) * 10'000'000);
+      RangePacket packet =
+          RangePacket::longForm(target, 4).time(kTime + (cycle - kCycles) * RangeTimeState::kCyclePeriod);
       packet.channel(2, {});
       if (cycle == kCycles - 1 && target == 4) packet.channel(0, Synth::minuteChannel(kTime));
       if (cycle == kCycles + 5 && target == 1) packet.channel(7, ChannelBytes().putWord(0, 18));
@@ -303,7 +304,7 @@ TEST(RangeTime, PacketsAheadOfTheFirstTimeAreCountedBack) {
       const auto cycle = static_cast<std::int64_t>(i / 4) - kCycles;
       // A cycle's first packet is counted with the cycle before.
       const bool early = i < 4 * kCycles && i % 4 != 0;
-      ASSERT_EQ(body.Nano.value, kTime + (cycle + (early ? 1 : 0)) * 10'000'000) << i;
+      ASSERT_EQ(body.Nano.value, kTime + (cycle + (early ? 1 : 0)) * RangeTimeState::kCyclePeriod) << i;
       ASSERT_EQ(body.NanoFromFirst.value, body.Nano.value - kTime);
     }
   }

@@ -1,8 +1,16 @@
 #include "store/Mode.h"
 
+#include <algorithm>
 #include <mutex>
 
 namespace Kvex::Sto {
+
+namespace {
+
+/// More bins than this have no numbers.
+constexpr std::uint32_t kMaxRetainBits = 62;
+
+}  // namespace
 
 std::uint32_t Mode::lengthOf(const ColumnBlock& block, ValueType type) {
   const std::shared_lock guard(block.lock);
@@ -65,7 +73,7 @@ RetainGrid retainGrid(Lib::Nano start, Lib::Nano end, const RetainSettings& sett
   __extension__ using Wide = __int128;
   Wide width = settings.startInterval;
   if (width <= 0 || start < 0 || start >= end) return {};
-  const Wide limit = Wide{1} << settings.retainBits;
+  const Wide limit = Wide{1} << std::min(settings.retainBits, kMaxRetainBits);
   Wide first = 0;
   Wide last = 0;
   Wide bins = 0;

@@ -142,7 +142,7 @@ TEST(ReadingTest, joinsLateAfterASeekToTheSmallestTime) {
   const TempFile file("smallest.vrel", drive(1));
   StoreReading reading(file.path());
   reading.store.seekAll(INT64_MIN);
-  reading.subscribe(0, "Nano");
+  reading.subscribe(0, "GnssInt1_Altitude");
   EXPECT_EQ(reading.read(INT64_MIN).at(0).flags, 0);
 }
 

@@ -56,6 +56,7 @@ void addSynthCommand(CLI::App& app, Action& action) {
   CLI::App* command = app.add_subcommand("synth", "Write a demonstration recording of a drive");
   command->add_option("OUT", options->output, "The recording to write; its name must end in .vrel")
       ->required()
+      ->type_name("")
       ->check(
           [](const std::string& path) {
             return Sto::lowerExtension(path) == ".vrel" ? "" : "the name of a recording must end in .vrel";

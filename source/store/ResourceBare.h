@@ -81,10 +81,4 @@ class ResourceBare : public Resource {
 /// A file of bare navigation packets.
 using ResourceNav = ResourceBare<NavigationFraming, AnyPacket>;
 
-/// A file of bare range packets.
-class ResourceRng final : public ResourceBare<RangeFraming, OwnRangePackets> {
- public:
-  using ResourceBare::ResourceBare;
-};
-
 }  // namespace Kvex::Sto

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "store/RangeLinks.h"
+
 namespace Kvex::Sto {
 
 namespace {
@@ -49,6 +51,10 @@ void ResourceOgg::scan() {
   identify();
   firstPass();
   secondPass();
+}
+
+void ResourceOgg::linkStreams() {
+  linkRangeStreams(streams);
 }
 
 const Codec* ResourceOgg::matchCodec(const ogg_page& page) const {

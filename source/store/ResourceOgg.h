@@ -20,6 +20,7 @@ class ResourceOgg final : public Resource {
       : Resource(context, resourceIndex, ResourceKind::Recording, std::move(filePath)) {}
 
   void scan() override;
+  void linkStreams() override;
 
  private:
   /// A Stream with its logical stream.

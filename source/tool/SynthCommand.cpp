@@ -72,12 +72,12 @@ void addSynthCommand(CLI::App& app, Action& action) {
     names.emplace_back(protocol.name);
     descriptions += fmt::format("  {:<6}{}\n", protocol.name, protocol.description);
   }
-  command->add_option("--streams", options->streams, "The streams to write, with commas between them; else all")
+  command->add_option("--streams", options->streams, "The protocols to write, with commas between them; else all")
       ->type_name("LIST")
       ->delimiter(',')
       ->allow_extra_args(false)
       ->check(CLI::IsMember(names).description(""));
-  command->footer("Streams:\n" + descriptions +
+  command->footer("Protocols:\n" + descriptions +
                   "\nThe same options give the same bytes.\n\n"
                   "Example:\n  vrel synth demo.vrel --seconds 20");
   command->callback([options, &action] { action = [options] { return writeDemo(*options); }; });

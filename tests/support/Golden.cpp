@@ -1,5 +1,6 @@
 #include "support/Golden.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -91,6 +92,14 @@ std::string show(const Sample& sample) {
   return out.str();
 }
 
+/// The place of a signal's value type and shape in the order in which names are searched.
+std::size_t runOf(const Sto::SignalListing& listing) {
+  const auto isRun = [&](Lib::Run run) {
+    return run.type == listing.valueType && (run.shape == Lib::Shape::Array) == listing.isArray;
+  };
+  return static_cast<std::size_t>(std::ranges::find_if(Lib::kAllRuns, isRun) - Lib::kAllRuns.begin());
+}
+
 class Comparison {
  public:
   explicit Comparison(const std::string& name)
@@ -164,12 +173,15 @@ class Comparison {
       const std::uint32_t id = stream["id"];
       std::vector<Sto::SignalListing> listings;
       store_.visitStream(id, [&](const Sto::Stream& found, const Sto::Resource&) { found.listSignals(listings, ~0U); });
-      std::set<std::string> taken;  // a name that stands in several types means the first of them
+      std::set<std::string> taken;
       for (const Sto::SignalListing& listing : listings) {
         if (!taken.insert(listing.name).second) continue;
         if (!names.empty() && std::find(names.begin(), names.end(), listing.name) == names.end()) continue;
-        if (store_.subscribe(Sto::kDirectMode, listing) != Sto::StoreStatus::Success) continue;
-        store_.addToQuery(query_, Sto::kDirectMode, listing);
+        // A name that stands in several types means the first of them, in whichever table of the stream.
+        const Sto::SignalListing& meant = *std::ranges::min_element(
+            listings, {}, [&](const auto& other) { return other.name == listing.name ? runOf(other) : SIZE_MAX; });
+        if (store_.subscribe(Sto::kDirectMode, meant) != Sto::StoreStatus::Success) continue;
+        store_.addToQuery(query_, Sto::kDirectMode, meant);
       }
     }
   }

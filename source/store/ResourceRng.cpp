@@ -70,7 +70,9 @@ void ResourceRng::secondRangePass(const SourceStreams& sources) {
   while (!sources.empty() && !cancelled() && reader.next(packet)) {
     progress.moved(reader.filePosition());
     const auto found = sources.find(reader.selection().currentId);
-    if (found != sources.end()) found->second->scanRaw(packet);
+    if (found == sources.end()) continue;
+    ++found->second->counters.packets;
+    found->second->scanRaw(packet);
   }
   for (const auto& [id, stream] : sources) stream->scanDone();
 }

@@ -1,8 +1,11 @@
 #include "synth/DemoRecording.h"
 
-#include <string>
 #include <utility>
 
+#include "nav/NavProtocol.h"
+#include "synth/CanBus.h"
+#include "synth/NavPackets.h"
+#include "synth/RangeChase.h"
 #include "synth/VehicleDrive.h"
 
 namespace Kvex::Synth {
@@ -10,17 +13,15 @@ namespace Kvex::Synth {
 namespace {
 
 constexpr Lib::Nano kStart = 1'432'890'018'000'000'000;  // 2025-06-02 09:00:00 UTC
-constexpr std::uint32_t kFirstSerial = 100;
 
-/// How a protocol's packets lie in a recording.
-using AddPacket = void (LogicalWriter::*)(std::span<const std::uint8_t> packet);
-
-/// The packets of a drive, brought into a logical stream. `Drive` gives packets with `next` and their times with
+/// The packets of a drive, brought into one logical stream. `Drive` gives packets with `next` and their times with
 /// `time`.
 template <class Drive>
-class DriveStream : public DemoStream {
+class DrivePart : public DemoPart {
  public:
-  DriveStream(LogicalWriter& writer, AddPacket addPacket, Drive drive)
+  using AddPacket = void (LogicalWriter::*)(std::span<const std::uint8_t> packet);
+
+  DrivePart(LogicalWriter& writer, AddPacket addPacket, Drive drive)
       : writer_(writer), addPacket_(addPacket), drive_(std::move(drive)) {
     writer_.writePrimary();
   }
@@ -43,20 +44,80 @@ class DriveStream : public DemoStream {
   std::span<const std::uint8_t> packet_;  ///< Made, but not written yet.
 };
 
-StreamForm demoForm(std::uint32_t serial, std::string_view tag, std::vector<std::string> headers) {
+/// A chase, with the logical streams of all units.
+class ChasePart : public DemoPart {
+ public:
+  ChasePart(RecordingWriter& recording, std::uint32_t firstSerial, const DemoStart& start)
+      : chase_(start.seed, start.time) {
+    for (StreamForm& form : RangeChase::streamForms(firstSerial)) {
+      writers_.push_back(&recording.addStream(std::move(form)));
+      writers_.back()->writePrimary();
+    }
+  }
+
+  void writeHeaders() override {
+    for (LogicalWriter* writer : writers_) writer->writeHeaders();
+  }
+
+  void writeUntil(Lib::Nano time) override {
+    for (;;) {
+      if (packet_.bytes.empty()) packet_ = chase_.next();
+      if (packet_.time >= time) return;
+      writers_[packet_.stream]->addLed(packet_.bytes);
+      packet_ = {};
+    }
+  }
+
+ private:
+  std::vector<LogicalWriter*> writers_;
+  RangeChase chase_;
+  ChasePacket packet_{};  ///< Made, but not written yet, if it has bytes.
+};
+
+LogicalWriter& addStream(RecordingWriter& recording, std::uint32_t serial, std::string_view tag,
+                         std::vector<std::string> headers) {
   headers.insert(headers.begin(), "{Kvex-Grouping}\nGrouping=Demo drive\n");
-  return {.serial = serial, .primary = primaryText(tag, headers.size()), .headers = std::move(headers)};
+  const std::string primary = primaryText(tag, headers.size());
+  return recording.addStream({.serial = serial, .primary = primary, .headers = std::move(headers)});
 }
 
-std::unique_ptr<DemoStream> openZint(RecordingWriter& recording, std::uint32_t serial, const DemoStart& start) {
+std::unique_ptr<DemoPart> openZint(RecordingWriter& recording, const DemoProtocol& protocol, const DemoStart& start) {
   LogicalWriter& writer =
-      recording.addStream(demoForm(serial, "[Kvex-Zint]", {VehicleDrive::definition().headerPacket()}));
-  return std::make_unique<DriveStream<VehicleDrive>>(writer, &LogicalWriter::add,
-                                                     VehicleDrive(start.time, static_cast<std::uint32_t>(start.seed)));
+      addStream(recording, protocol.serial, "[Kvex-Zint]", {VehicleDrive::definition().headerPacket()});
+  VehicleDrive drive(start.time, static_cast<std::uint32_t>(start.seed));
+  return std::make_unique<DrivePart<VehicleDrive>>(writer, &LogicalWriter::add, std::move(drive));
+}
+
+std::unique_ptr<DemoPart> openCan(RecordingWriter& recording, const DemoProtocol& protocol, const DemoStart& start) {
+  LogicalWriter& writer = addStream(recording, protocol.serial, "[Kvex-Can]", {CanBus::headerPacket()});
+  return std::make_unique<DrivePart<CanBus>>(writer, &LogicalWriter::add, CanBus(start.time, start.seed));
+}
+
+std::unique_ptr<DemoPart> openNav(RecordingWriter& recording, const DemoProtocol& protocol, const DemoStart& start,
+                                  std::string_view tag, const Nav::NavProtocol& navProtocol) {
+  LogicalWriter& writer = addStream(recording, protocol.serial, tag, {});
+  NavDrive drive(navProtocol, start.seed, start.time);
+  return std::make_unique<DrivePart<NavDrive>>(writer, &LogicalWriter::addLed, std::move(drive));
+}
+
+std::unique_ptr<DemoPart> openQuon(RecordingWriter& recording, const DemoProtocol& protocol, const DemoStart& start) {
+  return openNav(recording, protocol, start, "[Kvex-Quon]", Nav::kQuonProtocol);
+}
+
+std::unique_ptr<DemoPart> openDask(RecordingWriter& recording, const DemoProtocol& protocol, const DemoStart& start) {
+  return openNav(recording, protocol, start, "[Kvex-Dask]", Nav::kDaskProtocol);
+}
+
+std::unique_ptr<DemoPart> openChase(RecordingWriter& recording, const DemoProtocol& protocol, const DemoStart& start) {
+  return std::make_unique<ChasePart>(recording, protocol.serial, start);
 }
 
 constexpr DemoProtocol kProtocols[] = {
-    {"zint", "self-describing signals: positions, motion and vehicle data", openZint},
+    {"zint", "self-describing signals: positions, motion and vehicle data", 100, openZint},
+    {"can", "the vehicle bus, with its database", 110, openCan},
+    {"quon", "a navigation unit", 120, openQuon},
+    {"dask", "a navigation unit of the other kind", 130, openDask},
+    {"yeld", "a range unit that follows three vehicles, with their navigation units", 140, openChase},
 };
 
 }  // namespace
@@ -67,17 +128,16 @@ std::span<const DemoProtocol> demoProtocols() {
 
 DemoRecording::DemoRecording(std::ostream& out, std::span<const DemoProtocol* const> protocols, std::uint64_t seed)
     : recording_(out), time_(kStart) {
-  std::uint32_t serial = kFirstSerial;
   for (const DemoProtocol* protocol : protocols) {
-    streams_.push_back(protocol->open(recording_, serial++, {.time = kStart, .seed = seed}));
+    parts_.push_back(protocol->open(recording_, *protocol, {.time = kStart, .seed = seed}));
   }
   // Readers look for streams at the front of a file: all primary packets come ahead of the headers.
-  for (const auto& stream : streams_) stream->writeHeaders();
+  for (const auto& part : parts_) part->writeHeaders();
 }
 
 void DemoRecording::writeStep() {
   time_ += kStep;
-  for (const auto& stream : streams_) stream->writeUntil(time_);
+  for (const auto& part : parts_) part->writeUntil(time_);
 }
 
 }  // namespace Kvex::Synth

@@ -11,11 +11,11 @@
 
 namespace Kvex::Synth {
 
-/// One logical stream of a demonstration, in the making.
-class DemoStream {
+/// What one protocol puts into a demonstration, in the making: a logical stream, or several that belong together.
+class DemoPart {
  public:
-  virtual ~DemoStream() = default;
-  /// The header packets. The primary packet is written already.
+  virtual ~DemoPart() = default;
+  /// The header packets. The primary packets are written already.
   virtual void writeHeaders() = 0;
   /// The data packets up to a time.
   virtual void writeUntil(Lib::Nano time) = 0;
@@ -31,11 +31,12 @@ struct DemoStart {
 struct DemoProtocol {
   std::string_view name;
   std::string_view description;
-  /// Opens its logical stream, with this serial number.
-  std::unique_ptr<DemoStream> (*open)(RecordingWriter& recording, std::uint32_t serial, const DemoStart& start);
+  std::uint32_t serial;  ///< Of its logical stream, or of the first one.
+  /// Opens its logical streams and writes their primary packets.
+  std::unique_ptr<DemoPart> (*open)(RecordingWriter& recording, const DemoProtocol& protocol, const DemoStart& start);
 };
 
-/// All of them, in the order of their streams.
+/// All of them, in the order in which they are written.
 std::span<const DemoProtocol> demoProtocols();
 
 /// A recording of a drive as several protocols tell it. The same start, seed and protocols give the same bytes.
@@ -53,7 +54,7 @@ class DemoRecording {
 
  private:
   RecordingWriter recording_;
-  std::vector<std::unique_ptr<DemoStream>> streams_;
+  std::vector<std::unique_ptr<DemoPart>> parts_;
   Lib::Nano time_;
 };
 

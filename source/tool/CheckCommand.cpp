@@ -156,7 +156,9 @@ void addDamage(Report& report, const OpenedFile& file, const Sto::Resource& reso
 std::string verdictOn(const Report& report) {
   if (!report.lost) return "Nothing was lost.";
   std::string text = "Data was lost";
-  const auto first = std::ranges::find_if(report.places, Sto::losesData, &PlaceReport::kind);
+  // Missing pages say most about the data.
+  auto first = std::ranges::find(report.places, DamageKind::PagesMissing, &PlaceReport::kind);
+  if (first == report.places.end()) first = std::ranges::find_if(report.places, Sto::losesData, &PlaceReport::kind);
   if (first != report.places.end()) text += ": " + first->text;
   if (report.placesInAll > 1) text += fmt::format("; {} in all", counted(report.placesInAll, "damaged place"));
   return text + '.';
@@ -248,8 +250,8 @@ VrelExit checkFile(const CheckOptions& options) {
 
 void addCheckCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<CheckOptions>();
-  CLI::App* command = app.add_subcommand("check", "Read a whole file and tell whether data in it is damaged or lost");
-  command->add_option("FILE", options->file, "The file to read")->required();
+  CLI::App* command =
+      addFileCommand(app, "check", "Read a whole file and tell whether data in it is damaged or lost", options->file);
   command->add_flag("--json", options->json, "Write JSON");
   command->footer(
       "The last line says what the damage means for the data; times in it are seconds from the file's start.\n"

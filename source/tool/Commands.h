@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <string>
 
 #include "tool/Failure.h"
 
@@ -17,5 +18,8 @@ void addSignalsCommand(CLI::App& app, Action& action);
 void addExportCommand(CLI::App& app, Action& action);
 void addCheckCommand(CLI::App& app, Action& action);
 void addSynthCommand(CLI::App& app, Action& action);
+
+/// A subcommand that reads a FILE.
+CLI::App* addFileCommand(CLI::App& app, const std::string& name, const std::string& description, std::string& file);
 
 }  // namespace Kvex::Tool

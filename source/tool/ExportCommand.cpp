@@ -132,8 +132,7 @@ constexpr const char* kFooter =
 
 void addExportCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<ExportOptions>();
-  CLI::App* command = app.add_subcommand("export", "Write the values of signals over time as a table");
-  command->add_option("FILE", options->file, "The file to read")->required();
+  CLI::App* command = addFileCommand(app, "export", "Write the values of signals over time as a table", options->file);
   command->add_option("-o,--output", options->output, "Write to this file, else to standard output")->type_name("OUT");
   command
       ->add_option("--signal", options->choice.patterns,

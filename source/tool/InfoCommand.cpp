@@ -90,7 +90,9 @@ std::string packetsText(const Sto::StreamInfo& info, std::uint64_t packets) {
 
 std::string headersText(const Sto::Stream& stream) {
   std::string text = stream.header.primary.tag;
-  for (const Com::TaggedPacket& packet : stream.header.headers) text += ' ' + packet.tag;
+  for (const Com::TaggedPacket& packet : stream.header.headers) {
+    text += ' ' + (packet.tag.empty() ? "?" : packet.tag);
+  }
   return text;
 }
 
@@ -138,8 +140,8 @@ VrelExit showInfo(const InfoOptions& options) {
 
 void addInfoCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<InfoOptions>();
-  CLI::App* command = app.add_subcommand("info", "Show the streams of a file, their times and their damage");
-  command->add_option("FILE", options->file, "The file to read")->required();
+  CLI::App* command =
+      addFileCommand(app, "info", "Show the streams of a file, their times and their damage", options->file);
   command->add_flag("--json", options->json, "Write JSON, times in GPS nanoseconds");
   command->footer(
       "Times are given as UTC and as nanoseconds since 1980-01-06 on the GPS time line.\n\n"

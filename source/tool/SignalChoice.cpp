@@ -72,7 +72,8 @@ bool SignalChoice::takesStream(std::uint32_t streamId) const {
 void checkStreamIds(const OpenedFile& file, const SignalChoice& choice) {
   for (const std::uint32_t id : choice.streamIds) {
     if (std::ranges::find(file.streamIds, id) == file.streamIds.end()) {
-      throw Failure(fmt::format("there is no stream {}; the file has streams 0 to {}", id, file.streamIds.back()));
+      throw Failure(fmt::format("there is no stream {}; the file has {}, numbered from 0", id,
+                                counted(file.streamIds.size(), "stream")));
     }
   }
 }

@@ -55,7 +55,7 @@ std::vector<ListedSignal> listSignals(const OpenedFile& file, const SignalsOptio
       signal.last = valueOf(stream.lastValue(row.name), row);
     }
   });
-  if (listed.empty()) {
+  if (listed.empty() && !offered.empty()) {
     fmt::print(stderr, "vrel: no signal matches \"{}\"{}\n", printable(pattern.text()), nearNames(pattern, offered));
   }
   return listed;
@@ -126,14 +126,13 @@ VrelExit showSignals(const SignalsOptions& options) {
 
 void addSignalsCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<SignalsOptions>();
-  CLI::App* command = app.add_subcommand("signals", "List the signals of a file with their first and last values");
-  command->add_option("FILE", options->file, "The file to read")->required();
+  CLI::App* command =
+      addFileCommand(app, "signals", "List the signals of a file with their first and last values", options->file);
   command->add_option("--stream", options->choice.streamIds, "Only this stream; may be given several times")
       ->type_name("ID")
       ->allow_extra_args(false);
   command->add_option("--match", options->match, "Only signals whose name matches, \"*\" and \"?\" as in a shell")
-      ->type_name("GLOB")
-      ->default_str("*");
+      ->type_name("GLOB");
   command->add_flag("--json", options->json, "Write a JSON array, one signal on a line");
   command->footer(
       "A \"-\" in place of a value: there is none, or it is not usable.\n\n"

@@ -56,6 +56,7 @@ void addSynthCommand(CLI::App& app, Action& action) {
   CLI::App* command = app.add_subcommand("synth", "Write a demonstration recording of a drive");
   command->add_option("OUT", options->output, "The recording to write; its name must end in .vrel")
       ->required()
+      ->type_name("")
       ->check(
           [](const std::string& path) {
             return Sto::lowerExtension(path) == ".vrel" ? "" : "the name of a recording must end in .vrel";
@@ -71,12 +72,12 @@ void addSynthCommand(CLI::App& app, Action& action) {
     names.emplace_back(protocol.name);
     descriptions += fmt::format("  {:<6}{}\n", protocol.name, protocol.description);
   }
-  command->add_option("--streams", options->streams, "The streams to write, with commas between them; else all")
+  command->add_option("--streams", options->streams, "The protocols to write, with commas between them; else all")
       ->type_name("LIST")
       ->delimiter(',')
       ->allow_extra_args(false)
       ->check(CLI::IsMember(names).description(""));
-  command->footer("Streams:\n" + descriptions +
+  command->footer("Protocols:\n" + descriptions +
                   "\nThe same options give the same bytes.\n\n"
                   "Example:\n  vrel synth demo.vrel --seconds 20");
   command->callback([options, &action] { action = [options] { return writeDemo(*options); }; });

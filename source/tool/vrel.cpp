@@ -1,7 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <fmt/format.h>
-#include <sstream>
+#include <string>
 
 #include "tool/Commands.h"
 #include "tool/Interrupt.h"
@@ -26,37 +26,49 @@ constexpr const char* kFooter =
     "  vrel export demo.vrel --signal 'GnssInt1_*' -o positions.csv\n\n"
     "\"vrel COMMAND --help\" tells more.";
 
-/// Writes what the command line's reader has to say: help on standard output, a complaint on standard error.
-VrelExit answer(const CLI::App& app, const CLI::ParseError& parsed) {
-  std::ostringstream out;
-  std::ostringstream error;
-  const bool good = app.exit(parsed, out, error) == 0;
-  if (!good) {
-    fmt::print(stderr, "vrel: {}", printable(error.str()));
-    return VrelExit::WrongUsage;
-  }
+constexpr std::size_t kHelpColumn = 26;
+
+/// Tells what is wrong with the command line.
+VrelExit complain(const CLI::App& app, const CLI::ParseError& error) {
+  std::string command = "vrel";
+  for (const CLI::App* given : app.get_subcommands()) command += ' ' + given->get_name();
+  fmt::print(stderr, "vrel: {}\n\"{} --help\" tells how it is used.\n", printable(error.what()), command);
+  return VrelExit::WrongUsage;
+}
+
+void writeText(const std::string& text) {
   Output output;
-  output.write(out.str());
+  output.write(text);
   output.finish();
-  return VrelExit::Good;
 }
 
 VrelExit run(int argc, char** argv) {
   CLI::App app(kAbout, "vrel");
   app.footer(kFooter);
   app.require_subcommand(1);
-  app.get_formatter()->column_width(34);
-  app.set_version_flag("--version", "vrel 1.0.0");
+  app.get_formatter()->column_width(kHelpColumn);
+  app.set_version_flag("--version", "vrel " KVEX_VERSION, "Print the version and exit");
   Action action;
   addInfoCommand(app, action);
   addSignalsCommand(app, action);
   addExportCommand(app, action);
   addCheckCommand(app, action);
   addSynthCommand(app, action);
+  if (argc < 2) {
+    fmt::print(stderr, "{}", app.help());
+    return VrelExit::WrongUsage;
+  }
   try {
     app.parse(argc, argv);
-  } catch (const CLI::ParseError& parsed) {
-    return answer(app, parsed);
+  } catch (const CLI::CallForHelp&) {
+    writeText(app.help());
+    return VrelExit::Good;
+  } catch (const CLI::CallForVersion& version) {
+    writeText(std::string(version.what()) + '\n');
+    return VrelExit::Good;
+  } catch (const CLI::ParseError& error) {
+    const bool unknown = app.get_subcommands().empty() && argv[1][0] != '-';
+    return complain(app, unknown ? CLI::ParseError(fmt::format("there is no command \"{}\"", argv[1]), 2) : error);
   }
   return action();
 }

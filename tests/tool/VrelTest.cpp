@@ -26,15 +26,17 @@ struct CommandLine {
 
 TEST(VrelTest, AnswersEachCommandLine) {
   const std::string plain = dataPath("zint_plain_11.vrel");
-  const std::string wild = dataPath("zint_wild_11.vrel");
+  const std::string whole = contentsOf(plain);
+  const std::string cut = scratchPath("short.vrel");
+  std::ofstream(cut, std::ios::binary) << whole.substr(0, whole.size() - 1000);
   const CommandLine lines[] = {
-      {"no subcommand", "", 2, "", "subcommand"},
+      {"no subcommand", "", 2, "", "SUBCOMMAND"},
       {"unknown subcommand", "look " + plain, 2, "", "look"},
       {"help is a result", "export --help", 0, "Example", ""},
       {"missing file", "info none.vrel", 1, "", "none.vrel"},
       {"unknown kind of file", "info " + dataPath("zint_plain_11.info.json"), 1, "", "zint_plain_11.info.json"},
       {"a sound file", "check " + plain, 0, "Nothing was lost", ""},
-      {"a damaged file", "check " + dataPath("zint_damaged_11.vrel"), 3, "missing", ""},
+      {"a file cut short", "check " + cut, 3, "end", ""},
       {"the table of streams", "info " + plain, 0, "1417651425000000000", ""},
       {"a misspelt signal", "export " + plain + " --signal GnssInt1_Altitud", 1, "", "GnssInt1_Altitude"},
       {"a period of nothing", "export " + plain + " --period 0", 2, "", "period"},
@@ -45,9 +47,9 @@ TEST(VrelTest, AnswersEachCommandLine) {
       {"values in long form", "export " + plain + " --signal GnssInt1_Altitude --long --period 100", 0,
        "1417651425000000000,0,GnssInt1_Altitude,0,1417651425000000000,118.484215\n", ""},
       {"lines of JSON", "export " + plain + " --signal GnssInt1_Altitude --format ndjson --period 100", 0,
-       "\"GnssInt1_Altitude\"", ""},
+       "\"GnssInt1_Altitude [m]\":118.484215", ""},
       {"UTC and seconds from the start", "export " + plain + " --start +1.5 --end +2 --time utc --signal Nano", 0,
-       "2024-12-09T00:03:28.500000000Z", ""},
+       "2024-12-08T00:03:28.500000000Z", ""},
       {"a full disk", "export " + plain + " -o /dev/full", 1, "", "/dev/full"},
       {"signals of a kind", "signals " + plain + " --match 'Gnss*Alt*'", 0, "GnssInt1_Altitude", ""},
       {"an unknown demonstration stream", "synth " + scratchPath("x.vrel") + " --streams cheese", 2, "", "cheese"},

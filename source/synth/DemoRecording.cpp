@@ -140,4 +140,21 @@ void DemoRecording::writeStep() {
   for (const auto& part : parts_) part->writeUntil(time_);
 }
 
+BarePackets bareDemo(std::string_view extension, std::uint64_t seed, Lib::Nano length) {
+  const Lib::Nano end = kStart + length;
+  const auto bareDrive = [&](const Nav::NavProtocol& protocol) -> BarePackets {
+    return [drive = std::make_shared<NavDrive>(protocol, seed, kStart), end]() -> std::span<const std::uint8_t> {
+      const std::span<const std::uint8_t> packet = drive->next();
+      return drive->time() < end ? packet : std::span<const std::uint8_t>();
+    };
+  };
+  if (extension == ".quon") return bareDrive(Nav::kQuonProtocol);
+  if (extension == ".dask") return bareDrive(Nav::kDaskProtocol);
+  if (extension != ".yeld") return nullptr;
+  return [chase = std::make_shared<RangeChase>(seed, kStart), end]() -> std::span<const std::uint8_t> {
+    const ChasePacket packet = chase->next();
+    return packet.time < end ? chase->wrapped(packet) : std::span<const std::uint8_t>();
+  };
+}
+
 }  // namespace Kvex::Synth

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -57,5 +58,13 @@ class DemoRecording {
   std::vector<std::unique_ptr<DemoPart>> parts_;
   Lib::Nano time_;
 };
+
+/// Gives the packets of a bare protocol file one after the other, each valid until the next call; an empty one at the
+/// end of the drive.
+using BarePackets = std::function<std::span<const std::uint8_t>()>;
+
+/// The packets of a demonstration as a bare protocol file: ".quon", ".dask", or ".yeld" with the navigation units
+/// inside. No function for any other extension.
+BarePackets bareDemo(std::string_view extension, std::uint64_t seed, Lib::Nano length);
 
 }  // namespace Kvex::Synth

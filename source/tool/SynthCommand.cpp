@@ -35,6 +35,15 @@ VrelExit writeDemo(const SynthOptions& options) {
   OutputStreambuf streambuf(output);
   std::ostream stream(&streambuf);
   stream.exceptions(std::ios::badbit);  // lets the output's own failures through
+  const Lib::Nano length = Lib::Nano{options.seconds} * Lib::kNanosPerSecond;
+  if (const auto nextPacket = Synth::bareDemo(Sto::lowerExtension(options.output), options.seed, length)) {
+    for (auto packet = nextPacket(); !packet.empty(); packet = nextPacket()) {
+      if (interrupted()) throw Interrupted();
+      stream.write(reinterpret_cast<const char*>(packet.data()), static_cast<std::streamsize>(packet.size()));
+    }
+    output.finish();
+    return VrelExit::Good;
+  }
   Synth::DemoRecording demo(stream, chooseProtocols(options.streams), options.seed);
   ProgressBar progress;
   progress.begin("Writing");
@@ -54,12 +63,17 @@ VrelExit writeDemo(const SynthOptions& options) {
 void addSynthCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<SynthOptions>();
   CLI::App* command = app.add_subcommand("synth", "Write a demonstration recording of a drive");
-  command->add_option("OUT", options->output, "The recording to write; its name must end in .vrel")
+  command
+      ->add_option("OUT", options->output,
+                   "The file to write: a recording (.vrel), or a bare file of navigation (.quon, .dask) or range "
+                   "packets (.yeld)")
       ->required()
       ->type_name("")
       ->check(
           [](const std::string& path) {
-            return Sto::lowerExtension(path) == ".vrel" ? "" : "the name of a recording must end in .vrel";
+            const std::string extension = Sto::lowerExtension(path);
+            const bool known = extension == ".vrel" || Synth::bareDemo(extension, 1, 0) != nullptr;
+            return known ? "" : "the name of the file must end in .vrel, .quon, .dask or .yeld";
           },
           "");
   command->add_option("--seconds", options->seconds, "Length of the drive (default 60)")

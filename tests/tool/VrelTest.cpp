@@ -74,6 +74,17 @@ TEST(VrelTest, JsonOfHostileFilesParses) {
   }
 }
 
+TEST(VrelTest, BareDemonstrationsAreWhole) {
+  for (const std::string extension : {".quon", ".dask", ".yeld"}) {
+    SCOPED_TRACE(extension);
+    const std::string demo = scratchPath("demo" + extension);
+    ASSERT_EQ(runCommand("vrel", "synth " + demo + " --seconds 4").exitCode, 0);
+    EXPECT_EQ(runCommand("vrel", "check " + demo).exitCode, 0);
+    const auto info = nlohmann::json::parse(runCommand("vrel", "info --json " + demo).output);
+    for (const auto& stream : info["streams"]) EXPECT_TRUE(stream["hasTime"]) << stream["codec"];
+  }
+}
+
 TEST(VrelTest, ADemonstrationIsWholeAndConverts) {
   const std::string demo = scratchPath("demo.vrel");
   ASSERT_EQ(runCommand("vrel", "synth " + demo + " --seconds 3").exitCode, 0);

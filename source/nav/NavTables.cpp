@@ -87,11 +87,11 @@ class TableBuilder {
   using Row = NavTable::Row<T>;
 
   template <class T>
-  void add(Listed listed, std::string name, const Columns& columns, typename Row<T>::Accessor accessor,
+  void add(Listed listed, const std::string& name, const Columns& columns, typename Row<T>::Accessor accessor,
            typename Row<T>::Want want, Source source = kRecord, std::uint32_t elementIndex = 0) {
     if (!lists(listed, protocol_)) return;
     Row<T> row;
-    row.name = std::move(name);
+    row.name = name;
     row.unit = columns.unit;
     row.description = columns.description;
     row.resolution = columns.resolution;

@@ -15,8 +15,8 @@ namespace Kvex::Zint {
 ///
 /// A packet is a 16-bit message id and the payload. The time is an ordinary signal, "Nano" of type int64; a value takes
 /// the newest time as its stamp. Only the time is extracted when a packet comes. Of each message the newest packet is
-/// kept, with the time that stood when it came, and its signals are extracted when somebody asks for `data`: the values,
-/// flags and stamps are those of extracting every packet at once.
+/// kept, with the time that stood when it came, and its signals are extracted when somebody asks for `data`: the
+/// values, flags and stamps are those of extracting every packet at once.
 class ComDecoder {
  public:
   /// Where the decoder stands in its search for a first time.

@@ -79,8 +79,8 @@ class Signal {
 
   const SignalForm form_;
   std::uint32_t firstByte_;
-  std::uint32_t spanBytes_;       ///< Bytes that an extraction reads.
-  std::uint32_t shiftLeft_ = 0;   ///< Within the container.
+  std::uint32_t spanBytes_;      ///< Bytes that an extraction reads.
+  std::uint32_t shiftLeft_ = 0;  ///< Within the container.
   std::uint32_t shiftRight_ = 0;
 
  private:
@@ -89,7 +89,8 @@ class Signal {
   std::string comment_;
 };
 
-/// Makes the signal of a form with its descriptive values. None for a pair of types that cannot be mapped: 44 pairs can.
+/// Makes the signal of a form with its descriptive values. None for a pair of types that cannot be mapped: 44 pairs
+/// can.
 std::unique_ptr<Signal> makeSignal(const SignalForm& form, const SignalTexts& texts);
 
 }  // namespace Kvex::Zint

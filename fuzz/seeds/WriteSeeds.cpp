@@ -7,7 +7,10 @@
 #include <string>
 #include <tuple>
 
+#include "synth/CanBus.h"
+#include "synth/NavPackets.h"
 #include "synth/OggPage.h"
+#include "synth/RangeChase.h"
 #include "synth/RecordingWriter.h"
 #include "synth/VehicleDrive.h"
 
@@ -76,6 +79,65 @@ void writeTaggedPackets(const SeedFolder& folder) {
   folder.add(VehicleDrive::definition().headerPacket());
 }
 
+void writeCanDatabases(const SeedFolder& folder) {
+  const std::string bus = CanBus::database();
+  folder.add(bus.substr(0, 3000));
+  folder.add(
+      "BU_ : A B\rBO_ 4294967295 M: 64 X\n SG_ L m1M : 511|512@1- (1e-3,18446744073709551616) [-1.5|+2.] \"\xB0\" X\n"
+      "SG_ B : 7|64@0- (-2,9223372036854775807) [0|1] \"a \\\"b\\\"\" X\nCM_ SG_ -1 B \"\xC3\xA9\nCM_ BO_ 1 \"\"");
+  for (const BusMessage& message : busMessages()) {
+    const std::size_t begin = bus.find("BO_ " + std::to_string(message.id));
+    folder.add(bus.substr(begin, bus.find("\n\n", begin) - begin));
+  }
+}
+
+/// As the target takes packets: a length byte before each.
+void writeCanPackets(const SeedFolder& folder) {
+  constexpr std::int64_t kRelativeStart = 100;
+  for (const std::int64_t start : {kStart, kRelativeStart, std::int64_t{-5}}) {
+    CanBus bus(start);
+    std::string bytes;
+    for (int i = 0; i < 60; ++i) {
+      const auto packet = bus.next();
+      if (packet.size() > UINT8_MAX) continue;
+      bytes += static_cast<char>(packet.size());
+      bytes.append(packet.begin(), packet.end());
+    }
+    folder.add(bytes);
+  }
+}
+
+/// As the target takes them: a byte that picks what is wanted, then type, length and body of each packet.
+void writeRangePackets(const SeedFolder& folder) {
+  for (const char wants : {0, 1, 2, 3}) {
+    RangeChase chase(static_cast<std::uint64_t>(wants), kStart);
+    std::string bytes(1, wants);
+    for (int i = 0; i < 400; ++i) {
+      const ChasePacket packet = chase.next();
+      const std::span<const std::uint8_t> frame = chase.wrapped(packet);
+      const std::size_t length = frame.size() - 5;
+      if (length >= 200 || (packet.stream != 0 && i % 8 != 0)) continue;
+      bytes += static_cast<char>(frame[1]);
+      bytes += static_cast<char>(length);
+      bytes.append(frame.begin() + 4, frame.end() - 1);
+    }
+    folder.add(bytes);
+  }
+}
+
+/// As the targets take them: a byte that picks how much is wanted, and packets one after the other.
+void writeNavPackets(const SeedFolder& folder, const Kvex::Nav::NavProtocol& protocol) {
+  for (const char wants : {0, 5, 11}) {
+    NavDrive drive(protocol, static_cast<std::uint64_t>(wants), kStart);
+    std::string bytes(1, wants);
+    for (int i = 0; i < 240; ++i) {
+      const auto packet = drive.next();
+      bytes.append(packet.begin(), packet.end());
+    }
+    folder.add(bytes);
+  }
+}
+
 void writeDefinitions(const SeedFolder& folder) {
   std::string seed = VehicleDrive::definition().document().dump();
   seed += '\0';
@@ -119,6 +181,11 @@ int main(int argc, char** argv) {
   const std::filesystem::path root(argv[1]);
   writeRecordings(SeedFolder(root / "FuzzPages"));
   writeTaggedPackets(SeedFolder(root / "FuzzTaggedPacket"));
+  writeCanDatabases(SeedFolder(root / "FuzzCanDatabase"));
+  writeCanPackets(SeedFolder(root / "FuzzCanPackets"));
+  writeRangePackets(SeedFolder(root / "FuzzYeld"));
+  writeNavPackets(SeedFolder(root / "FuzzQuon"), Kvex::Nav::kQuonProtocol);
+  writeNavPackets(SeedFolder(root / "FuzzDask"), Kvex::Nav::kDaskProtocol);
   writeDefinitions(SeedFolder(root / "FuzzDefinition"));
   writeFiles(SeedFolder(root / "FuzzFile"));
 }

@@ -154,7 +154,11 @@ Vector3 eulerFromRotation(const Matrix3& rotation) {
 }
 
 Vector3 eulerFromEuler(const Vector3& angles) {
-  const Matrix3 m = fullRotation(angles);
+  return omegaPhiKappa(fullRotation(angles));
+}
+
+Vector3 omegaPhiKappa(const Matrix3& rotation) {
+  const Matrix3& m = rotation;
   const double phi = limitedAsin(-m(1, 2));
   const Sighting omega{m(0, 2), m(2, 2)};
   const Sighting kappa{-m(1, 0), m(1, 1)};

@@ -240,6 +240,8 @@ Vector3 eulerFromRotation(const Matrix3& rotation);
 /// The full rotation of Euler angles as the angles omega, phi, kappa of `Ry(omega) * Rx(phi) * Rz(-kappa)`, phi from
 /// -pi/2 to pi/2. With phi at a pole omega and kappa are found as heading and roll are in `eulerFromRotation`.
 Vector3 eulerFromEuler(const Vector3& angles);
+/// The same, of the full rotation itself.
+Vector3 omegaPhiKappa(const Matrix3& rotation);
 
 // The same on matrices of any size.
 

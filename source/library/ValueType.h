@@ -132,6 +132,7 @@ enum class Shape : std::uint8_t { Scalar = 0, Array = 1 };
 struct Run {
   ValueType type;
   Shape shape;
+  bool operator==(const Run&) const = default;
 };
 
 /// The 22 runs in search order: all scalar runs in type order, then all array runs.

@@ -9,6 +9,7 @@
 
 #include "store/ResourceBare.h"
 #include "store/ResourceOgg.h"
+#include "store/ResourceRng.h"
 
 namespace Kvex::Sto {
 

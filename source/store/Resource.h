@@ -58,6 +58,7 @@ class Resource {
   const std::string extension;                               ///< From the last point on, in lower case.
   std::map<std::uint32_t, std::unique_ptr<Stream>> streams;  ///< By serial.
   FileHealth health;
+  DamageList damage;  ///< What the scan met.
 
  protected:
   /// Reports a pass: 0 at first, 100 at last, and in between whenever the file position has moved on by enough.

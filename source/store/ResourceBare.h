@@ -51,13 +51,28 @@ class ResourceBare : public Resource {
     AnyReader reader(path);
     reader.resume();
     ByteView packet;
+    std::uint64_t junkBefore = 0;
+    const auto noteJunk = [&] {
+      const std::uint64_t junk = reader.counters().junkBytes;
+      note(stream, DamageKind::JunkBytes, junk - junkBefore);
+      junkBefore = junk;
+    };
     while (!cancelled() && reader.next(packet)) {
+      noteJunk();
+      ByteView ownPart = packet;
+      if (OwnPackets{}(reader.packetType(), ownPart)) ++stream.counters.packets;
       stream.scanRaw(packet);
       progress.moved(reader.filePosition());
     }
+    noteJunk();
     health.scan = reader.counters();
     health.truncatedBytes = reader.pendingBytes();
+    note(stream, DamageKind::CutOff, health.truncatedBytes);
     stream.scanDone();
+  }
+
+  void note(const Stream& stream, DamageKind kind, std::uint64_t count) {
+    if (count > 0) damage.note({kind, count, nullptr, stream.newestTime()});
   }
 
   const Codec& codec_;
@@ -65,11 +80,5 @@ class ResourceBare : public Resource {
 
 /// A file of bare navigation packets.
 using ResourceNav = ResourceBare<NavigationFraming, AnyPacket>;
-
-/// A file of bare range packets.
-class ResourceRng final : public ResourceBare<RangeFraming, OwnRangePackets> {
- public:
-  using ResourceBare::ResourceBare;
-};
 
 }  // namespace Kvex::Sto

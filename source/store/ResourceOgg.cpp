@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "store/RangeLinks.h"
+
 namespace Kvex::Sto {
 
 namespace {
@@ -27,12 +29,32 @@ bool takePackets(LogicalVrel& logical, Visitor&& visitor) {
   return false;
 }
 
+/// The counts of a second pass. The header that a pass from the start of the file meets again is no repeat block.
+StreamCounters countersOf(const Com::VrelStreamDec& stream) {
+  const Com::PageCounters& pages = stream.pageCounters();
+  const Com::PacketCounters& packets = stream.packetCounters();
+  return {.packets = packets.dataPackets,
+          .pages = pages.pages,
+          .pagesAccepted = pages.pagesAccepted,
+          .pagesRejected = pages.pagesRejected,
+          .pagesLost = pages.pagesLost,
+          .holes = packets.primaryHoles + packets.repeatPrimaryHoles + packets.headerHoles + packets.repeatHeaderHoles +
+                   packets.dataHoles,
+          .repeatBlocks = packets.repeatPrimaries - (packets.repeatPrimaries > 0 ? 1 : 0),
+          .flaggedPages = pages.flaggedPages,
+          .endPages = pages.eosPages};
+}
+
 }  // namespace
 
 void ResourceOgg::scan() {
   identify();
   firstPass();
   secondPass();
+}
+
+void ResourceOgg::linkStreams() {
+  linkRangeStreams(streams);
 }
 
 const Codec* ResourceOgg::matchCodec(const ogg_page& page) const {
@@ -139,6 +161,30 @@ void ResourceOgg::firstPass() {
   reader_.restart();
 }
 
+void ResourceOgg::scanPage(const Member& member, const ogg_page& page) {
+  Com::VrelStreamDec& pages = member.logical->pages();
+  const std::uint64_t lostBefore = pages.pageCounters().pagesLost;
+  const std::uint64_t holesBefore = pages.packetCounters().dataHoles;
+  const bool brokenBefore = pages.state() == Com::VrelState::Failed;
+  pages.addPage(page);
+  const auto note = [&](DamageKind kind, std::uint64_t count) {
+    if (count == 0) return;
+    damage.note({kind, count, member.stream, member.stream->newestTime()}, kind == DamageKind::PagesLate);
+  };
+  note(DamageKind::PagesMissing, pages.pageCounters().pagesLost - lostBefore);
+  note(DamageKind::PagesLate, pages.pageClass() == Com::PageClass::Old ? 1 : 0);
+  note(DamageKind::PagesTwice, pages.pageClass() == Com::PageClass::Repeated ? 1 : 0);
+  note(DamageKind::PacketsDropped, pages.packetCounters().dataHoles - holesBefore);
+  note(DamageKind::StructureBroken, pages.state() == Com::VrelState::Failed && !brokenBefore ? 1 : 0);
+}
+
+void ResourceOgg::noteInFile(DamageKind kind, std::uint64_t count, bool continues) {
+  if (count == 0) return;
+  Nano time = Lib::kNoTime;
+  for (const auto& [serial, stream] : streams) time = std::max(time, stream->newestTime());
+  damage.note({kind, count, nullptr, time}, continues);
+}
+
 void ResourceOgg::addProbedPage(Member& member, const ogg_page& page, std::uint64_t place) {
   if (place < (member.overfull ? member.firstPage : pagesMet_)) return;
   Com::VrelStreamDec& pages = member.logical->pages();
@@ -148,13 +194,15 @@ void ResourceOgg::addProbedPage(Member& member, const ogg_page& page, std::uint6
 
 void ResourceOgg::secondPass() {
   PassProgress progress(*this, Phase::SecondPass);
-  bool feeding = false;
-  for (auto& [serial, member] : members_) feeding |= member.stream->headerAccepted;
+  for (auto& [serial, member] : members_) {
+    if (!member.stream->headerSeen) damage.note({.kind = DamageKind::HeaderIncomplete, .stream = member.stream});
+  }
   const auto addPage = [&](const ogg_page& page) {
     const auto member = members_.find(serialOf(page));
-    if (member != members_.end()) member->second.logical->pages().addPage(page);
+    if (member != members_.end()) scanPage(member->second, page);
   };
-  while (feeding && !cancelled()) {
+  // Where no header was accepted the file is read all the same, for its damage.
+  while (!members_.empty() && !cancelled()) {
     for (auto& [serial, member] : members_) {
       Stream& stream = *member.stream;
       // The packets of a Stream without an accepted header are taken all the same, so that they do not pile up.
@@ -163,14 +211,21 @@ void ResourceOgg::secondPass() {
         return false;
       });
     }
+    const Com::GapCounters before = reader_.gaps();
     if (!reader_.readBlock(file_, kRecordingBlock, addPage)) break;
+    const Com::GapCounters& now = reader_.gaps();
+    noteInFile(DamageKind::JunkBytes, now.skippedBytes - before.skippedBytes, now.skippedRuns == before.skippedRuns);
     progress.moved(reader_.position());
   }
   health.gaps = reader_.gaps();
   health.truncatedBytes = reader_.pendingBytes();
+  noteInFile(DamageKind::CutOff, health.truncatedBytes);
   const bool sound = health.sound() && !cancelled();
   for (auto& [serial, member] : members_) {
-    member.stream->scanDone();
+    Stream& stream = *member.stream;
+    stream.counters = countersOf(member.logical->pages());
+    if (stream.counters.endPages == 0) damage.note({DamageKind::EndMissing, 1, &stream, stream.newestTime()});
+    stream.scanDone();
     if (sound) member.logical->trustFile();
   }
   file_.close();

@@ -20,6 +20,7 @@ class ResourceOgg final : public Resource {
       : Resource(context, resourceIndex, ResourceKind::Recording, std::move(filePath)) {}
 
   void scan() override;
+  void linkStreams() override;
 
  private:
   /// A Stream with its logical stream. Pages are told by their place among all pages of the file.
@@ -37,6 +38,11 @@ class ResourceOgg final : public Resource {
   /// Gives a page of the first pass to its Stream, unless that holds it from identification.
   void addProbedPage(Member& member, const ogg_page& page, std::uint64_t place);
   void secondPass();
+
+  /// Hands a page to its Stream in the second pass, and notes what is wrong with it.
+  void scanPage(const Member& member, const ogg_page& page);
+  /// Notes damage that is no single Stream's.
+  void noteInFile(DamageKind kind, std::uint64_t count, bool continues = false);
 
   /// Finds the codec whose tag opens a first page.
   const Codec* matchCodec(const ogg_page& page) const;

@@ -1,5 +1,8 @@
 #include "store/Stream.h"
 
+#include <algorithm>
+#include <map>
+
 #include "library/Enumerations.h"
 
 namespace Kvex::Sto {
@@ -37,6 +40,25 @@ StreamInfo Stream::info() const {
     result.endTime = endSample().asInteger();
   }
   return result;
+}
+
+std::vector<SignalListing> Stream::namedSignals() const {
+  const auto runIndex = [](const SignalListing& listing) {
+    return std::ranges::find(Lib::kAllRuns, listing.run()) - Lib::kAllRuns.begin();
+  };
+  std::vector<SignalListing> all;
+  listSignals(all, ~std::uint32_t{0});
+  std::vector<SignalListing> named;
+  std::map<std::string, std::size_t> places;
+  for (SignalListing& listing : all) {
+    const auto [place, isNew] = places.emplace(listing.name, named.size());
+    if (isNew) {
+      named.push_back(std::move(listing));
+    } else if (SignalListing& known = named[place->second]; runIndex(listing) < runIndex(known)) {
+      known = std::move(listing);
+    }
+  }
+  return named;
 }
 
 std::string Stream::grouping() const {

@@ -13,6 +13,7 @@
 #include "library/ValueType.h"
 #include "recording/TaggedPacket.h"
 #include "store/ColumnBlock.h"
+#include "store/Damage.h"
 #include "store/Logical.h"
 #include "tables/SignalInfo.h"
 
@@ -104,6 +105,9 @@ class Stream {
 
   /// Appends a listing of every signal whose group mask meets `mask`; gives the number appended.
   virtual std::size_t listSignals(std::vector<SignalListing>& out, std::uint32_t mask) const = 0;
+  /// One listing per name, in listing order: of a name that stands in several types or tables, the row that a search by
+  /// name finds.
+  std::vector<SignalListing> namedSignals() const;
   /// Value of a scalar signal in the first or last record; a default sample for an unknown name.
   virtual Sample firstValue(std::string_view name) const = 0;
   virtual Sample lastValue(std::string_view name) const = 0;
@@ -137,6 +141,8 @@ class Stream {
   // Walks. The store walks a Stream forward through its logical stream until the Stream's clock has reached a time.
 
   bool timeReached(Nano t) const { return time >= t; }
+  /// The newest time that the decoder has read, also during a scan, when `time` stands still. `kNoTime` for none.
+  Nano newestTime() const { return liveTime().usable() ? liveTime().value : Lib::kNoTime; }
   /// Puts the Stream at a place from which a forward walk to `t` can run. False without time or logical stream.
   bool seekTo(Nano t);
   /// The walk of a seek: forward until the time is reached. False when the data ends first or the watcher stops it.
@@ -163,6 +169,7 @@ class Stream {
   Com::TaggedHeader header;        ///< The first tagged packet of the logical stream, and the list of further ones.
   Com::TaggedPacket trailer;
   std::unique_ptr<Logical> logical;  ///< What feeds this Stream; none where no packet was found.
+  StreamCounters counters;           ///< What the second pass counted.
 
  protected:
   /// One packet of a walk; the caller then takes the decoder's time over with `followTime`.

@@ -99,12 +99,13 @@ const ZintDefinition& VehicleDrive::definition() {
   return kDefinition;
 }
 
-VehicleDrive::VehicleDrive(Lib::Nano start)
+VehicleDrive::VehicleDrive(Lib::Nano start, std::uint32_t seed)
     : position_(definition(), kPositionMessage),
       inertial_(definition(), kInertialMessage),
       vehicle_(definition(), kVehicleMessage),
       start_(start),
-      time_(start) {}
+      time_(start),
+      noise_(seed) {}
 
 std::span<const std::uint8_t> VehicleDrive::next() {
   const std::int64_t period = period_;

@@ -9,8 +9,8 @@
 namespace Kvex::Synth {
 
 /// The self-describing stream of a vehicle that drives in a circle: inertial data a hundred times, positions ten times
-/// and vehicle data once a second. Made for tests, demonstrations and benchmarks; the same start gives the same
-/// packets.
+/// and vehicle data once a second. Made for tests, demonstrations and benchmarks; the same start and seed give
+/// the same packets.
 ///
 /// Message 1 holds "Nano" and the position in "GnssInt1_Latitude", "GnssInt1_Longitude" (double, deg),
 /// "GnssInt1_Altitude" (float, m) and "GnssInt1_NumSats". Message 2 holds "Nano", the accelerations "ImuAx", "ImuAy",
@@ -22,8 +22,8 @@ class VehicleDrive {
   static constexpr double kSpeed = 15;              ///< In m/s.
   static constexpr Lib::Nano kPeriod = 10'000'000;  ///< From one inertial message to the next.
 
-  /// `start` is the time of the first packet.
-  explicit VehicleDrive(Lib::Nano start);
+  /// `start` is the time of the first packet; the measuring errors depend on `seed`.
+  explicit VehicleDrive(Lib::Nano start, std::uint32_t seed = 1);
 
   /// What the stream's definition packet says.
   static const ZintDefinition& definition();
@@ -51,7 +51,7 @@ class VehicleDrive {
   Lib::Nano time_;
   std::int64_t period_ = 0;
   Due due_ = Due::Position;
-  std::uint32_t noise_ = 1;
+  std::uint32_t noise_;
 };
 
 }  // namespace Kvex::Synth

@@ -1,5 +1,6 @@
 #include "support/Golden.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -7,7 +8,6 @@
 #include <fstream>
 #include <memory>
 #include <nlohmann/json.hpp>
-#include <set>
 #include <sstream>
 #include <vector>
 #include <zlib.h>
@@ -163,10 +163,8 @@ class Comparison {
     for (const json& stream : info_["streams"]) {
       const std::uint32_t id = stream["id"];
       std::vector<Sto::SignalListing> listings;
-      store_.visitStream(id, [&](const Sto::Stream& found, const Sto::Resource&) { found.listSignals(listings, ~0U); });
-      std::set<std::string> taken;  // a name that stands in several types means the first of them
+      store_.visitStream(id, [&](const Sto::Stream& found, const Sto::Resource&) { listings = found.namedSignals(); });
       for (const Sto::SignalListing& listing : listings) {
-        if (!taken.insert(listing.name).second) continue;
         if (!names.empty() && std::find(names.begin(), names.end(), listing.name) == names.end()) continue;
         if (store_.subscribe(Sto::kDirectMode, listing) != Sto::StoreStatus::Success) continue;
         store_.addToQuery(query_, Sto::kDirectMode, listing);

@@ -1,0 +1,155 @@
+// Holds the work on large bare protocol files against a bare scanner, which does nothing but framing and check bytes:
+// adding a file, walking it with a few signals subscribed, walking it with all. All are measured in turn in one
+// process.
+//
+//   bare_files_benchmark FOLDER [QUON_MEBIBYTES YELD_MEBIBYTES]
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "codecs.h"
+#include "nav/QuonDecoder.h"
+#include "store/DataStore.h"
+#include "store/LogicalPackets.h"
+#include "synth/NavPackets.h"
+#include "synth/RangeChase.h"
+
+namespace {
+
+using namespace Kvex;
+
+constexpr std::uint64_t kMebibyte = 1 << 20;
+constexpr int kRuns = 3;
+constexpr Lib::Nano kStart = 1'417'651'425'000'000'000;
+
+using NextPacket = std::function<std::span<const std::uint8_t>()>;
+
+void writeFile(const std::string& path, std::uint64_t size, const NextPacket& next) {
+  std::ofstream file(path, std::ios::binary);
+  for (std::uint64_t written = 0; written < size;) {
+    const std::span<const std::uint8_t> packet = next();
+    file.write(reinterpret_cast<const char*>(packet.data()), static_cast<std::streamsize>(packet.size()));
+    written += packet.size();
+  }
+}
+
+/// Processor time of a piece of work, in seconds.
+double measure(const std::function<void()>& work) {
+  const std::clock_t begin = std::clock();
+  work();
+  return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+}
+
+template <class Reader>
+std::uint64_t scanBare(const std::string& path) {
+  Reader reader(path);
+  reader.resume();
+  Lib::ByteView packet;
+  while (reader.next(packet)) {
+  }
+  return reader.counters().packets;
+}
+
+/// A store with a file in it. The first Stream is the one that is measured.
+struct Opened {
+  Sto::DataStore store{Sto::StoreConfig{}, allCodecs()};
+  std::vector<std::uint32_t> ids;
+
+  explicit Opened(const std::string& path) { store.addFile(path, ids); }
+};
+
+/// Walks a store's first Stream from end to end, with the named signals subscribed, or all if none is named. A value is
+/// taken once a second.
+double walk(const std::string& path, const std::vector<std::string_view>& names) {
+  Opened opened(path);
+  std::vector<Sto::SignalListing> listings;
+  opened.store.visitStream(opened.ids.front(),
+                           [&](const Sto::Stream& stream, const Sto::Resource&) { stream.listSignals(listings, ~0U); });
+  Sto::SignalQuery query;
+  for (const Sto::SignalListing& listing : listings) {
+    if (!names.empty() && std::find(names.begin(), names.end(), listing.name) == names.end()) continue;
+    opened.store.subscribe(Sto::kDirectMode, listing);
+    opened.store.addToQuery(query, Sto::kDirectMode, listing);
+  }
+  const Sto::StreamInfo info = opened.store.streamInfo(opened.ids.front());
+  std::vector<Sto::Sample> samples;
+  return measure([&] {
+    opened.store.seekAll(info.startTime);
+    for (Lib::Nano t = info.startTime; t < info.endTime; t += Lib::kNanosPerSecond) {
+      opened.store.readSamples(query, t, samples);
+    }
+  });
+}
+
+struct Work {
+  std::string name;
+  double limit;
+  std::function<double()> run;
+  std::vector<double> ratios{};
+};
+
+template <class Reader>
+void compare(const std::string& path, std::string_view title, std::vector<Work> works) {
+  double bare = 1e9;
+  std::uint64_t packets = 0;
+  for (int run = 0; run < kRuns; ++run) {
+    const double seconds = measure([&] { packets = scanBare<Reader>(path); });
+    bare = std::min(bare, seconds);
+    for (Work& work : works) work.ratios.push_back(work.run() / seconds);
+  }
+  std::ifstream file(path, std::ios::binary | std::ios::ate);
+  const double size = static_cast<double>(file.tellg());
+  std::printf("%s: %.0f MiB, %llu packets; bare scanner %.1f ns per packet, %.0f MB/s\n", std::string(title).c_str(),
+              size / kMebibyte, static_cast<unsigned long long>(packets), bare * 1e9 / static_cast<double>(packets),
+              size / 1e6 / bare);
+  for (Work& work : works) {
+    std::sort(work.ratios.begin(), work.ratios.end());
+    std::printf("  %-44s %6.1f times the bare scanner (at most %.0f)\n", work.name.c_str(),
+                work.ratios[work.ratios.size() / 2], work.limit);
+  }
+}
+
+double addFile(const std::string& path) {
+  return measure([&] { Opened{path}; });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2 && argc != 4) {
+    std::fprintf(stderr, "usage: %s FOLDER [QUON_MEBIBYTES YELD_MEBIBYTES]\n", argv[0]);
+    return 2;
+  }
+  const std::string quon = std::string(argv[1]) + "/bare.quon";
+  const std::string yeld = std::string(argv[1]) + "/bare.yeld";
+  const std::uint64_t quonSize = (argc == 4 ? std::strtoull(argv[2], nullptr, 10) : 256) * kMebibyte;
+  const std::uint64_t yeldSize = (argc == 4 ? std::strtoull(argv[3], nullptr, 10) : 128) * kMebibyte;
+
+  Synth::NavDrive drive(Nav::kQuonProtocol, 1, kStart);
+  writeFile(quon, quonSize, [&] { return drive.next(); });
+  compare<Sto::LogicalNavAny>(quon, "navigation",
+                              {{"adding the file", 8, [&] { return addFile(quon); }},
+                               {"walk with Lat, Lon, Alt", 5,
+                                [&] {
+                                  return walk(quon, {"Lat", "Lon", "Alt"});
+                                }},
+                               {"walk with all signals", 80, [&] { return walk(quon, {}); }}});
+
+  Synth::RangeChase chase(1, kStart);
+  writeFile(yeld, yeldSize, [&] { return chase.wrapped(chase.next()); });
+  compare<Sto::LogicalRngAny>(yeld, "range",
+                              {{"adding the file", 8, [&] { return addFile(yeld); }},
+                               {"walk with three ranges of target 1", 6,
+                                [&] {
+                                  return walk(yeld, {"Target1_RangeLon", "Target1_RangeLat", "Target1_RangeRateLon"});
+                                }},
+                               {"walk with all signals", 120, [&] { return walk(yeld, {}); }}});
+  return EXIT_SUCCESS;
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "nav/DaskDecoder.h"
+#include "nav/StreamNav.h"
+
+namespace Kvex::Sto {
+
+/// A stream of Dask packets, of a recording or of a bare file.
+class StreamDask final : public StreamNav<Nav::DaskDecoder> {
+ public:
+  StreamDask(ResourceKind resourceKind, std::uint32_t serial);
+
+ protected:
+  std::optional<Nav::FeedResult> feedRaw(ByteView packet) override;
+};
+
+}  // namespace Kvex::Sto

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "range/RangeRecord.h"
+#include "range/RangeWantTree.h"
+#include "tables/SignalTable.h"
+
+namespace Kvex::Sto {
+
+using RangeTable = SignalTable<Rng::RangeRecord, Rng::RangeWantTree>;
+
+/// The 818 signals of the range protocol: 148 of each of the four targets, then 226 of the body. Built at the first
+/// call, never changed and shared by all range streams.
+const RangeTable& rangeTable();
+
+}  // namespace Kvex::Sto

@@ -1,0 +1,11 @@
+#include "tool/Commands.h"
+
+namespace Kvex::Tool {
+
+CLI::App* addFileCommand(CLI::App& app, const std::string& name, const std::string& description, std::string& file) {
+  CLI::App* command = app.add_subcommand(name, description);
+  command->add_option("FILE", file, "The file to read")->required()->type_name("");
+  return command;
+}
+
+}  // namespace Kvex::Tool

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+
+#include "tool/Failure.h"
+
+namespace Kvex::Tool {
+
+/// What the command line has chosen to do.
+using Action = std::function<VrelExit()>;
+
+// One subcommand each: its options are added to the command line, and if it is given it puts what it does into
+// `action`. Actions throw `Failure`.
+void addInfoCommand(CLI::App& app, Action& action);
+void addSignalsCommand(CLI::App& app, Action& action);
+void addExportCommand(CLI::App& app, Action& action);
+void addCheckCommand(CLI::App& app, Action& action);
+void addSynthCommand(CLI::App& app, Action& action);
+
+/// A subcommand that reads a FILE.
+CLI::App* addFileCommand(CLI::App& app, const std::string& name, const std::string& description, std::string& file);
+
+}  // namespace Kvex::Tool

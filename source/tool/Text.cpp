@@ -1,0 +1,109 @@
+#include "tool/Text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fmt/format.h>
+
+namespace Kvex::Tool {
+
+namespace {
+
+/// Of a longer cell only the beginning sets the width of its column.
+constexpr std::size_t kMaxWidth = 48;
+
+bool isControl(unsigned char byte) {
+  return byte < 0x20 || byte == 0x7F;
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const auto byte = static_cast<unsigned char>(text[at]);
+    // Some terminals obey the control characters U+0080 to U+009F too; in UTF-8 they are 0xC2 and a byte below 0xA0.
+    const bool secondRange =
+        byte == 0xC2 && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) - 0x80U < 0x20U;
+    if (secondRange) ++at;
+    result += secondRange || isControl(byte) ? '?' : text[at];
+  }
+  return result;
+}
+
+std::size_t characterCount(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+std::string csvField(std::string_view text) {
+  if (text.find_first_of(",\"\r\n") == std::string_view::npos) return std::string(text);
+  std::string result = "\"";
+  for (const char c : text) {
+    if (c == '"') result += '"';
+    result += c;
+  }
+  return result += '"';
+}
+
+std::string jsonText(const nlohmann::ordered_json& json, int indent) {
+  return json.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+nlohmann::ordered_json jsonValue(const Lib::Sample& sample) {
+  nlohmann::ordered_json result;
+  Lib::withType(sample.type, [&](auto tag) {
+    using T = typename decltype(tag)::Type;
+    if constexpr (std::is_same_v<T, bool>) {
+      result = sample.as<std::uint8_t>() != 0;
+    } else if constexpr (std::is_same_v<T, float>) {
+      // The double with the same shortest text, so that a float of 0.1 does not read 0.10000000149.
+      const auto number = sample.as<float>();
+      if (std::isfinite(number)) result = std::stod(fmt::format("{}", number));
+    } else if constexpr (std::is_same_v<T, double>) {
+      if (std::isfinite(sample.as<double>())) result = sample.as<double>();
+    } else {
+      result = sample.as<T>();
+    }
+  });
+  return result;
+}
+
+std::string valueWithText(const Lib::Sample& sample, const Sto::SignalInfo& row) {
+  const std::string value = jsonText(jsonValue(sample));
+  return row.valueText == nullptr ? value : fmt::format("{} ({})", value, row.valueText(sample, row));
+}
+
+void TextTable::addRow(std::vector<std::string> cells) {
+  for (std::string& cell : cells) cell = printable(cell);
+  rows_.push_back(std::move(cells));
+}
+
+std::string TextTable::text(std::size_t indent) const {
+  std::vector<std::size_t> widths;
+  for (const auto& row : rows_) {
+    widths.resize(std::max(widths.size(), row.size()));
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      widths[column] = std::max(widths[column], std::min(characterCount(row[column]), kMaxWidth));
+    }
+  }
+  std::string result;
+  for (const auto& row : rows_) {
+    std::string line(indent, ' ');
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      const std::size_t width = characterCount(row[column]);
+      line += row[column];
+      line.append(width < widths[column] ? widths[column] - width : 0, ' ');
+      line += "  ";
+    }
+    line.resize(line.find_last_not_of(' ') + 1);
+    result += line + '\n';
+  }
+  return result;
+}
+
+std::string counted(std::uint64_t count, std::string_view noun) {
+  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
+}  // namespace Kvex::Tool

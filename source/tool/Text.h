@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "library/Sample.h"
+#include "tables/SignalInfo.h"
+
+namespace Kvex::Tool {
+
+/// Names, units and texts come from files and may hold anything: what goes to a person's terminal passes through here.
+/// Control characters become "?".
+std::string printable(std::string_view text);
+
+/// The number of characters of a UTF-8 text.
+std::size_t characterCount(std::string_view text);
+
+/// A field of a CSV file, quoted where it holds a comma, a quote or a line end (RFC 4180).
+std::string csvField(std::string_view text);
+
+/// JSON on one line, or indented. Text that is not UTF-8 is made so with replacement characters.
+std::string jsonText(const nlohmann::ordered_json& json, int indent = -1);
+
+/// A value as JSON has it: null for one that is not a number or infinite, and for no type.
+nlohmann::ordered_json jsonValue(const Lib::Sample& sample);
+
+/// A value with the text that its row has for it: "3 (Locked)".
+std::string valueWithText(const Lib::Sample& sample, const Sto::SignalInfo& row);
+
+/// Rows of cells, printed with columns of equal width.
+class TextTable {
+ public:
+  /// The cells pass through `printable`.
+  void addRow(std::vector<std::string> cells);
+  /// Each row on a line, behind `indent` blanks.
+  std::string text(std::size_t indent = 0) const;
+
+ private:
+  std::vector<std::vector<std::string>> rows_;
+};
+
+/// "1 page", "2 pages".
+std::string counted(std::uint64_t count, std::string_view noun);
+
+}  // namespace Kvex::Tool

@@ -1,0 +1,89 @@
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <fmt/format.h>
+#include <string>
+
+#include "tool/Commands.h"
+#include "tool/Interrupt.h"
+#include "tool/Output.h"
+#include "tool/Text.h"
+
+namespace {
+
+using namespace Kvex::Tool;
+
+constexpr const char* kAbout =
+    "Looks into recordings of inertial and satellite navigation: what a file holds, the values\n"
+    "of any signals over time, and whether the file is whole.";
+
+constexpr const char* kFooter =
+    "A FILE is a recording (.vrel) or a bare protocol file (.quon, .dask, .yeld).\n\n"
+    "Results go to standard output, everything else to standard error. Exit codes: 0 good, 1 failed,\n"
+    "2 wrong usage, 3 done, but data in the file was damaged or lost.\n\n"
+    "Example, from a new demonstration file to a table of positions:\n"
+    "  vrel synth demo.vrel\n"
+    "  vrel info demo.vrel\n"
+    "  vrel export demo.vrel --signal 'GnssInt1_*' -o positions.csv\n\n"
+    "\"vrel COMMAND --help\" tells more.";
+
+constexpr std::size_t kHelpColumn = 26;
+
+/// Tells what is wrong with the command line.
+VrelExit complain(const CLI::App& app, const CLI::ParseError& error) {
+  std::string command = "vrel";
+  for (const CLI::App* given : app.get_subcommands()) command += ' ' + given->get_name();
+  fmt::print(stderr, "vrel: {}\n\"{} --help\" tells how it is used.\n", printable(error.what()), command);
+  return VrelExit::WrongUsage;
+}
+
+void writeText(const std::string& text) {
+  Output output;
+  output.write(text);
+  output.finish();
+}
+
+VrelExit run(int argc, char** argv) {
+  CLI::App app(kAbout, "vrel");
+  app.footer(kFooter);
+  app.require_subcommand(1);
+  app.get_formatter()->column_width(kHelpColumn);
+  app.set_version_flag("--version", "vrel " KVEX_VERSION, "Print the version and exit");
+  Action action;
+  addInfoCommand(app, action);
+  addSignalsCommand(app, action);
+  addExportCommand(app, action);
+  addCheckCommand(app, action);
+  addSynthCommand(app, action);
+  if (argc < 2) {
+    fmt::print(stderr, "{}", app.help());
+    return VrelExit::WrongUsage;
+  }
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    writeText(app.help());
+    return VrelExit::Good;
+  } catch (const CLI::CallForVersion& version) {
+    writeText(std::string(version.what()) + '\n');
+    return VrelExit::Good;
+  } catch (const CLI::ParseError& error) {
+    const bool unknown = app.get_subcommands().empty() && argv[1][0] != '-';
+    return complain(app, unknown ? CLI::ParseError(fmt::format("there is no command \"{}\"", argv[1]), 2) : error);
+  }
+  return action();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  catchInterrupts();
+  try {
+    return static_cast<int>(run(argc, argv));
+  } catch (const Failure& failure) {
+    fmt::print(stderr, "vrel: {}\n", failure.what());
+    return static_cast<int>(failure.exit);
+  } catch (const std::exception& error) {
+    fmt::print(stderr, "vrel: {}\n", printable(error.what()));
+    return static_cast<int>(VrelExit::Failed);
+  }
+}

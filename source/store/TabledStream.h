@@ -1,7 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <map>
 #include <string_view>
 #include <vector>
 
@@ -30,7 +32,7 @@ class TabledStream : public Stream {
 
   bool subscribe(std::uint32_t block, std::uint32_t request, std::uint32_t position, Run run,
                  std::string_view signal) final {
-    if (!hasTime || block >= blocks_.size() || request >= blocks_[block].sets.size()) return false;
+    if (!hasTime || block >= blocks_.size() || request >= blocks_[block].setCount) return false;
     bool added = false;
     Lib::withType(run.type, [&](auto tag) {
       using T = typename decltype(tag)::Type;
@@ -90,8 +92,10 @@ class TabledStream : public Stream {
   void prepareBlock(std::uint32_t) override {}
 
   void fillColumns(std::uint32_t block, std::uint32_t request, ColumnBlock& columns) final {
-    if (block >= blocks_.size() || request >= blocks_[block].sets.size()) return;
-    const EntrySet& set = blocks_[block].sets[request];
+    if (block >= blocks_.size()) return;
+    const auto found = blocks_[block].sets.find(request);
+    if (found == blocks_[block].sets.end()) return;
+    const EntrySet& set = found->second;
     const Record& record = liveRecord();
     Lib::forEachType([&](auto tag) {
       using T = typename decltype(tag)::Type;
@@ -108,12 +112,11 @@ class TabledStream : public Stream {
   }
 
   void reserveRequests(std::uint32_t block, std::uint32_t count) final {
-    if (block < blocks_.size() && blocks_[block].sets.size() < count) blocks_[block].sets.resize(count);
+    if (block < blocks_.size()) blocks_[block].setCount = std::max(blocks_[block].setCount, count);
   }
 
   void clearRequests(std::uint32_t block) final {
-    if (block >= blocks_.size()) return;
-    for (EntrySet& set : blocks_[block].sets) set = {};
+    if (block < blocks_.size()) blocks_[block].sets.clear();
   }
 
  protected:
@@ -129,7 +132,7 @@ class TabledStream : public Stream {
   /// Calls `visitor(row, shape)` for each entry of each request set of the block.
   template <class Visitor>
   void forEachSubscribed(std::uint32_t block, Visitor&& visitor) const {
-    for (const EntrySet& set : blocks_[block].sets) {
+    for (const auto& [request, set] : blocks_[block].sets) {
       for (Shape shape : {Shape::Scalar, Shape::Array}) {
         Lib::forEachType([&](auto tag) {
           for (const auto& entry : set.template of<typename decltype(tag)::Type>(shape)) visitor(*entry.row, shape);
@@ -173,14 +176,15 @@ class TabledStream : public Stream {
 
   /// Subscriptions through one Mode.
   struct RequestBlock {
-    EntrySet all;  ///< In the order of subscribing.
-    std::vector<EntrySet> sets;
+    EntrySet all;                            ///< In the order of subscribing.
+    std::uint32_t setCount = 0;              ///< Request indexes below this may be used.
+    std::map<std::uint32_t, EntrySet> sets;  ///< By request index; only those with entries, of which there are few.
   };
 
   template <class T>
   const Entry<T>* findEntry(std::uint32_t block, Shape shape, std::string_view signal) const {
     if (block >= blocks_.size()) return nullptr;
-    for (const EntrySet& set : blocks_[block].sets) {
+    for (const auto& [request, set] : blocks_[block].sets) {
       for (const Entry<T>& entry : set.template of<T>(shape)) {
         if (entry.row->name == signal) return &entry;
       }

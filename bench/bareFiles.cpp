@@ -142,9 +142,9 @@ int main(int argc, char** argv) {
                                 }},
                                {"walk with all signals", 80, [&] { return walk(quon, {}); }}});
 
-  Synth::RangeChase chase(1, kStart);
+  Synth::RangeChase chase(1, kStart, Synth::RangeChase::kMaxTargets);
   writeFile(yeld, yeldSize, [&] { return chase.wrapped(chase.next()); });
-  compare<Sto::LogicalRngAny>(yeld, "range",
+  compare<Sto::LogicalRngAny>(yeld, "range, four targets",
                               {{"adding the file", 8, [&] { return addFile(yeld); }},
                                {"walk with three ranges of target 1", 6,
                                 [&] {

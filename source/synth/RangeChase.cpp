@@ -13,10 +13,7 @@ constexpr double kRefHeading = 40.0;  ///< Of the local frame, in degrees.
 constexpr double kLaneWidth = 3.5;
 constexpr double kSpeed = 14.0;  ///< m/s
 
-// Reports of a cycle, by turn: navigation units, targets, lanes, and once a second an outline or the sensors.
-constexpr std::size_t kUnits = 3;
-constexpr std::size_t kLaneTurn = kUnits + RangeChase::kTargets;
-constexpr std::size_t kOutlineTurn = kLaneTurn + 1;
+constexpr std::size_t kUnits = 1 + RangeChase::kMovingTargets;
 constexpr std::uint64_t kCyclesPerSecond = 100;
 
 constexpr std::uint8_t kMinuteChannel = 0;
@@ -25,7 +22,8 @@ constexpr std::uint64_t kCyclesPerMinuteReport = 50;
 constexpr std::uint64_t kMinuteKnown = 12;
 
 constexpr std::array<std::uint32_t, kUnits> kAddresses = {0x0A02A8C0, 0x1402A8C0, 0x1502A8C0};
-constexpr std::array<std::uint8_t, RangeChase::kTargets> kModes = {2, 2, 1};  // two vehicles and a parking space
+constexpr std::uint8_t kSpaceMode = 1;
+constexpr std::uint8_t kVehicleMode = 2;
 
 constexpr std::array<OutlinePoint, 6> kCar = {
     {{2.2, 0.0}, {2.0, 0.9}, {-2.2, 0.9}, {-2.3, 0.0}, {-2.2, -0.9}, {2.0, -0.9}}};
@@ -48,8 +46,9 @@ std::string serialLine(const std::string& key, std::uint32_t serial) {
 
 }  // namespace
 
-RangeChase::RangeChase(std::uint64_t seed, Lib::Nano start)
+RangeChase::RangeChase(std::uint64_t seed, Lib::Nano start, std::size_t targets)
     : random_(seed),
+      targets_(targets),
       start_(start),
       time_(start),
       units_{NavDrive(Nav::kQuonProtocol, seed + 1, start), NavDrive(Nav::kQuonProtocol, seed + 2, start),
@@ -76,6 +75,8 @@ std::vector<StreamForm> RangeChase::streamForms(std::uint32_t firstSerial) {
 }
 
 ChasePacket RangeChase::next() {
+  // Reports of a cycle, by turn: navigation units, targets, lanes, and once a second an outline or the sensors.
+  const std::size_t laneTurn = kUnits + targets_;
   for (;;) {
     const std::size_t turn = turn_;
     if (turn < kUnits) {
@@ -83,14 +84,14 @@ ChasePacket RangeChase::next() {
       ++turn_;
       continue;
     }
-    if (turn <= kLaneTurn) {
+    if (turn <= laneTurn) {
       ++turn_;
-      packet_ = turn < kLaneTurn ? targetReport(turn - kUnits) : laneReport();
+      packet_ = turn < laneTurn ? targetReport(turn - kUnits) : laneReport();
       return {0, time_, packet_.bytes()};
     }
     // Hunter, targets and sensors report in cycles of their own.
     const std::uint64_t outline = cycle_ % kCyclesPerSecond;
-    const bool reports = turn == kOutlineTurn && outline <= kTargets + 1;
+    const bool reports = outline <= targets_ + 1;
     if (reports) packet_ = outlineReport(outline);
     const Lib::Nano now = time_;
     turn_ = 0;
@@ -115,7 +116,10 @@ std::span<const std::uint8_t> RangeChase::wrapped(const ChasePacket& packet) {
 }
 
 RangeChase::Place RangeChase::placeOf(std::size_t vehicle) const {
-  if (vehicle == kTargets) return {.x = 800.0, .y = -12.0, .angle = -0.5 * std::numbers::pi};  // the parking space
+  if (vehicle >= kUnits) {  // the parking spaces
+    const double side = 2.5 * static_cast<double>(vehicle - kUnits);
+    return {.x = 800.0 + side, .y = -12.0, .angle = -0.5 * std::numbers::pi};
+  }
   // The moving ones follow one another on a road that winds, and change lanes.
   const double t = seconds();
   const double ahead = static_cast<double>(vehicle) * 25.0 + (vehicle == 0 ? 0.0 : 10.0 * std::sin(0.15 * t));
@@ -132,13 +136,14 @@ RangePacket RangeChase::targetReport(std::size_t target) {
   const double lon = dx * std::cos(hunter.angle) + dy * std::sin(hunter.angle);
   const double lat = dx * std::sin(hunter.angle) - dy * std::cos(hunter.angle);
   const double wave = std::cos(0.15 * seconds());
-  const double rate = kModes[target] == 1 ? -kSpeed : 1.5 * wave;
-  // The parking space knows no sensors: its packets end ahead of their views.
-  const bool views = kModes[target] != 1;
+  const double rate = isParkingSpace(target) ? -kSpeed : 1.5 * wave;
+  const std::uint8_t mode = isParkingSpace(target) ? kSpaceMode : kVehicleMode;
+  // A parking space knows no sensors: its packets end ahead of their views.
+  const bool views = !isParkingSpace(target);
 
-  RangePacket packet = RangePacket::longForm(static_cast<std::uint8_t>(target + 1), kTargets,
+  RangePacket packet = RangePacket::longForm(static_cast<std::uint8_t>(target + 1), static_cast<std::uint8_t>(targets_),
                                              views ? RangePacket::kFullLong : std::size_t{115});
-  packet.time(time_).put(40, static_cast<std::uint64_t>(kModes[target]) << 6, 1);
+  packet.time(time_).put(40, std::uint64_t{mode} << 6, 1);
   packet.putSigned(8, lat, 1e-3, 4).putSigned(12, lon, 1e-3, 4);
   packet.putSigned(16, 0.2 * wave, 1e-2, 2).putSigned(18, rate, 1e-2, 2);
   packet.putSigned(20, hunter.x, 1e-3, 4).putSigned(24, hunter.y, 1e-3, 4);
@@ -207,7 +212,7 @@ ChannelBytes RangeChase::channelBytes(std::uint8_t id, std::size_t target) {
           .putByte(6, 9)
           .putByte(7, 100);
     case 9:
-      return longs(kAddresses[0], kModes[target] == 2 ? kAddresses[target + 1] : 0);
+      return longs(kAddresses[0], isParkingSpace(target) ? 0 : kAddresses[target + 1]);
     case 12:
       return longs(95'000, bits(kRefHeading * 1e7));
     case 13:
@@ -257,9 +262,9 @@ RangePacket RangeChase::laneReport() {
 
 RangePacket RangeChase::outlineReport(std::size_t turn) {
   const PointForm wide{.full = turn % 2 == 0, .wide = true};
-  if (turn > kTargets) return RangePacket::sensors(kSensors.size(), 0, kSensors, wide);
+  if (turn > targets_) return RangePacket::sensors(kSensors.size(), 0, kSensors, wide);
   const std::span<const OutlinePoint> outline =
-      turn == kTargets ? std::span<const OutlinePoint>(kSpace) : std::span<const OutlinePoint>(kCar);
+      turn >= kUnits ? std::span<const OutlinePoint>(kSpace) : std::span<const OutlinePoint>(kCar);
   return RangePacket::polygon(static_cast<std::uint8_t>(turn), static_cast<std::uint8_t>(outline.size()), 0, outline,
                               wide);
 }

@@ -22,10 +22,10 @@ struct ChasePacket {
   std::span<const std::uint8_t> bytes;  ///< Valid until the next packet.
 };
 
-/// A hunter that follows two vehicles to a parking space: the packets of the range unit, and of the navigation units in
-/// the three vehicles, which drive each on a road of its own. A hundred times a second the unit reports all three
-/// targets and the lanes, once a second the outlines and sensors. The first packets come before the minute is known.
-/// The same seed and start give the same packets.
+/// A hunter that follows two vehicles to a parking space, or to two side by side: the packets of the range unit, and of
+/// the navigation units in the three vehicles, which drive each on a road of its own. A hundred times a second the unit
+/// reports all targets and the lanes, once a second the outlines and sensors. The first packets come before the minute
+/// is known. The same seed and start give the same packets.
 ///
 /// As a recording:
 ///
@@ -38,10 +38,11 @@ struct ChasePacket {
 class RangeChase {
  public:
   static constexpr Lib::Nano kPeriod = 10'000'000;  ///< From one report of a target to the next.
-  static constexpr std::size_t kTargets = 3;
+  static constexpr std::size_t kMovingTargets = 2;
+  static constexpr std::size_t kMaxTargets = 4;
 
-  /// `start` is the time of the first packet, a whole millisecond.
-  RangeChase(std::uint64_t seed, Lib::Nano start);
+  /// `start` is the time of the first packet, a whole millisecond. From three to four targets.
+  RangeChase(std::uint64_t seed, Lib::Nano start, std::size_t targets = 3);
 
   /// The streams of a recording, with headers that tell how they belong together: the range unit's with the serial
   /// `firstSerial`, then those of hunter and moving targets with the serials that follow.
@@ -61,6 +62,7 @@ class RangeChase {
     double angle = 0;
   };
 
+  static bool isParkingSpace(std::size_t target) { return target >= kMovingTargets; }
   Place placeOf(std::size_t vehicle) const;
   double seconds() const { return static_cast<double>(time_ - start_) / 1e9; }
   std::optional<ChasePacket> navPacket(std::size_t unit);
@@ -73,6 +75,7 @@ class RangeChase {
   std::uint32_t random(std::uint32_t count) { return static_cast<std::uint32_t>(random_() % count); }
 
   std::mt19937_64 random_;
+  std::size_t targets_;
   Lib::Nano start_;
   Lib::Nano time_;
   std::uint64_t cycle_ = 0;

@@ -15,7 +15,7 @@
 #include "codecs.h"
 #include "store/DataStore.h"
 #include "synth/DemoRecording.h"
-#include "tool/SampleWriter.h"
+#include "tool/TableWriter.h"
 
 namespace {
 
@@ -52,24 +52,29 @@ class Walk {
     }
   }
 
-  /// Seconds that a walk takes with this done to each row of samples.
-  template <class Use>
-  double seconds(Use&& use) {
+  /// Seconds that a walk takes whose samples come into the vectors that `rowFor(time)` gives.
+  template <class RowFor>
+  double seconds(RowFor&& rowFor) {
     const auto before = std::chrono::steady_clock::now();
     store_.seekAll(start_);
-    std::vector<Lib::Sample> samples;
-    for (Lib::Nano time = start_; time < end_; time += kPeriod) {
-      store_.readSamples(query_, time, samples);
-      use(time, samples);
-    }
+    for (Lib::Nano time = start_; time < end_; time += kPeriod) store_.readSamples(query_, time, rowFor(time));
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
   }
 
+  double bareSeconds() {
+    std::vector<Lib::Sample> samples;
+    return seconds([&](Lib::Nano) -> std::vector<Lib::Sample>& { return samples; });
+  }
+
   double exportSeconds() {
+    const auto before = std::chrono::steady_clock::now();
     Tool::Output output("/dev/null");
-    Tool::SampleWriter writer(output, {}, query_, start_);
-    writer.writeHeader();
-    return seconds([&](Lib::Nano time, const std::vector<Lib::Sample>& samples) { writer.writeRow(time, samples); });
+    Tool::SampleFormatter formatter({}, query_, start_);
+    Tool::TableWriter table(output, formatter);
+    seconds([&](Lib::Nano time) -> std::vector<Lib::Sample>& { return table.nextRow(time); });
+    table.finish();
+    output.finish();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
   }
 
   std::size_t columns() const { return query_.columns().size(); }
@@ -93,7 +98,7 @@ void measure(const std::string& path, const Synth::DemoProtocol& protocol, std::
   std::vector<double> exports;
   std::vector<double> ratios;
   for (int run = 0; run < kRuns; ++run) {
-    walks.push_back(walk.seconds([](Lib::Nano, const std::vector<Lib::Sample>&) {}));
+    walks.push_back(walk.bareSeconds());
     exports.push_back(walk.exportSeconds());
     ratios.push_back(exports.back() / walks.back());
   }

@@ -144,4 +144,14 @@ inline constexpr std::array<Run, 2 * kSignalTypeCount> kAllRuns = [] {
   return runs;
 }();
 
+/// The place of a run in search order; the number of runs for a type that no signal has.
+constexpr std::size_t runIndex(Run wanted) {
+  std::size_t index = 0;
+  for (const Run& run : kAllRuns) {
+    if (run.type == wanted.type && run.shape == wanted.shape) break;
+    ++index;
+  }
+  return index;
+}
+
 }  // namespace Kvex::Lib

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <fmt/format.h>
+#include <map>
 #include <numeric>
 #include <set>
 
@@ -49,6 +50,22 @@ std::optional<std::size_t> farness(std::string_view asked, std::string_view name
   return kBehindContained + distance;
 }
 
+/// The signals that the names of a stream mean, in listing order: a name that stands in several types means the first
+/// of them in the order of searching, whichever is listed first.
+std::vector<Sto::SignalListing> namedSignals(const Sto::Stream& stream) {
+  std::vector<Sto::SignalListing> result;
+  std::map<std::string, std::size_t> places;
+  for (Sto::SignalListing& listing : OpenedFile::signalsOf(stream)) {
+    const auto [place, isNew] = places.emplace(listing.name, result.size());
+    if (isNew) {
+      result.push_back(std::move(listing));
+    } else if (Lib::runIndex(listing.run()) < Lib::runIndex(result[place->second].run())) {
+      result[place->second] = std::move(listing);
+    }
+  }
+  return result;
+}
+
 }  // namespace
 
 SignalPattern::SignalPattern(std::string_view text) : text_(text), glob_(text) {
@@ -87,9 +104,7 @@ std::vector<Sto::SignalListing> chooseSignals(const OpenedFile& file, const Sign
   file.forEachStream([&](const Sto::Stream& stream, const Sto::Resource&) {
     const auto id = static_cast<std::uint32_t>(stream.index);
     if (!stream.hasTime || !choice.takesStream(id)) return;
-    std::set<std::string> seen;
-    for (Sto::SignalListing& listing : OpenedFile::signalsOf(stream)) {
-      if (!seen.insert(listing.name).second) continue;
+    for (Sto::SignalListing& listing : namedSignals(stream)) {
       offered.push_back(listing.name);
       bool matches = patterns.empty();
       for (std::size_t i = 0; i < patterns.size(); ++i) {

@@ -92,14 +92,6 @@ std::string show(const Sample& sample) {
   return out.str();
 }
 
-/// The place of a signal's value type and shape in the order in which names are searched.
-std::size_t runOf(const Sto::SignalListing& listing) {
-  const auto isRun = [&](Lib::Run run) {
-    return run.type == listing.valueType && (run.shape == Lib::Shape::Array) == listing.isArray;
-  };
-  return static_cast<std::size_t>(std::ranges::find_if(Lib::kAllRuns, isRun) - Lib::kAllRuns.begin());
-}
-
 class Comparison {
  public:
   explicit Comparison(const std::string& name)
@@ -178,8 +170,9 @@ class Comparison {
         if (!taken.insert(listing.name).second) continue;
         if (!names.empty() && std::find(names.begin(), names.end(), listing.name) == names.end()) continue;
         // A name that stands in several types means the first of them, in whichever table of the stream.
-        const Sto::SignalListing& meant = *std::ranges::min_element(
-            listings, {}, [&](const auto& other) { return other.name == listing.name ? runOf(other) : SIZE_MAX; });
+        const Sto::SignalListing& meant = *std::ranges::min_element(listings, {}, [&](const auto& other) {
+          return other.name == listing.name ? Lib::runIndex(other.run()) : SIZE_MAX;
+        });
         if (store_.subscribe(Sto::kDirectMode, meant) != Sto::StoreStatus::Success) continue;
         store_.addToQuery(query_, Sto::kDirectMode, meant);
       }

@@ -15,7 +15,7 @@
 #include "codecs.h"
 #include "store/DataStore.h"
 #include "synth/DemoRecording.h"
-#include "tool/SampleWriter.h"
+#include "tool/TableWriter.h"
 
 namespace {
 
@@ -65,11 +65,19 @@ class Walk {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
   }
 
+  double bareSeconds() {
+    return seconds([](Lib::Nano, const std::vector<Lib::Sample>&) {});
+  }
+
   double exportSeconds() {
+    const auto before = std::chrono::steady_clock::now();
     Tool::Output output("/dev/null");
-    Tool::SampleWriter writer(output, {}, query_, start_);
-    writer.writeHeader();
-    return seconds([&](Lib::Nano time, const std::vector<Lib::Sample>& samples) { writer.writeRow(time, samples); });
+    Tool::SampleFormatter formatter({}, query_, start_);
+    Tool::TableWriter table(output, formatter);
+    seconds([&](Lib::Nano time, const std::vector<Lib::Sample>& samples) { table.addRow(time, samples); });
+    table.finish();
+    output.finish();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
   }
 
   std::size_t columns() const { return query_.columns().size(); }
@@ -93,7 +101,7 @@ void measure(const std::string& path, const Synth::DemoProtocol& protocol, std::
   std::vector<double> exports;
   std::vector<double> ratios;
   for (int run = 0; run < kRuns; ++run) {
-    walks.push_back(walk.seconds([](Lib::Nano, const std::vector<Lib::Sample>&) {}));
+    walks.push_back(walk.bareSeconds());
     exports.push_back(walk.exportSeconds());
     ratios.push_back(exports.back() / walks.back());
   }

@@ -7,8 +7,9 @@
 #include "tool/Commands.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
-#include "tool/SampleWriter.h"
+#include "tool/SampleFormatter.h"
 #include "tool/SignalChoice.h"
+#include "tool/TableWriter.h"
 #include "tool/TimeArgument.h"
 
 namespace Kvex::Tool {
@@ -67,18 +68,19 @@ struct Steps {
   }
 };
 
-void writeSamples(OpenedFile& file, const Sto::SignalQuery& query, const Steps& steps, SampleWriter& writer) {
+void writeSamples(OpenedFile& file, const Sto::SignalQuery& query, const Steps& steps, TableWriter& table) {
   std::vector<Lib::Sample> samples;
   unsigned sinceReport = 0;
   for (Lib::Nano time = steps.start; time < steps.end; time += steps.period) {
     if (file.store.readSamples(query, time, samples) == Sto::StoreStatus::Cancelled) throw Interrupted();
-    writer.writeRow(time, samples);
+    table.addRow(time, samples);
     if (++sinceReport == kSamplesPerReport) {
       sinceReport = 0;
       file.progress.setPercent(steps.percent(time));
     }
     if (time > INT64_MAX - steps.period) break;
   }
+  table.finish();
 }
 
 VrelExit exportSignals(ExportOptions options) {
@@ -89,13 +91,13 @@ VrelExit exportSignals(ExportOptions options) {
   const Steps steps{options.start ? options.start->from(file.start) : file.start,
                     options.end ? options.end->from(file.start) : file.end, options.period};
   Output output(options.output);
-  SampleWriter writer(output, options.style, query, file.start);
-  writer.writeHeader();
+  SampleFormatter formatter(options.style, query, file.start);
+  TableWriter table(output, formatter);
   // A bar would stand in the midst of a table that goes to the terminal.
   if (!output.isTerminal()) file.progress.follow(file.store.progress());
   if (file.store.seekAll(steps.start) == Sto::StoreStatus::Cancelled) throw Interrupted();
   if (!output.isTerminal()) file.progress.begin("Exporting");
-  writeSamples(file, query, steps, writer);
+  writeSamples(file, query, steps, table);
   output.finish();
   file.progress.stop();
   file.warnOfDamage();

@@ -70,8 +70,21 @@ void Output::fail(int error) const {
   throw Failure("cannot write " + name + ": " + std::generic_category().message(error));
 }
 
+void Output::write(std::string_view records) {
+  if (records.size() < kFlushSize) {
+    buffer_.append(records);
+    return endRecord();
+  }
+  flush();
+  writeOut(records);
+}
+
 void Output::flush() {
-  std::string_view rest(buffer_.data(), buffer_.size());
+  writeOut({buffer_.data(), buffer_.size()});
+  buffer_.clear();
+}
+
+void Output::writeOut(std::string_view rest) const {
   bool atLineStart = true;
   while (!rest.empty()) {
     if (interrupted()) {
@@ -87,7 +100,6 @@ void Output::flush() {
     rest.remove_prefix(static_cast<std::size_t>(written));
   }
   if (interrupted()) throw Interrupted();
-  buffer_.clear();
 }
 
 void Output::finish() {

@@ -26,10 +26,8 @@ class Output {
   void endRecord() {
     if (buffer_.size() >= kFlushSize) flush();
   }
-  void write(std::string_view records) {
-    buffer_.append(records);
-    endRecord();
-  }
+  /// Whole records; many at once do not go through the buffer.
+  void write(std::string_view records);
 
   /// Brings everything to its place. Nothing may be written afterwards.
   void finish();
@@ -41,6 +39,7 @@ class Output {
 
   void openFile();
   void flush();
+  void writeOut(std::string_view rest) const;
   [[noreturn]] void fail(int error) const;
 
   std::string path_;       ///< As given.

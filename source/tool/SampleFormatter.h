@@ -1,13 +1,15 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <fmt/format.h>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "store/SignalQuery.h"
-#include "tool/Output.h"
 
 namespace Kvex::Tool {
 
@@ -35,58 +37,65 @@ struct TableStyle {
   bool valueTexts = false;  ///< Texts in place of values, where a row has them.
 };
 
-/// Writes samples over time as text. Values that are not usable are empty in the wide shape. A long table has the
-/// fields time, stream, signal, flags, stamp, value.
-class SampleWriter {
+/// Samples over time as text. Values that are not usable are empty in the wide shape. A long table has the fields time,
+/// stream, signal, flags, stamp, value.
+class SampleFormatter {
  public:
-  /// `query` is what the samples come from, and must outlive the writer; `start` is where elapsed time counts from.
-  SampleWriter(Output& output, const TableStyle& style, const Sto::SignalQuery& query, Lib::Nano start);
+  /// `query` is what the samples come from, and must outlive the formatter; `start` is where elapsed time counts from.
+  SampleFormatter(const TableStyle& style, const Sto::SignalQuery& query, Lib::Nano start);
 
-  /// The line of names that opens a CSV table. JSON has none.
-  void writeHeader();
-  /// REQUIRES: one sample per column.
-  void writeRow(Lib::Nano time, std::span<const Lib::Sample> samples);
+  /// Appends the line of names that opens a CSV table. JSON has none.
+  void appendHeader(fmt::memory_buffer& buffer) const;
+  /// Appends the records of one time. REQUIRES: one sample per column.
+  void appendRow(fmt::memory_buffer& buffer, Lib::Nano time, std::span<const Lib::Sample> samples);
 
  private:
-  using AppendValue = void (*)(fmt::memory_buffer& buffer, const Lib::Sample& sample, TableFormat format);
+  /// The text of a number, kept since most values and times are those of the row or field before.
+  struct NumberText {
+    static constexpr std::size_t kRoom = 32;  ///< More than any number or time takes.
+
+    std::uint64_t bits = 0;
+    std::size_t size = 0;  ///< 0 for no text yet.
+    std::array<char, kRoom> text{};
+  };
+
+  using FormatNumber = char* (*)(char* out, const Lib::Sample& sample, bool json);
 
   /// A column with all of its text that is the same in each record.
   struct Column {
     const Sto::SignalListing* signal = nullptr;
+    FormatNumber format = nullptr;
     std::string key;        ///< Name and unit, as a wide table has them.
     std::string flagsKey;   ///< The same for its field of flags.
     std::string lead;       ///< What comes before its first field.
     std::string flagsLead;  ///< What comes before its field of flags in a wide table.
-    AppendValue append = nullptr;
+    NumberText value;
   };
 
-  /// The text of the newest time, kept since neighbouring fields often have the same.
-  struct TimeText {
-    Lib::Nano nano = 0;
-    std::string text;
-  };
+  class Cursor;
 
   bool isJson() const { return style_.format == TableFormat::Ndjson; }
+  bool isLong() const { return style_.shape == TableShape::Long; }
   std::string textField(std::string_view text) const;
   /// What comes before a field that is not the first one.
   std::string leadOf(std::string_view key) const;
   void addColumns(const Sto::SignalQuery& query);
-  std::string timeField(Lib::Nano nano) const;
-  void appendTime(TimeText& cached, Lib::Nano nano);
-  void appendValue(const Column& column, const Lib::Sample& sample);
-  void appendWide(Lib::Nano time, std::span<const Lib::Sample> samples);
-  void appendLong(Lib::Nano time, std::span<const Lib::Sample> samples);
+  char* formatTime(char* out, Lib::Nano nano) const;
+  void putTime(Cursor& out, NumberText& kept, Lib::Nano nano) const;
+  void putValue(Cursor& out, Column& column, const Lib::Sample& sample) const;
+  void putWide(Cursor& out, Lib::Nano time, std::span<const Lib::Sample> samples);
+  void putLong(Cursor& out, Lib::Nano time, std::span<const Lib::Sample> samples);
 
-  Output& output_;
   TableStyle style_;
   Lib::Nano start_;
   std::vector<Column> columns_;
   std::string open_;       ///< What comes before the first field of a record.
   std::string stampLead_;  ///< What comes before these fields of a long table.
   std::string valueLead_;
-  std::string close_;  ///< What ends a record.
-  TimeText time_;
-  TimeText stamp_;
+  std::string close_;        ///< What ends a record.
+  std::size_t rowRoom_ = 0;  ///< No row is longer, value texts not counted.
+  NumberText time_;
+  NumberText stamp_;
 };
 
 }  // namespace Kvex::Tool

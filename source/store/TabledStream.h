@@ -132,7 +132,8 @@ class TabledStream : public Stream {
   /// Calls `visitor(row, shape)` for each entry of each request set of the block.
   template <class Visitor>
   void forEachSubscribed(std::uint32_t block, Visitor&& visitor) const {
-    for (const auto& [request, set] : blocks_[block].sets) {
+    for (const auto& requested : blocks_[block].sets) {
+      const EntrySet& set = requested.second;
       for (Shape shape : {Shape::Scalar, Shape::Array}) {
         Lib::forEachType([&](auto tag) {
           for (const auto& entry : set.template of<typename decltype(tag)::Type>(shape)) visitor(*entry.row, shape);

@@ -117,7 +117,7 @@ constexpr DemoProtocol kProtocols[] = {
     {"can", "the vehicle bus, with its database", 110, openCan},
     {"quon", "a navigation unit", 120, openQuon},
     {"dask", "a navigation unit of the other kind", 130, openDask},
-    {"yeld", "a range unit that follows three vehicles, with their navigation units", 140, openChase},
+    {"yeld", "a range unit with three targets, and the navigation units of all vehicles", 140, openChase},
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "tool/Conversion.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <iostream>
@@ -85,6 +86,11 @@ int convert(const ConversionOptions& options) {
     store.addToQuery(query, Sto::kDirectMode, *zintStream, name);
   }
 
+  // Opening the input for output would empty it.
+  std::error_code ignored;
+  if (std::filesystem::equivalent(options.inputPath, options.outputPath, ignored)) {
+    return failOutput(options.outputPath);
+  }
   std::ofstream out(options.outputPath);
   if (!out) return failOutput(options.outputPath);
   out << std::fixed;

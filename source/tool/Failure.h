@@ -13,7 +13,7 @@ enum class VrelExit : int {
   Damaged = 3,  ///< Done, but data in the file was damaged or lost.
 };
 
-/// Ends a command with a message for standard error.
+/// Ends a command with a message for standard error, or without one if it is empty.
 class Failure : public std::runtime_error {
  public:
   explicit Failure(const std::string& message, VrelExit exitCode = VrelExit::Failed)

@@ -66,6 +66,8 @@ void Output::openFile() {
 }
 
 void Output::fail(int error) const {
+  // Who reads no further wants no message either ("vrel export ... | head").
+  if (path_.empty() && error == EPIPE) throw Failure("");
   const std::string name = path_.empty() ? "standard output" : '"' + printable(path_) + '"';
   throw Failure("cannot write " + name + ": " + std::generic_category().message(error));
 }

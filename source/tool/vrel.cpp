@@ -80,7 +80,7 @@ int main(int argc, char** argv) {
   try {
     return static_cast<int>(run(argc, argv));
   } catch (const Failure& failure) {
-    fmt::print(stderr, "vrel: {}\n", failure.what());
+    if (*failure.what() != '\0') fmt::print(stderr, "vrel: {}\n", failure.what());
     return static_cast<int>(failure.exit);
   } catch (const std::exception& error) {
     fmt::print(stderr, "vrel: {}\n", printable(error.what()));

@@ -54,12 +54,19 @@ struct StoreReading {
 
   /// Subscribes every signal of every Stream.
   void subscribeAll() {
+    subscribeIf([](const Sto::SignalListing&) { return true; });
+  }
+
+  /// Subscribes the signals for which `wanted` is true.
+  template <class Wanted>
+  void subscribeIf(Wanted&& wanted) {
     std::vector<Sto::SignalListing> signals;
     for (const std::uint32_t id : ids) {
       store.visitStream(
           id, [&](const Sto::Stream& stream, const Sto::Resource&) { stream.listSignals(signals, UINT32_MAX); });
     }
     for (const Sto::SignalListing& signal : signals) {
+      if (!wanted(signal)) continue;
       store.subscribe(Sto::kDirectMode, signal);
       store.addToQuery(query, Sto::kDirectMode, signal);
     }

@@ -1,3 +1,4 @@
+#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -40,6 +41,8 @@ TEST(Vrel2fixTest, AnswersEachCommandLine) {
   const std::string quon = dataPath("quon_triggers_11.quon");
   const std::string full = "Error: Output file \"/dev/full\" could not be written.\n";
   const std::string noFolder = "Error: Output file \"/nowhere/x\" could not be written.\n";
+  const std::string own = scratchPath("own.vrel");
+  std::ofstream(own, std::ios::binary) << contentsOf(plain);
   const CommandLine lines[] = {
       {"no arguments", "", 254, kUsage, count},
       {"unknown flag", "-x", 254, kUsage, count},
@@ -56,6 +59,8 @@ TEST(Vrel2fixTest, AnswersEachCommandLine) {
       {"unknown extension", dataPath("zint_plain_11.info.json") + " x 1", 252, "Added 0 streams from VREL file.\n",
        "Error: Resource failed to be added.\n"},
       {"full disk", plain + " /dev/full 1", 250, found, full},
+      {"output into the input", own + " " + own + " 1", 250, found,
+       "Error: Output file \"" + own + "\" could not be written.\n"},
       {"no such folder", plain + " /nowhere/x 1", 250, found, noFolder},
       {"largest period", plain + " " + scratchPath("one.txt") + " 99999999999", 0,
        found + "1 lines written to file \"\"" + scratchPath("one.txt") + "\"\"\n", ""},
@@ -67,6 +72,7 @@ TEST(Vrel2fixTest, AnswersEachCommandLine) {
     EXPECT_EQ(result.output, kBanner + line.output);
     EXPECT_EQ(result.errors, line.errors);
   }
+  EXPECT_EQ(contentsOf(own), contentsOf(plain)) << "the input stays as it is";
   EXPECT_EQ(runCommand("vrel2fix", quon + " x 1").exitCode, 251) << "a file without self-describing signals";
 }
 

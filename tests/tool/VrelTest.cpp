@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <sys/stat.h>
 
 #include "support/Command.h"
 #include "support/Golden.h"
@@ -93,6 +95,68 @@ TEST(VrelTest, ADemonstrationIsWholeAndConverts) {
   for (const auto& stream : info["streams"]) EXPECT_TRUE(stream["hasTime"]) << stream["codec"];
   EXPECT_EQ(runCommand("vrel2fix", demo + " " + scratchPath("demo.txt") + " 1").exitCode, 0);
   EXPECT_FALSE(contentsOf(scratchPath("demo.txt")).empty());
+}
+
+/// A file with something done to its bytes, and what `vrel check` says of it.
+struct Damage {
+  const char* file;
+  void (*harm)(std::string& bytes);
+  int exitCode;
+  const char* verdict;
+};
+
+TEST(VrelTest, TellsWhatDamageMeans) {
+  const auto cutHole = [](std::string& bytes) { bytes.erase(bytes.size() / 2, 5000); };
+  const auto spoilByte = [](std::string& bytes) { bytes[bytes.size() / 2] ^= 1; };
+  const auto cutEnd = [](std::string& bytes) { bytes.resize(bytes.size() - 20); };
+  const auto addJunk = [](std::string& bytes) { bytes.insert(bytes.size() / 2, 100, 'x'); };
+  const Damage damages[] = {
+      {"zint_plain_11.vrel", [](std::string&) {}, 0, "Nothing was lost."},
+      {"zint_plain_11.vrel", cutHole, 3, "pages of stream 0 are missing, near "},
+      {"zint_plain_11.vrel", spoilByte, 3, "1 page of stream 0 is missing, near "},
+      {"zint_plain_11.vrel", cutEnd, 3, "end"},
+      {"quon_triggers_11.quon", addJunk, 3, "bytes"},
+      {"yeld_chase2_lanes_11.yeld", cutEnd, 3, "end"},
+  };
+  for (const Damage& damage : damages) {
+    std::string bytes = contentsOf(dataPath(damage.file));
+    damage.harm(bytes);
+    const std::string path = scratchPath(std::string("harmed-") + damage.file);
+    std::ofstream(path, std::ios::binary) << bytes;
+    const auto result = runCommand("vrel", "check " + path);
+    EXPECT_EQ(result.exitCode, damage.exitCode) << damage.file << damage.verdict;
+    EXPECT_NE(result.output.find(damage.verdict), std::string::npos) << result.output;
+  }
+}
+
+TEST(VrelTest, LongTablesKeepTheirOrder) {
+  constexpr std::int64_t kPeriod = 100'000;
+  const std::string table = scratchPath("long.csv");
+  const auto result = runCommand("vrel", "export " + dataPath("zint_plain_11.vrel") + " --period 0.0001 -o " + table);
+  ASSERT_EQ(result.exitCode, 0) << result.errors;
+  std::ifstream file(table);
+  std::string line;
+  std::getline(file, line);
+  const auto fields = std::count(line.begin(), line.end(), ',');
+  std::int64_t time = 1417651425000000000;
+  for (; std::getline(file, line); time += kPeriod) {
+    ASSERT_EQ(line.substr(0, line.find(',')), std::to_string(time));
+    ASSERT_EQ(std::count(line.begin(), line.end(), ','), fields);
+  }
+  EXPECT_EQ(time, 1417651441490000000) << "the end of the file";
+}
+
+TEST(VrelTest, AnInterruptEndsATableWithAWholeLine) {
+  const std::string pipe = scratchPath("pipe");
+  const std::string read = scratchPath("read");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  // The table fills the pipe and waits for a reader, who comes after the interrupt.
+  const auto result = runCommand("vrel", "export " + dataPath("zint_plain_11.vrel") + " --period 0.0001 >" + pipe +
+                                             " 2>" + pipe + ".errors & vrel=$!; exec 3<" + pipe +
+                                             "; sleep 1; kill -INT $vrel; cat <&3 >" + read + "; wait $vrel");
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(contentsOf(pipe + ".errors"), "vrel: interrupted\n");
+  EXPECT_EQ(contentsOf(read).back(), '\n');
 }
 
 TEST(VrelTest, AFailedExportLeavesNoFile) {

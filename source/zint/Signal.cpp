@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstring>
 #include <iomanip>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <type_traits>
 
@@ -201,11 +202,10 @@ constexpr bool kMaps = [] {
   return sizeof(T) < sizeof(U) && (std::is_signed_v<U> || std::is_unsigned_v<T>);
 }();
 
-/// The most bits that a mapped floating type holds exactly.
+/// The most bits that a mapped floating type holds exactly. A mapped integer sets no limit.
 template <class U>
-constexpr std::uint32_t kMaxMappedBits = std::is_same_v<U, float>    ? 24
-                                         : std::is_same_v<U, double> ? 53
-                                                                     : 64;
+constexpr std::uint32_t kMaxMappedBits =
+    std::is_floating_point_v<U> ? std::numeric_limits<U>::digits : std::numeric_limits<std::uint32_t>::max();
 
 constexpr int countPairs() {
   int count = 0;

@@ -100,6 +100,7 @@ TEST(DefinitionsTest, readsDocuments) {
       {"base empty", oneSignal(R"("BT": "")"), ""},
       {"base of another kind", oneSignal(R"("BT": 5, "BS": 8)"), "-1  int32_t>int32_t 8@0; "},
       {"mapped", oneSignal(R"("BT": "U", "BS": 8, "MT": "s64")"), "-1  uint8_t>int64_t 8@0; "},
+      {"mapped, and wider than any type", oneSignal(R"("BS": 65, "MT": "S64")"), "-1  int32_t>int64_t 65@0; "},
       {"mapped of another kind", oneSignal(R"("BT": "U", "BS": 8, "MT": null)"), "-1  uint8_t>uint8_t 8@0; "},
       {"mapped unknown", oneSignal(R"("MT": "R16")"), ""},
       {"mapped narrower", oneSignal(R"("MT": "S16")"), ""},

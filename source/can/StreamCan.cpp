@@ -22,8 +22,7 @@ using CanTable = SignalTable<CanRecord, std::monostate>;
 constexpr std::string_view kDatabaseTag = "(Kvex-Can-Dbc)";
 /// A packet of classic frames: the time, and 16 bytes for each frame. Only these are looked at by the probe.
 constexpr std::size_t kClassicFrameSize = 16;
-/// The group bit of signals that the recording defines, and the source word of their rows.
-constexpr std::uint32_t kDefinedGroup = 2;
+/// The source word of rows that the recording defines.
 constexpr std::uint32_t kDatabaseSource = 1;
 
 /// The row of a time signal: `kField` of the record's times.

@@ -32,7 +32,7 @@ class Attitude {
     if (!built_) {
       heading_ = Lib::headingRotation(angles_);
       level_ = Lib::levelRotation(angles_);
-      body_ = heading_ * level_;
+      body_ = Lib::fullRotation(angles_);
       built_ = true;
     }
     return *this;

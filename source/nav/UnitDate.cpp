@@ -19,7 +19,8 @@ UnitDate unitDate(const Lib::CalendarDate& date) {
 
 std::optional<UnitDate> firmwareDate(std::string_view deviceId) {
   if (deviceId.size() < 6) return std::nullopt;
-  const auto pair = [&](std::size_t at) { return (deviceId[at] - '0') * 10 + (deviceId[at + 1] - '0'); };
+  const auto digit = [&](std::size_t at) { return static_cast<std::uint8_t>(deviceId[at]) - '0'; };
+  const auto pair = [&](std::size_t at) { return digit(at) * 10 + digit(at + 1); };
   return unitDate({.year = 2000 + pair(0), .month = pair(2), .day = pair(4)});
 }
 

@@ -1,15 +1,17 @@
 #include "range/RangeChannels.h"
 
 #include <array>
+#include <bit>
+#include <cstring>
 #include <fmt/format.h>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <utility>
 
 #include "library/Enumerations.h"
-#include "library/TimeUnits.h"
-#include "library/Wrapping.h"
 #include "nav/ExtendedCount.h"
+#include "nav/UnitDate.h"
 #include "range/FieldRun.h"
 #include "range/RangeLayouts.h"
 
@@ -64,28 +66,21 @@ void readMinuteAndModes(const ChannelPacket& packet) {
   readPosMode(packet, packet.wants(TG::ModeStatus), packet.target().PosMode, 5);
 }
 
-/// Builds the unit's firmware date from the six digits, YYMMDD, that a version text begins with.
+/// The unit's firmware date, which its version text begins with.
 void writeFirmwareDate(const ChannelPacket& packet) {
   RangeBody& body = packet.body();
   if (!packet.state.open(packet.wants(BG::NanoFirmware) && body.DevID.usable(), body.NanoFirmware, body.DateFirmware)) {
     return;
   }
-  std::array<std::int32_t, 3> parts{};
-  for (std::size_t i = 0; i < 6; ++i) {
-    const std::uint8_t character = packet.data.u8(i);
-    if (character == 0) {
-      body.NanoFirmware.flags = body.DateFirmware.flags = kNotAvailable;
-      return;
-    }
-    parts[i / 2] = parts[i / 2] * 10 + (character - '0');
+  const auto version = std::bit_cast<std::array<char, 8>>(packet.data.u64(0));
+  const std::optional<Nav::UnitDate> date =
+      Nav::firmwareDate({version.data(), ::strnlen(version.data(), version.size())});
+  if (!date) {
+    body.NanoFirmware.flags = body.DateFirmware.flags = kNotAvailable;
+    return;
   }
-  const auto [year, month, day] = parts;
-  const Lib::CalendarTime date{.year = 2000 + year, .month = month, .day = day};
-  packet.state.write(body.NanoFirmware,
-                     Lib::wrappingMultiply(Lib::secondsFromCalendar(date, true), Lib::kNanosPerSecond));
-  const bool isDate = month >= 0 && month <= 99 && day >= 0 && day <= 99;
-  packet.state.write(body.DateFirmware,
-                     isDate ? static_cast<std::uint32_t>(date.year * 10000 + month * 100 + day) : 0U);
+  packet.state.write(body.NanoFirmware, date->start);
+  packet.state.write(body.DateFirmware, date->digits);
 }
 
 void readDevID(const ChannelPacket& packet) {

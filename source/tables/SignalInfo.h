@@ -12,6 +12,10 @@ using Lib::Sample;
 using Lib::Shape;
 using Lib::ValueType;
 
+// Bits of a row's group mask.
+inline constexpr std::uint32_t kFixedGroup = 1;    ///< Rows that a protocol has in every file.
+inline constexpr std::uint32_t kDefinedGroup = 2;  ///< Rows of a recording's own definitions.
+
 /// What every signal tells about itself, and what a listing hands out.
 struct SignalInfo {
   std::string name;         ///< Case-sensitive; unique within its table.
@@ -29,8 +33,8 @@ struct SignalInfo {
   double dialStart = 225.0;  ///< Position of `rangeLow` on a round gauge, in degrees.
   double dialSweep = 270.0;  ///< Sweep from `rangeLow` to `rangeHigh`, in degrees; the sign is its direction.
 
-  std::int32_t ordinal = -1;    ///< Place in the order of registration, from 0; -1 until the row is inserted.
-  std::uint32_t groupMask = 1;  ///< Group bits that a listing tests.
+  std::int32_t ordinal = -1;              ///< Place in the order of registration, from 0; -1 until the row is inserted.
+  std::uint32_t groupMask = kFixedGroup;  ///< Group bits that a listing tests.
 
   /// The text form of a value of this signal, for signals whose value has one. The sample is of the row's type.
   std::string (*valueText)(const Sample& value, const SignalInfo& info) = nullptr;

@@ -8,9 +8,6 @@ namespace {
 
 constexpr std::string_view kDefinitionTag = "/Kvex-Zint-Dbu/";
 
-/// Tells rows of a recording's own definitions from those of a fixed table.
-constexpr std::uint32_t kDefinedGroup = 2;
-
 }  // namespace
 
 StreamZint::StreamZint(ResourceKind kind, std::uint32_t serialNumber)

@@ -26,6 +26,20 @@ char* putText(char* out, std::string_view text) {
   return out + text.size();
 }
 
+/// Text that comes before a field: mostly a comma, for which a call would take longer than the writing.
+char* putLead(char* out, std::string_view lead) {
+  if (lead.size() != 1) return putText(out, lead);
+  *out = lead.front();
+  return out + 1;
+}
+
+/// Makes room in a buffer behind `out`, and gives the place of `out`, which may have moved.
+char* withRoom(fmt::memory_buffer& buffer, const char* out, std::size_t room) {
+  const auto used = static_cast<std::size_t>(out - buffer.data());
+  if (buffer.size() < used + room) buffer.resize(used + room);
+  return buffer.data() + used;
+}
+
 template <class Number>
 char* putNumber(char* out, Number number) {
   return fmt::format_to(out, FMT_COMPILE("{}"), number);
@@ -73,39 +87,6 @@ std::string elementName(const Sto::SignalListing& signal, std::uint32_t element)
 }
 
 }  // namespace
-
-/// Appends to a buffer that has room enough, without asking for it at every step.
-class SampleFormatter::Cursor {
- public:
-  /// `room` is what all that is put takes at the most, except for texts of no known size.
-  Cursor(fmt::memory_buffer& buffer, std::size_t room) : buffer_(buffer), room_(room), at_(buffer.size()) { ensure(0); }
-  ~Cursor() { buffer_.resize(at_); }
-  Cursor(const Cursor&) = delete;
-  Cursor& operator=(const Cursor&) = delete;
-
-  void put(std::string_view text) { moveTo(putText(here(), text)); }
-  void put(const NumberText& number) {
-    // A copy of fixed size is quicker than one of just the text.
-    std::memcpy(here(), number.text.data(), NumberText::kRoom);
-    at_ += number.size;
-  }
-  void putFlags(std::uint8_t flags) { moveTo(putNumber(here(), unsigned{flags})); }
-  void putLongText(std::string_view text) {
-    ensure(text.size());
-    put(text);
-  }
-
- private:
-  char* here() { return buffer_.data() + at_; }
-  void moveTo(const char* end) { at_ = static_cast<std::size_t>(end - buffer_.data()); }
-  void ensure(std::size_t more) {
-    if (buffer_.size() < at_ + room_ + more) buffer_.resize(at_ + room_ + more);
-  }
-
-  fmt::memory_buffer& buffer_;
-  std::size_t room_;
-  std::size_t at_;
-};
 
 SampleFormatter::SampleFormatter(const TableStyle& style, const Sto::SignalQuery& query, Nano start)
     : style_(style),
@@ -170,40 +151,42 @@ void SampleFormatter::appendHeader(fmt::memory_buffer& buffer) const {
 }
 
 void SampleFormatter::appendRow(fmt::memory_buffer& buffer, Nano time, std::span<const Sample> samples) {
-  Cursor out(buffer, rowRoom_);
-  isLong() ? putLong(out, time, samples) : putWide(out, time, samples);
+  char* const begin = withRoom(buffer, buffer.data() + buffer.size(), rowRoom_);
+  char* const end = isLong() ? putLong(buffer, begin, time, samples) : putWide(buffer, begin, time, samples);
+  buffer.resize(static_cast<std::size_t>(end - buffer.data()));
 }
 
-void SampleFormatter::putWide(Cursor& out, Nano time, std::span<const Sample> samples) {
-  out.put(open_);
-  putTime(out, time_, time);
+char* SampleFormatter::putWide(fmt::memory_buffer& buffer, char* out, Nano time, std::span<const Sample> samples) {
+  out = putText(out, open_);
+  out = putTime(out, time_, time);
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     Column& column = columns_[i];
-    out.put(column.lead);
+    out = putLead(out, column.lead);
     if (samples[i].usable()) {
-      putValue(out, column, samples[i]);
+      out = putValue(buffer, out, column, samples[i]);
     } else if (isJson()) {
-      out.put("null");
+      out = putText(out, "null");
     }
     if (!style_.flags) continue;
-    out.put(column.flagsLead);
-    out.putFlags(samples[i].flags);
+    out = putLead(out, column.flagsLead);
+    out = putNumber(out, unsigned{samples[i].flags});
   }
-  out.put(close_);
+  return putText(out, close_);
 }
 
-void SampleFormatter::putLong(Cursor& out, Nano time, std::span<const Sample> samples) {
+char* SampleFormatter::putLong(fmt::memory_buffer& buffer, char* out, Nano time, std::span<const Sample> samples) {
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    out.put(open_);
-    putTime(out, time_, time);
-    out.put(columns_[i].lead);
-    out.putFlags(samples[i].flags);
-    out.put(stampLead_);
-    putTime(out, stamp_, samples[i].time);
-    out.put(valueLead_);
-    putValue(out, columns_[i], samples[i]);
-    out.put(close_);
+    out = putText(out, open_);
+    out = putTime(out, time_, time);
+    out = putText(out, columns_[i].lead);
+    out = putNumber(out, unsigned{samples[i].flags});
+    out = putLead(out, stampLead_);
+    out = putTime(out, stamp_, samples[i].time);
+    out = putLead(out, valueLead_);
+    out = putValue(buffer, out, columns_[i], samples[i]);
+    out = putText(out, close_);
   }
+  return out;
 }
 
 char* SampleFormatter::formatTime(char* out, Nano nano) const {
@@ -221,25 +204,32 @@ char* SampleFormatter::formatTime(char* out, Nano nano) const {
   }
 }
 
-void SampleFormatter::putTime(Cursor& out, NumberText& kept, Nano nano) const {
+char* SampleFormatter::putKept(char* out, const NumberText& kept) {
+  // A copy of fixed size is quicker than one of just the text.
+  std::memcpy(out, kept.text.data(), NumberText::kRoom);
+  return out + kept.size;
+}
+
+char* SampleFormatter::putTime(char* out, NumberText& kept, Nano nano) const {
   const auto bits = static_cast<std::uint64_t>(nano);
   if (kept.bits != bits || kept.size == 0) {
     kept.size = static_cast<std::size_t>(formatTime(kept.text.data(), nano) - kept.text.data());
     kept.bits = bits;
   }
-  out.put(kept);
+  return putKept(out, kept);
 }
 
-void SampleFormatter::putValue(Cursor& out, Column& column, const Sample& sample) const {
+char* SampleFormatter::putValue(fmt::memory_buffer& buffer, char* out, Column& column, const Sample& sample) const {
   if (style_.valueTexts && column.signal->valueText != nullptr) {
-    return out.putLongText(textField(column.signal->valueText(sample, *column.signal)));
+    const std::string text = textField(column.signal->valueText(sample, *column.signal));
+    return putText(withRoom(buffer, out, rowRoom_ + text.size()), text);
   }
   NumberText& kept = column.value;
   if (kept.bits != sample.value || kept.size == 0) {
     kept.size = static_cast<std::size_t>(column.format(kept.text.data(), sample, isJson()) - kept.text.data());
     kept.bits = sample.value;
   }
-  out.put(kept);
+  return putKept(out, kept);
 }
 
 }  // namespace Kvex::Tool

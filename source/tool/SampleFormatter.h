@@ -37,13 +37,19 @@ struct TableStyle {
   bool valueTexts = false;  ///< Texts in place of values, where a row has them.
 };
 
+/// Bytes of memory that processor cores exchange as one. What two threads write to at a time must not share them, or
+/// each waits for the other.
+inline constexpr std::size_t kCacheLine = 64;
+
 /// Samples over time as text. Values that are not usable are empty in the wide shape. A long table has the fields time,
 /// stream, signal, flags, stamp, value.
-class SampleFormatter {
+class alignas(kCacheLine) SampleFormatter {
  public:
   /// `query` is what the samples come from, and must outlive the formatter; `start` is where elapsed time counts from.
   SampleFormatter(const TableStyle& style, const Sto::SignalQuery& query, Lib::Nano start);
 
+  /// Whether the stamps of samples are shown.
+  bool hasStamps() const { return isLong(); }
   /// Appends the line of names that opens a CSV table. JSON has none.
   void appendHeader(fmt::memory_buffer& buffer) const;
   /// Appends the records of one time. REQUIRES: one sample per column.
@@ -72,8 +78,6 @@ class SampleFormatter {
     NumberText value;
   };
 
-  class Cursor;
-
   bool isJson() const { return style_.format == TableFormat::Ndjson; }
   bool isLong() const { return style_.shape == TableShape::Long; }
   std::string textField(std::string_view text) const;
@@ -81,10 +85,12 @@ class SampleFormatter {
   std::string leadOf(std::string_view key) const;
   void addColumns(const Sto::SignalQuery& query);
   char* formatTime(char* out, Lib::Nano nano) const;
-  void putTime(Cursor& out, NumberText& kept, Lib::Nano nano) const;
-  void putValue(Cursor& out, Column& column, const Lib::Sample& sample) const;
-  void putWide(Cursor& out, Lib::Nano time, std::span<const Lib::Sample> samples);
-  void putLong(Cursor& out, Lib::Nano time, std::span<const Lib::Sample> samples);
+  // These write at `out`, where there is room for a row, and give the place behind what they wrote.
+  static char* putKept(char* out, const NumberText& kept);
+  char* putTime(char* out, NumberText& kept, Lib::Nano nano) const;
+  char* putValue(fmt::memory_buffer& buffer, char* out, Column& column, const Lib::Sample& sample) const;
+  char* putWide(fmt::memory_buffer& buffer, char* out, Lib::Nano time, std::span<const Lib::Sample> samples);
+  char* putLong(fmt::memory_buffer& buffer, char* out, Lib::Nano time, std::span<const Lib::Sample> samples);
 
   TableStyle style_;
   Lib::Nano start_;

@@ -23,7 +23,7 @@ class TableWriter {
   void finish();
 
  private:
-  struct Block {
+  struct alignas(kCacheLine) Block {
     std::vector<Lib::Nano> times;      ///< One per row.
     std::vector<Lib::Sample> samples;  ///< Row after row.
     fmt::memory_buffer text;

@@ -12,7 +12,7 @@ TableWriter::TableWriter(Output& output, SampleFormatter& formatter) : output_(o
 void TableWriter::addRow(Lib::Nano time, std::span<const Lib::Sample> samples) {
   filling_.times.push_back(time);
   filling_.samples.insert(filling_.samples.end(), samples.begin(), samples.end());
-  if (filling_.samples.size() < kBlockSamples) return;
+  if (filling_.samples.size() + filling_.times.size() < kBlockSize) return;
   writeFormatted();
   std::swap(filling_, formatting_);
   formatted_ = std::async(std::launch::async, [this] { format(formatting_); });

@@ -29,8 +29,8 @@ class TableWriter {
     fmt::memory_buffer text;
   };
 
-  /// Samples in a block: a few MiB, and work enough to be worth a thread.
-  static constexpr std::size_t kBlockSamples = 0x20000;
+  /// Samples and times in a block: a few MiB, and work enough to be worth a thread.
+  static constexpr std::size_t kBlockSize = 0x20000;
 
   void format(Block& block);
   void writeFormatted();

@@ -204,8 +204,8 @@ constexpr bool kMaps = [] {
 
 /// The most bits that a mapped floating type holds exactly. A mapped integer sets no limit.
 template <class U>
-constexpr std::uint32_t kMaxMappedBits =
-    std::is_floating_point_v<U> ? std::numeric_limits<U>::digits : std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint32_t kMaxMappedBits = std::is_floating_point_v<U> ? std::numeric_limits<U>::digits
+                                                                     : std::numeric_limits<std::uint32_t>::max();
 
 constexpr int countPairs() {
   int count = 0;

@@ -1,7 +1,6 @@
 #include "tool/Interrupt.h"
 
 #include <atomic>
-#include <csignal>
 
 namespace Kvex::Tool {
 
@@ -30,6 +29,16 @@ void catchInterrupts() {
 
 bool interrupted() {
   return interruptSeen;
+}
+
+SignalsBlocked::SignalsBlocked() {
+  sigset_t all;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before_);
+}
+
+SignalsBlocked::~SignalsBlocked() {
+  pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
 CancelOnInterrupt::CancelOnInterrupt(Sto::DataStore& store) {

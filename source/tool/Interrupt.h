@@ -1,5 +1,7 @@
 #pragma once
 
+#include <csignal>
+
 #include "store/DataStore.h"
 
 namespace Kvex::Tool {
@@ -10,6 +12,19 @@ void catchInterrupts();
 
 /// Whether an interrupt has come.
 bool interrupted();
+
+/// Keeps signals from this thread while it stands. A thread that is started meanwhile keeps them away for good: they go
+/// to the thread that does the work, so that a write that waits there is interrupted.
+class SignalsBlocked {
+ public:
+  SignalsBlocked();
+  ~SignalsBlocked();
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t before_;
+};
 
 /// Cancels a store's operations when an interrupt comes. One at a time.
 class CancelOnInterrupt {

@@ -1,10 +1,11 @@
 #include "tool/ProgressBar.h"
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <fmt/format.h>
 #include <unistd.h>
+
+#include "tool/Interrupt.h"
 
 namespace Kvex::Tool {
 
@@ -55,14 +56,9 @@ void ProgressBar::begin(std::string title) {
 
 void ProgressBar::start() {
   if (thread_.joinable() || ::isatty(STDERR_FILENO) == 0) return;
-  // Signals go to the thread that does the work, so that a write that waits there is interrupted.
-  sigset_t all;
-  sigset_t before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before);
   stopping_ = false;
+  const SignalsBlocked blocked;
   thread_ = std::thread([this] { run(); });
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 void ProgressBar::stop() {

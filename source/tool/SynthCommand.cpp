@@ -30,20 +30,14 @@ std::vector<const Synth::DemoProtocol*> chooseProtocols(const std::vector<std::s
   return chosen;
 }
 
-VrelExit writeDemo(const SynthOptions& options) {
-  Output output(options.output);
-  OutputStreambuf streambuf(output);
-  std::ostream stream(&streambuf);
-  stream.exceptions(std::ios::badbit);  // lets the output's own failures through
-  const Lib::Nano length = Lib::Nano{options.seconds} * Lib::kNanosPerSecond;
-  if (const auto nextPacket = Synth::bareDemo(Sto::lowerExtension(options.output), options.seed, length)) {
-    for (auto packet = nextPacket(); !packet.empty(); packet = nextPacket()) {
-      if (interrupted()) throw Interrupted();
-      stream.write(reinterpret_cast<const char*>(packet.data()), static_cast<std::streamsize>(packet.size()));
-    }
-    output.finish();
-    return VrelExit::Good;
+void writeBare(std::ostream& stream, const Synth::BarePackets& nextPacket) {
+  for (auto packet = nextPacket(); !packet.empty(); packet = nextPacket()) {
+    if (interrupted()) throw Interrupted();
+    stream.write(reinterpret_cast<const char*>(packet.data()), static_cast<std::streamsize>(packet.size()));
   }
+}
+
+void writeRecording(std::ostream& stream, const SynthOptions& options) {
   Synth::DemoRecording demo(stream, chooseProtocols(options.streams), options.seed);
   ProgressBar progress;
   progress.begin("Writing");
@@ -54,6 +48,19 @@ VrelExit writeDemo(const SynthOptions& options) {
     progress.setPercent(100.0 * static_cast<double>(step) / static_cast<double>(steps));
   }
   demo.end();
+}
+
+VrelExit writeDemo(const SynthOptions& options) {
+  const Lib::Nano length = Lib::Nano{options.seconds} * Lib::kNanosPerSecond;
+  const auto barePackets = Synth::bareDemo(Sto::lowerExtension(options.output), options.seed, length);
+  if (barePackets && !options.streams.empty()) {
+    throw Failure("--streams is for recordings; the ending of a bare file tells its protocol", VrelExit::WrongUsage);
+  }
+  Output output(options.output);
+  OutputStreambuf streambuf(output);
+  std::ostream stream(&streambuf);
+  stream.exceptions(std::ios::badbit);  // lets the output's own failures through
+  barePackets ? writeBare(stream, barePackets) : writeRecording(stream, options);
   output.finish();
   return VrelExit::Good;
 }

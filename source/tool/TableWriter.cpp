@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "tool/Interrupt.h"
+
 namespace Kvex::Tool {
 
 TableWriter::TableWriter(Output& output, SampleFormatter& formatter) : output_(output), formatter_(formatter) {
@@ -15,6 +17,7 @@ void TableWriter::addRow(Lib::Nano time, std::span<const Lib::Sample> samples) {
   if (filling_.samples.size() + filling_.times.size() < kBlockSize) return;
   writeFormatted();
   std::swap(filling_, formatting_);
+  const SignalsBlocked blocked;
   formatted_ = std::async(std::launch::async, [this] { format(formatting_); });
 }
 

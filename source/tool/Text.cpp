@@ -15,6 +15,12 @@ bool isControl(unsigned char byte) {
   return byte < 0x20 || byte == 0x7F;
 }
 
+/// The number of characters of a UTF-8 text.
+std::size_t characterCount(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
 }  // namespace
 
 std::string printable(std::string_view text) {
@@ -29,11 +35,6 @@ std::string printable(std::string_view text) {
     result += secondRange || isControl(byte) ? '?' : text[at];
   }
   return result;
-}
-
-std::size_t characterCount(std::string_view text) {
-  return static_cast<std::size_t>(
-      std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
 }
 
 std::string csvField(std::string_view text) {

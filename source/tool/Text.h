@@ -16,9 +16,6 @@ namespace Kvex::Tool {
 /// Control characters become "?".
 std::string printable(std::string_view text);
 
-/// The number of characters of a UTF-8 text.
-std::size_t characterCount(std::string_view text);
-
 /// A field of a CSV file, quoted where it holds a comma, a quote or a line end (RFC 4180).
 std::string csvField(std::string_view text);
 

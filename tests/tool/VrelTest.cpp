@@ -54,6 +54,7 @@ TEST(VrelTest, AnswersEachCommandLine) {
        "2024-12-08T00:03:28.500000000Z", ""},
       {"a full disk", "export " + plain + " -o /dev/full", 1, "", "/dev/full"},
       {"signals of a kind", "signals " + plain + " --match 'Gnss*Alt*'", 0, "GnssInt1_Altitude", ""},
+      {"streams of a bare file", "synth " + scratchPath("x.quon") + " --streams can", 2, "", "--streams"},
       {"an unknown demonstration stream", "synth " + scratchPath("x.vrel") + " --streams cheese", 2, "", "cheese"},
   };
   for (const CommandLine& line : lines) {

@@ -49,6 +49,8 @@ struct RangeRecord {
   std::array<RangeTarget, kTargets> targets;
   RangeBody body;
 
+  const NavField<std::int64_t>& time() const { return body.Nano; }
+
   /// Every field without a value, as at the start of a walk: value and stamps 0, flags 144.
   void reset();
 };

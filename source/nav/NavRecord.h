@@ -75,6 +75,8 @@ struct NavRecord {
 
   /// Brings every field to the state in which a walk starts.
   void reset();
+  /// Takes all marks of being written back: what a decoder lays in at the start of a walk is no write.
+  void clearWritten();
 };
 
 }  // namespace Kvex::Nav

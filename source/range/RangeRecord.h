@@ -53,6 +53,8 @@ struct RangeRecord {
 
   /// Every field without a value, as at the start of a walk: value and stamps 0, flags 144.
   void reset();
+  /// Takes all marks of being written back: what a decoder lays in at the start of a walk is no write.
+  void clearWritten();
 };
 
 }  // namespace Kvex::Rng

@@ -134,22 +134,24 @@ int main(int argc, char** argv) {
 
   Synth::NavDrive drive(Nav::kQuonProtocol, 1, kStart);
   writeFile(quon, quonSize, [&] { return drive.next(); });
-  compare<Sto::LogicalNavAny>(quon, "navigation",
-                              {{"adding the file", 8, [&] { return addFile(quon); }},
-                               {"walk with Lat, Lon, Alt", 5,
-                                [&] {
-                                  return walk(quon, {"Lat", "Lon", "Alt"});
-                                }},
-                               {"walk with all signals", 80, [&] { return walk(quon, {}); }}});
+  compare<Sto::LogicalPackets<Nav::NavFraming, Sto::AnyPacket>>(
+      quon, "navigation",
+      {{"adding the file", 8, [&] { return addFile(quon); }},
+       {"walk with Lat, Lon, Alt", 5,
+        [&] {
+          return walk(quon, {"Lat", "Lon", "Alt"});
+        }},
+       {"walk with all signals", 80, [&] { return walk(quon, {}); }}});
 
   Synth::RangeChase chase(1, kStart, Synth::RangeChase::kMaxTargets);
   writeFile(yeld, yeldSize, [&] { return chase.wrapped(chase.next()); });
-  compare<Sto::LogicalRngAny>(yeld, "range, four targets",
-                              {{"adding the file", 8, [&] { return addFile(yeld); }},
-                               {"walk with three ranges of target 1", 6,
-                                [&] {
-                                  return walk(yeld, {"Target1_RangeLon", "Target1_RangeLat", "Target1_RangeRateLon"});
-                                }},
-                               {"walk with all signals", 120, [&] { return walk(yeld, {}); }}});
+  compare<Sto::LogicalPackets<Rng::RangeFormat, Sto::AnyPacket>>(
+      yeld, "range, four targets",
+      {{"adding the file", 8, [&] { return addFile(yeld); }},
+       {"walk with three ranges of target 1", 6,
+        [&] {
+          return walk(yeld, {"Target1_RangeLon", "Target1_RangeLat", "Target1_RangeRateLon"});
+        }},
+       {"walk with all signals", 120, [&] { return walk(yeld, {}); }}});
   return EXIT_SUCCESS;
 }

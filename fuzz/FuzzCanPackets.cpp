@@ -28,8 +28,8 @@ Packets split(std::span<const std::uint8_t> input) {
 }
 
 void scan(Sto::StreamCan& stream, const Packets& packets) {
-  for (const auto& packet : packets) stream.scanPacket(std::span(packet));
-  stream.scanDone();
+  for (const auto& packet : packets) stream.take(std::span(packet), Sto::Pass::Scan);
+  stream.endScan();
 }
 
 std::vector<Lib::Sample> lastValues(const Sto::StreamCan& stream) {
@@ -49,13 +49,14 @@ bool same(const Lib::Sample& a, const Lib::Sample& b) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const std::string kHeader = Synth::CanBus::headerPacket();
   const Packets packets = split({data, size});
-  Sto::StreamCan stream(Sto::ResourceKind::Recording, 1);
-  stream.header.addHeader(Com::TaggedPacket(kHeader));
-  stream.headerReady();
+  Sto::StreamCan stream({Lib::StreamCodec::Can, Sto::ResourceKind::Recording, 1});
+  Com::TaggedHeader header;
+  header.addHeader(Com::TaggedPacket(kHeader));
+  stream.takeHeader(std::move(header), {});
   for (const auto& packet : packets) {
-    if (stream.probePacket(std::span(packet))) break;
+    if (stream.take(std::span(packet), Sto::Pass::Probe)) break;
   }
-  stream.probeDone();
+  stream.endProbe();
   scan(stream, packets);
   const std::vector<Lib::Sample> first = lastValues(stream);
   scan(stream, packets);

@@ -14,6 +14,10 @@ TEST_P(GoldenTest, agreesWithTheAnswers) {
   EXPECT_EQ(Support::differencesFromAnswers(GetParam()), "");
 }
 
+TEST_P(GoldenTest, nativeSamplesAgreeWithTheAnswers) {
+  EXPECT_EQ(Support::differencesFromNativeAnswers(GetParam()), "");
+}
+
 std::string caseName(const testing::TestParamInfo<const char*>& info) {
   const std::string name = info.param;
   return name.substr(0, name.rfind('.'));

@@ -34,14 +34,16 @@ Bytes packet(Nano time, const Bytes& data = {}, std::uint32_t id = 1) {
 /// A stream that has been through both passes.
 struct Scanned {
   explicit Scanned(const std::vector<Bytes>& packets, const std::string& database = kDatabase) {
-    if (!database.empty()) stream.header.addHeader(Com::TaggedPacket("(Kvex-Can-Dbc)" + database));
-    EXPECT_EQ(stream.headerReady(), !database.empty());
+    Com::TaggedHeader header;
+    if (!database.empty()) header.addHeader(Com::TaggedPacket("(Kvex-Can-Dbc)" + database));
+    stream.takeHeader(std::move(header), {});
+    EXPECT_EQ(stream.headerAccepted(), !database.empty());
     for (const Bytes& bytes : packets) {
-      if (stream.probePacket(std::span(bytes))) break;
+      if (stream.take(std::span(bytes), Pass::Probe)) break;
     }
-    stream.probeDone();
-    for (const Bytes& bytes : packets) stream.scanPacket(std::span(bytes));
-    stream.scanDone();
+    stream.endProbe();
+    for (const Bytes& bytes : packets) stream.take(std::span(bytes), Pass::Scan);
+    stream.endScan();
   }
 
   std::int64_t first(std::string_view signal) const { return stream.firstValue(signal).asInteger(); }
@@ -49,7 +51,7 @@ struct Scanned {
   double lastNumber(std::string_view signal) const { return stream.lastValue(signal).as<double>(); }
   std::uint8_t lastFlags(std::string_view signal) const { return stream.lastValue(signal).flags; }
 
-  StreamCan stream{ResourceKind::Recording, 7};
+  StreamCan stream{{StreamCodec::Can, ResourceKind::Recording, 7}};
 };
 
 TEST(StreamCanTest, joinsRelativeAndAbsoluteTimes) {
@@ -57,7 +59,7 @@ TEST(StreamCanTest, joinsRelativeAndAbsoluteTimes) {
   const std::vector<Bytes> packets = {packet(100, frame), packet(200, frame), packet(kAbsolute, frame),
                                       packet(kAbsolute + 100, frame)};
   const Scanned joined(packets);
-  ASSERT_TRUE(joined.stream.hasTime);
+  ASSERT_TRUE(joined.stream.hasTime());
   EXPECT_EQ(joined.stream.startSample().asInteger(), kAbsolute - 200);
   EXPECT_EQ(joined.stream.endSample().asInteger(), kAbsolute + 100);
   EXPECT_EQ(joined.first("NanoFromStart"), 0);
@@ -76,7 +78,7 @@ TEST(StreamCanTest, joinsRelativeAndAbsoluteTimes) {
 TEST(StreamCanTest, tellsTimesWithoutAJoint) {
   const Bytes frame(8);
   const Scanned relative({packet(100, frame), packet(604'800'000'000'001, frame)});
-  EXPECT_TRUE(relative.stream.hasTime);
+  EXPECT_TRUE(relative.stream.hasTime());
   EXPECT_EQ(relative.last("Nano"), 604'800'000'000'001);
   EXPECT_EQ(relative.lastFlags("NanoFromStart"), kMissing);
   EXPECT_EQ(relative.last("TimeWeekCount"), 1);
@@ -91,8 +93,8 @@ TEST(StreamCanTest, tellsTimesWithoutAJoint) {
   const Scanned extreme({packet(INT64_MIN + 1, frame), packet(INT64_MAX - 1, frame), packet(INT64_MAX, frame)});
   EXPECT_EQ(extreme.last("NanoFromFirst"), 1);
 
-  EXPECT_FALSE(Scanned({packet(kAbsolute, frame), packet(kAbsolute + 1, frame)}, "").stream.hasTime);
-  EXPECT_FALSE(Scanned({Bytes(7), packet(Lib::kNoTime, frame), packet(kAbsolute, Bytes(12))}).stream.hasTime);
+  EXPECT_FALSE(Scanned({packet(kAbsolute, frame), packet(kAbsolute + 1, frame)}, "").stream.hasTime());
+  EXPECT_FALSE(Scanned({Bytes(7), packet(Lib::kNoTime, frame), packet(kAbsolute, Bytes(12))}).stream.hasTime());
 }
 
 TEST(StreamCanTest, takesFramesApart) {
@@ -173,7 +175,7 @@ TEST(StreamCanTest, readsTheVehicleBus) {
     packets.emplace_back(bytes.begin(), bytes.end());
   }
   const Scanned scanned(packets, Synth::CanBus::database());
-  ASSERT_TRUE(scanned.stream.hasTime);
+  ASSERT_TRUE(scanned.stream.hasTime());
   EXPECT_EQ(scanned.stream.startSample().asInteger(), kAbsolute);
   EXPECT_EQ(scanned.stream.endSample().asInteger(), bus.time());
   std::vector<SignalListing> listings;

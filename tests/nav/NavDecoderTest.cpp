@@ -237,22 +237,14 @@ std::ostream& operator<<(std::ostream& out, const Seen& seen) {
   return out << seen.name << " flags " << seen.flags << " stamp " << seen.stamp << " value " << seen.value;
 }
 
-template <class Visitor>
-void forEachRow(const Sto::NavTable& table, Visitor&& visitor) {
-  Lib::forEachType([&](auto tag) {
-    for (const auto& [name, row] : table.rows<typename decltype(tag)::Type>(Lib::Shape::Scalar)) visitor(row);
-  });
-}
-
 /// All signals of a record that `wants` asks for.
-std::vector<Seen> seenOf(const Sto::NavTable& table, const NavRecord& record, const NavWantTree& wants) {
+std::vector<Seen> seenOf(const Sto::SignalTable& table, const NavRecord& record, const NavWantTree& wants) {
   std::vector<Seen> signals;
-  forEachRow(table, [&](const auto& row) {
+  table.forEach([&](const Sto::SignalRow& row) {
     NavWantTree withRow = wants;
-    row.want(withRow, row.elementIndex);
+    row.want(&withRow, row.blockIndex);
     if (std::memcmp(&withRow, &wants, sizeof wants) != 0) return;
-    Sto::Sample sample;
-    sample.set(row.read(record));
+    const Sto::Sample sample = row.read(&record);
     const bool counts = (sample.flags & 0xC0) == 0;
     signals.push_back({row.name, sample.flags, counts ? sample.time : 0, counts ? sample.value : 0});
   });
@@ -261,7 +253,7 @@ std::vector<Seen> seenOf(const Sto::NavTable& table, const NavRecord& record, co
 
 /// Wanted signals read the same whatever else is wanted, also in a walk that wants less than the one before.
 template <class Decoder>
-void holdAgainstEverythingWanted(const Sto::NavTable& table, std::uint32_t seed) {
+void holdAgainstEverythingWanted(const Sto::SignalTable& table, std::uint32_t seed) {
   constexpr int kPackets = 1500;
   std::mt19937 random(seed);
   Decoder all(true);
@@ -273,8 +265,8 @@ void holdAgainstEverythingWanted(const Sto::NavTable& table, std::uint32_t seed)
   for (const unsigned oneIn : {1U, 4U, 40U, 400U}) {
     few.wants.wantAll(false);
     few.wants.DiskSpace = true;  // IMU part types are told in its channel and have another group
-    forEachRow(table, [&](const auto& row) {
-      if (random() % oneIn == 0) row.want(few.wants, row.elementIndex);
+    table.forEach([&](const Sto::SignalRow& row) {
+      if (random() % oneIn == 0) row.want(&few.wants, row.blockIndex);
     });
     few.settleWants();
     all.finishScan(true);

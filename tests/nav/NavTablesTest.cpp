@@ -38,21 +38,17 @@ bool operator==(const Nav::NavWantTree& a, const Nav::NavWantTree& b) {
 }
 
 /// The wants that asking for one signal sets in an empty tree.
-Nav::NavWantTree wantsOf(const NavTable& table, std::string_view name) {
+Nav::NavWantTree wantsOf(const SignalTable& table, std::string_view name) {
   Nav::NavWantTree wants;
   wants.wantAll(false);
-  Lib::forEachType([&](auto tag) {
-    const auto* row = table.find<typename decltype(tag)::Type>(Shape::Scalar, name);
-    if (row != nullptr) row->want(wants, row->elementIndex);
-  });
+  const SignalRow* row = table.findScalar(name);
+  row->want(&wants, row->blockIndex);
   return wants;
 }
 
-std::map<std::string, SignalListing> listingOf(const NavTable& table) {
-  std::vector<SignalListing> list;
-  table.list(list, 1, 0);
-  std::map<std::string, SignalListing> byName;
-  for (SignalListing& row : list) byName[row.name] = row;
+std::map<std::string, SignalInfo> listingOf(const SignalTable& table) {
+  std::map<std::string, SignalInfo> byName;
+  table.forEach([&](const SignalRow& row) { byName[row.name] = row; });
   return byName;
 }
 
@@ -60,7 +56,7 @@ class NavTablesTest : public testing::TestWithParam<bool> {};
 
 TEST_P(NavTablesTest, listsTheKnownSignals) {
   const bool quon = GetParam();
-  const NavTable& table = quon ? StaticAccessQuon::table() : StaticAccessDask::table();
+  const SignalTable& table = quon ? StaticAccessQuon::table() : StaticAccessDask::table();
   const auto rows = listingOf(table);
   const Nav::NavRecord record;
   std::size_t known = 0;
@@ -71,7 +67,7 @@ TEST_P(NavTablesTest, listsTheKnownSignals) {
     ASSERT_EQ(found != rows.end(), !ordinal.empty());
     if (ordinal.empty()) continue;
     ++known;
-    const SignalListing& row = found->second;
+    const SignalInfo& row = found->second;
     EXPECT_EQ(std::to_string(row.ordinal), ordinal);
     std::string type(Lib::kValueTypeNames.name(static_cast<std::uint64_t>(row.valueType)));
     EXPECT_EQ(type.substr(0, type.find("_t")), signal.type);
@@ -107,7 +103,7 @@ TEST(NavTables, givesDisplayNumbersAndTexts) {
         Dial{"Vl", 3, -50, 50, 112.5, 315}, Dial{"Vd", 3, -50, 50, 67.5, -315}, Dial{"Speed3dAcc", 3, 0, 50, 234, -288},
         Dial{"Heading", 3, 0, 360, 90, -360}, Dial{"Pitch", 3, -16, 16, 324, -288}, Dial{"Roll", 3, -16, 16, 234, -288},
         Dial{"GpsExt1_Type", 0, 0, 0, 225, 270}}) {
-    const SignalListing& row = rows.at(dial.name);
+    const SignalInfo& row = rows.at(dial.name);
     EXPECT_EQ(row.decimals, dial.decimals) << dial.name;
     EXPECT_EQ((std::vector{row.rangeLow, row.rangeHigh, row.dialStart, row.dialSweep}),
               (std::vector{dial.low, dial.high, dial.start, dial.sweep}))
@@ -116,7 +112,7 @@ TEST(NavTables, givesDisplayNumbersAndTexts) {
   const auto text = [&](const char* name, auto value) {
     Sample sample;
     sample.set(value);
-    const SignalListing& row = rows.at(name);
+    const SignalInfo& row = rows.at(name);
     return row.valueText == nullptr ? "none" : row.valueText(sample, row);
   };
   EXPECT_EQ(text("GpsInt2_PosMode", std::uint8_t{24}), "hqInteger");
@@ -133,11 +129,10 @@ TEST(NavTables, reachesTheFieldsOfBlocks) {
   Nav::NavRecord record;
   record.receivers[2].NumSats.value = 11;
   record.points[7].Slip.value = 2.5;
-  Sample sample;
-  EXPECT_TRUE(StaticAccessQuon::table().readByName(sample, "GpsInt2_NumSats", record));
+  Sample sample = StaticAccessQuon::table().findScalar("GpsInt2_NumSats")->read(&record);
   EXPECT_EQ(sample.asInteger(), 11);
   EXPECT_EQ(sample.source, 1U);
-  EXPECT_TRUE(StaticAccessDask::table().readByName(sample, "MeasPt8_Slip", record));
+  sample = StaticAccessDask::table().findScalar("MeasPt8_Slip")->read(&record);
   EXPECT_EQ(sample.as<double>(), 2.5);
   EXPECT_EQ(sample.source, 2U);
 }

@@ -27,14 +27,14 @@ ByteView view(const std::vector<std::uint8_t>& bytes) {
 }
 
 /// Takes packets through both passes, as the reader of a bare file does.
-void scan(Stream& stream, const std::vector<std::vector<std::uint8_t>>& packets) {
-  stream.headerReady();
+void scan(Stream& stream, const std::vector<std::vector<std::uint8_t>>& packets, Com::TaggedHeader header = {}) {
+  stream.takeHeader(std::move(header), {});
   for (const auto& packet : packets) {
-    if (stream.probeRaw(view(packet))) break;
+    if (stream.take(view(packet), Pass::Probe)) break;
   }
-  stream.probeDone();
-  for (const auto& packet : packets) stream.scanRaw(view(packet));
-  stream.scanDone();
+  stream.endProbe();
+  for (const auto& packet : packets) stream.take(view(packet), Pass::Scan);
+  stream.endScan();
 }
 
 TEST(StreamNav, hasTimeWhereTheEndIsKnownOrLikely) {
@@ -51,7 +51,7 @@ TEST(StreamNav, hasTimeWhereTheEndIsKnownOrLikely) {
                         Case{"untimed end at once", {0, kTick, 2 * kTick}, false, false},
                         Case{"one time only", {0, kTick}, false, false}}) {
     SCOPED_TRACE(c.what);
-    StreamQuon stream(ResourceKind::NavigationFile, 0);
+    StreamQuon stream({StreamCodec::Quon, ResourceKind::NavigationFile, 0});
     std::vector<std::vector<std::uint8_t>> packets;
     for (const Nano time : c.times) {
       // The minute of a packet is told by the one before it.
@@ -60,7 +60,7 @@ TEST(StreamNav, hasTimeWhereTheEndIsKnownOrLikely) {
     }
     if (!c.timedEnd) packets.push_back(packetAt(Nav::kQuonProtocol, kStart, false));
     scan(stream, packets);
-    EXPECT_EQ(stream.hasTime, c.hasTime);
+    EXPECT_EQ(stream.hasTime(), c.hasTime);
     if (!c.hasTime) continue;
     EXPECT_EQ(stream.startSample().asInteger(), kStart);
     EXPECT_EQ(stream.endSample().asInteger(), kStart + c.times.back());
@@ -69,7 +69,7 @@ TEST(StreamNav, hasTimeWhereTheEndIsKnownOrLikely) {
 }
 
 TEST(StreamNav, keepsTheStartAsTheFirstPassFoundIt) {
-  StreamDask stream(ResourceKind::NavigationFile, 0);
+  StreamDask stream({StreamCodec::Dask, ResourceKind::NavigationFile, 0});
   std::vector<std::vector<std::uint8_t>> packets;
   for (int i = 0; i < 5; ++i) packets.push_back(packetAt(Nav::kDaskProtocol, kStart + i * 10'000'000));
   scan(stream, packets);
@@ -80,7 +80,7 @@ TEST(StreamNav, keepsTheStartAsTheFirstPassFoundIt) {
   EXPECT_EQ(stream.lastValue("TimeWeekCount").flags, 0);
   EXPECT_EQ(stream.lastValue("NoSuchSignal").flags, 128);
   std::string text;
-  const Com::TaggedPacket* tag = stream.header.findHeader("{Kvex-StreamScan}");
+  const Com::TaggedPacket* tag = stream.header().findHeader("{Kvex-StreamScan}");
   ASSERT_NE(tag, nullptr);
   EXPECT_TRUE(tag->getText("StreamCodec", text) && text == "Dask");
   EXPECT_TRUE(tag->getText("OutputRegularRate", text) && text.empty());
@@ -89,18 +89,19 @@ TEST(StreamNav, keepsTheStartAsTheFirstPassFoundIt) {
 
 TEST(StreamNav, passesOverRecordsOfOtherSizes) {
   const std::vector<std::uint8_t> quon = packetAt(Nav::kQuonProtocol, kStart);
-  StreamDask dask(ResourceKind::NavigationFile, 0);
-  EXPECT_TRUE(dask.probeRaw(view(quon)));
-  StreamQuon stream(ResourceKind::RangeFile, 5);
-  EXPECT_FALSE(stream.probeRaw(view(quon)));
+  StreamDask dask({StreamCodec::Dask, ResourceKind::NavigationFile, 0});
+  EXPECT_TRUE(dask.take(view(quon), Pass::Probe));
+  StreamQuon stream({StreamCodec::Quon, ResourceKind::RangeFile, 5});
+  EXPECT_FALSE(stream.take(view(quon), Pass::Probe));
   std::vector<std::uint8_t> odd = quon;
   odd.push_back(0);
-  EXPECT_TRUE(stream.probeRaw(view(odd)));
+  EXPECT_TRUE(stream.take(view(odd), Pass::Probe));
 }
 
 TEST(StreamNav, tellsTheSourceOfAStreamInARangeFile) {
-  StreamQuon stream(ResourceKind::RangeFile, 5);
-  stream.header.addHeader(Com::TaggedPacket("{Kvex-Range}"));
+  StreamQuon stream({StreamCodec::Quon, ResourceKind::RangeFile, 5});
+  Com::TaggedHeader header;
+  header.addHeader(Com::TaggedPacket("{Kvex-Range}"));
   std::vector<std::vector<std::uint8_t>> packets;
   for (int i = 0; i < 5; ++i) {
     std::vector<std::uint8_t> block;
@@ -109,13 +110,13 @@ TEST(StreamNav, tellsTheSourceOfAStreamInARangeFile) {
     block.insert(block.end(), packet.begin(), packet.end());
     packets.push_back(block);
   }
-  scan(stream, packets);
-  const Com::TaggedPacket* tag = stream.header.findHeader("{Kvex-Range}");
+  scan(stream, packets, std::move(header));
+  const Com::TaggedPacket* tag = stream.header().findHeader("{Kvex-Range}");
   std::string text;
   EXPECT_TRUE(tag->getText("Provenance", text) && text == "UDP");
   EXPECT_TRUE(tag->getText("Address.IPv4", text) && text == "192.168.0.10");
   EXPECT_TRUE(tag->getText("Address.File", text) && text.empty());
-  EXPECT_TRUE(stream.hasTime);
+  EXPECT_TRUE(stream.hasTime());
 }
 
 }  // namespace

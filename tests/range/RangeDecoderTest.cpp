@@ -373,8 +373,8 @@ TEST(RangeDecoder, WantingLessChangesNoWantedValue) {
 /// Packets of every type and length with wild contents, and a right check byte. The sanitizers judge.
 TEST(RangeDecoder, TakesAnyBytes) {
   std::mt19937_64 random(1);
-  Sto::StreamYeld stream(Sto::ResourceKind::Recording, 0);
-  stream.headerReady();
+  Sto::StreamYeld stream({Lib::StreamCodec::Yeld, Sto::ResourceKind::Recording, 0});
+  stream.takeHeader({}, {});
   for (int pass = 0; pass < 3; ++pass) {
     for (std::uint8_t type = 0; type < 9; ++type) {
       for (std::size_t size = 5; size < 300; ++size) {
@@ -385,13 +385,12 @@ TEST(RangeDecoder, TakesAnyBytes) {
         const auto bytes = packet.bytes();
         std::vector<std::uint8_t> record(8 + size + random() % 3);
         std::copy(bytes.begin(), bytes.end(), record.begin() + 8);
-        if (pass == 0) stream.probePacket(ByteView(record));
-        if (pass > 0) stream.scanPacket(ByteView(record));
-        stream.scanPacket(ByteView(record).from(0, random() % record.size()));
+        stream.take(ByteView(record), pass == 0 ? Sto::Pass::Probe : Sto::Pass::Scan);
+        stream.take(ByteView(record).from(0, random() % record.size()), Sto::Pass::Scan);
       }
     }
-    if (pass == 0) stream.probeDone();
-    if (pass == 1) stream.scanDone();
+    if (pass == 0) stream.endProbe();
+    if (pass == 1) stream.endScan();
   }
   EXPECT_TRUE(stream.startSample().type == Lib::ValueType::Int64);
 }

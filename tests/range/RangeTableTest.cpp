@@ -12,11 +12,10 @@ namespace Kvex::Sto {
 namespace {
 
 /// Numbers of the wants that a row sets: 1000 for each target ahead of its groups, 0 for the body.
-template <class Row>
-std::set<std::size_t> wantsOf(const Row& row) {
+std::set<std::size_t> wantsOf(const SignalRow& row) {
   Rng::RangeWantTree wants;
   wants.wantAll(false);
-  row.want(wants, row.elementIndex);
+  row.want(&wants, row.blockIndex);
   std::set<std::size_t> set;
   for (std::size_t i = 0; i < static_cast<std::size_t>(Rng::BodyGroup::Count); ++i) {
     if (wants.body[static_cast<Rng::BodyGroup>(i)]) set.insert(i);
@@ -38,21 +37,18 @@ struct Told {
 
 std::map<std::int32_t, Told> toldRows() {
   std::map<std::int32_t, Told> rows;
-  for (const Lib::Run run : Lib::kAllRuns) {
-    Lib::withType(run.type, [&](auto tag) {
-      for (const auto& [name, row] : rangeTable().rows<typename decltype(tag)::Type>(run.shape)) {
-        std::string type(Lib::kValueTypeNames.name(static_cast<std::uint64_t>(run.type)));
-        if (type.ends_with("_t")) type.resize(type.size() - 2);
-        std::ostringstream text;
-        text << name << '\t' << type << '\t' << row.count << '\t' << row.unit << '\t' << row.resolution;
-        rows[row.ordinal] = {text.str(), row.description, wantsOf(row)};
-        EXPECT_EQ(row.count > 1, run.shape == Shape::Array) << name;
-        EXPECT_EQ(row.decimals, row.resolution == 1 ? 0 : -1) << name;
-        EXPECT_EQ(row.rangeLow, 0) << name;
-        EXPECT_EQ(row.dialStart, 225) << name;
-      }
-    });
-  }
+  rangeTable().forEach([&](const SignalRow& row) {
+    const std::string& name = row.name;
+    std::string type(Lib::kValueTypeNames.name(static_cast<std::uint64_t>(row.valueType)));
+    if (type.ends_with("_t")) type.resize(type.size() - 2);
+    std::ostringstream text;
+    text << name << '\t' << type << '\t' << row.count << '\t' << row.unit << '\t' << row.resolution;
+    rows[row.ordinal] = {text.str(), row.description, wantsOf(row)};
+    EXPECT_EQ(row.count > 1, row.isArray) << name;
+    EXPECT_EQ(row.decimals, row.resolution == 1 ? 0 : -1) << name;
+    EXPECT_EQ(row.rangeLow, 0) << name;
+    EXPECT_EQ(row.dialStart, 225) << name;
+  });
   return rows;
 }
 
@@ -103,12 +99,12 @@ TEST(RangeTable, TargetRowsReadTheirOwnBlock) {
     record.targets[target].RangeLon = {.flags = 0, .value = static_cast<double>(target)};
     record.targets[target].PolygonPointsLon[23] = {.flags = 0, .value = 10.0 + static_cast<double>(target)};
     const std::string prefix = "Target" + std::to_string(target + 1) + "_";
-    const auto* row = rangeTable().find<double>(Shape::Scalar, prefix + "RangeLon");
+    const SignalRow* row = rangeTable().findScalar(prefix + "RangeLon");
     ASSERT_NE(row, nullptr);
     EXPECT_EQ(row->source, 1U);
-    EXPECT_EQ(row->read(record).value, target);
-    EXPECT_EQ(rangeTable().find<double>(Shape::Array, prefix + "PolygonPointsLon")->read(record, 23).value,
-              10 + target);
+    EXPECT_EQ(row->read(&record).as<double>(), target);
+    const SignalRow* points = rangeTable().find({ValueType::Double, Shape::Array}, prefix + "PolygonPointsLon");
+    EXPECT_EQ(points->fields<double>(&record)[23].value, 10 + target);
   }
 }
 
@@ -128,18 +124,13 @@ TEST(RangeTable, ValueTexts) {
       {"NanoFromStart", 90061001000000, "+001 01:01:01.001"},
   };
   for (const Case& c : cases) {
-    bool found = false;
-    Lib::anyType([&](auto tag) {
-      using T = typename decltype(tag)::Type;
-      const auto* row = rangeTable().find<T>(Shape::Scalar, c.name);
-      if (row == nullptr) return false;
-      found = true;
+    const SignalRow* row = rangeTable().findScalar(c.name);
+    ASSERT_NE(row, nullptr) << c.name;
+    Lib::withType(row->valueType, [&](auto tag) {
       Sample sample;
-      sample.set(static_cast<T>(c.raw));
+      sample.set(static_cast<typename decltype(tag)::Type>(c.raw));
       EXPECT_EQ(row->valueText(sample, *row), c.text) << c.name;
-      return true;
     });
-    EXPECT_TRUE(found) << c.name;
   }
 }
 

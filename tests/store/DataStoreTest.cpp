@@ -43,7 +43,7 @@ TEST(DataStoreTest, spanOfAllStreams) {
   constexpr Lib::Nano kMargin = 100'000'000;
   const struct {
     std::vector<Source> sources;
-    StoreStatus status;
+    StoreCode status;
     Lib::Nano start;
     Lib::Nano end;
   } cases[] = {

@@ -5,41 +5,66 @@
 namespace Kvex::Sto {
 namespace {
 
-ColumnListing listing(ValueType type, std::uint32_t count) {
-  ColumnListing result;
-  result.valueType = type;
-  result.count = count;
-  return result;
+struct Record {
+  std::array<Lib::NavField<float>, 12> floats;
+  Lib::NavField<bool> flag;
+};
+
+SignalRow floatRow(std::uint32_t count) {
+  SignalRow row;
+  row.valueType = ValueType::Float;
+  row.isArray = count > 1;
+  row.count = count;
+  row.accessor =
+      accessorOf<Record>([](const Record& record, std::uint32_t) -> const auto& { return record.floats.front(); });
+  return row;
 }
 
-TEST(ModeTest, columnsGrowByType) {
-  ModeDirect direct(0);
-  for (const Lib::Run run : Lib::kAllRuns) EXPECT_EQ(direct.columnCount(run.type, 0), 0U);
-  direct.addColumns(0, listing(ValueType::Float, 1));
-  direct.columns.groups.of<float>().put(0, {.stamp = 5, .flags = 0, .value = 1});
-  direct.addColumns(7, listing(ValueType::Float, 12));
-  direct.addColumns(0, listing(ValueType::Bool, 1));
-  EXPECT_EQ(direct.columnCount(ValueType::Float, 3), 13U);
-  EXPECT_EQ(direct.columnCount(ValueType::Bool, 0), 1U);
-  EXPECT_EQ(direct.columnCount(ValueType::Double, 0), 0U);
-  EXPECT_EQ(direct.subscribed().size(), 3U);
-  const auto& floats = direct.columns.groups.of<float>();  // all back to the start
-  EXPECT_EQ(floats.flags, std::vector<std::uint8_t>(13, 128));
-  EXPECT_EQ(floats.values, std::vector<float>(13));
-  EXPECT_EQ(floats.times, std::vector<Lib::Nano>(13));
+SignalRow flagRow() {
+  SignalRow row;
+  row.valueType = ValueType::Bool;
+  row.accessor = accessorOf<Record>([](const Record& record, std::uint32_t) -> const auto& { return record.flag; });
+  return row;
+}
+
+TEST(ModeTest, allStreamsShareTheColumnsOfTheDirectMode) {
+  const SignalRow one = floatRow(1);
+  const SignalRow twelve = floatRow(12);
+  const SignalRow flag = flagRow();
+  const Record first{};
+  const Record second{};
+  Mode mode(0, Mode::Requests::One);
+  mode.addStream(true);
+  mode.addStream(false);
+  for (const Lib::Run run : Lib::kAllRuns) EXPECT_EQ(mode.columnCount(run.type, 0), 0U);
+  mode.subscribe(0, one, &first);
+  mode.subscribe(1, twelve, &second);
+  mode.subscribe(1, flag, &second);
+  mode.subscribe(0, one, &first);  // once is enough
+  EXPECT_EQ(mode.columnCount(ValueType::Float, 0), 13U);
+  EXPECT_EQ(mode.columnCount(ValueType::Float, 1), 13U);
+  EXPECT_EQ(mode.columnCount(ValueType::Bool, 0), 1U);
+  EXPECT_EQ(mode.columnCount(ValueType::Double, 0), 0U);
+  EXPECT_EQ(mode.find(1, twelve)->position, 1U);
+  EXPECT_EQ(mode.find(0, twelve), nullptr) << "another stream's signal";
+  EXPECT_EQ(mode.columns(0)->of<float>()[12], &second.floats[11]);
+  EXPECT_EQ(mode.rows(1).size(), 2U);
+  mode.clear();
+  EXPECT_EQ(mode.columnCount(ValueType::Float, 0), 0U);
+  EXPECT_EQ(mode.find(1, twelve), nullptr);
 }
 
 TEST(ModeTest, retainsByStream) {
-  ModeRetain retain(1, {});
-  retain.addStream(0, 1);
-  retain.addStream(5, 5);  // no grid: an empty entry
-  retain.addEmptyStream();
-  retain.addStream(0, INT64_MAX);
-  for (const std::uint32_t stream : {0U, 1U, 2U, 3U, 4U, UINT32_MAX}) {
-    EXPECT_TRUE(retain.addColumns(stream, listing(ValueType::Int8, 2)));
-    EXPECT_EQ(retain.columnCount(ValueType::Int8, stream), stream == 0 || stream == 3 ? 2U : 0U);
+  const SignalRow row = floatRow(2);
+  const Record record{};
+  Mode mode(1, Mode::Requests::PerStream);
+  for (const bool kept : {true, false, true}) mode.addStream(kept);
+  for (const std::uint32_t stream : {0U, 1U, 2U}) {
+    mode.subscribe(stream, row, &record);
+    EXPECT_EQ(mode.columnCount(ValueType::Float, stream), stream == 1 ? 0U : 2U);
+    EXPECT_EQ(mode.find(stream, row)->request, stream);
   }
-  EXPECT_EQ(retain.subscribed().size(), 6U);
+  EXPECT_EQ(mode.columnCount(ValueType::Float, UINT32_MAX), 0U);
 }
 
 TEST(ModeTest, gridOverASpan) {

@@ -4,6 +4,8 @@
 #include <numeric>
 #include <random>
 
+#include "nav/NavFraming.h"
+#include "range/RangeFormat.h"
 #include "store/PacketScanner.h"
 #include "support/StoreReading.h"
 
@@ -126,7 +128,7 @@ TEST(PacketScannerTest, findsPackets) {
   };
   for (const auto& expected : cases) {
     SCOPED_TRACE(expected.name);
-    const Scan found = scan<NavigationFraming>(expected.bytes);
+    const Scan found = scan<Nav::NavFraming>(expected.bytes);
     std::vector<std::int64_t> offsets;
     for (const Found& packet : found.packets) offsets.push_back(packet.offset);
     EXPECT_EQ(offsets, expected.offsets);
@@ -137,20 +139,21 @@ TEST(PacketScannerTest, findsPackets) {
     }
     EXPECT_EQ(found.pending, expected.pending);
   }
-  EXPECT_THAT(scan<NavigationFraming>(a + b, 30).packets, ElementsAre(Found{72, NavigationFraming::kDaskType, b}));
-  EXPECT_THAT(scan<NavigationFraming>(a, 1000).packets, IsEmpty());
+  EXPECT_THAT(scan<Nav::NavFraming>(a + b, 30).packets,
+              ElementsAre(Found{72, static_cast<std::uint32_t>(Nav::Protocols::Dask), b}));
+  EXPECT_THAT(scan<Nav::NavFraming>(a, 1000).packets, IsEmpty());
 }
 
 TEST(PacketScannerTest, rangeFramesOfAllSizes) {
   for (int size = 4; size <= 2560; size += 71) {
     Bytes full = range(1, static_cast<std::size_t>(size));
     if (size > 5) std::fill(full.begin() + 4, full.end(), '\xFF');
-    EXPECT_EQ(scan<RangeFraming>(checked(full)).packets.size(), size == 4 ? 0U : 1U) << size;
+    EXPECT_EQ(scan<Rng::RangeFormat>(checked(full)).packets.size(), size == 4 ? 0U : 1U) << size;
   }
   const Bytes tooLarge = Bytes("W\x01\xFD\x09", 4) + range(2, 100);  // claims 2561 bytes
-  EXPECT_THAT(scan<RangeFraming>(tooLarge).packets, ElementsAre(Found{4, 2, range(2, 100)}));
+  EXPECT_THAT(scan<Rng::RangeFormat>(tooLarge).packets, ElementsAre(Found{4, 2, range(2, 100)}));
   const Bytes all = range(0, 2560) + Bytes("W\0\0\0", 4) + range(7, 5) + range(3, 2559) + "W\x01";
-  const Scan found = scan<RangeFraming>(all);
+  const Scan found = scan<Rng::RangeFormat>(all);
   EXPECT_THAT(found.packets, ElementsAre(Found{0, 0, range(0, 2560)}, Found{2560, 0, Bytes("W\0\0\0", 4)},
                                          Found{2564, 7, range(7, 5)}, Found{2569, 3, range(3, 2559)}));
   EXPECT_EQ(found.pending, 2U);
@@ -190,10 +193,10 @@ TEST(PacketScannerTest, readsAheadWithoutAnyDifference) {
   for (std::uint32_t seed = 1; seed <= 30; ++seed) {
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
-    compareWithPlainScan<NavigationFraming>(damaged(random, "\xE7\xE8", [&] {
+    compareWithPlainScan<Nav::NavFraming>(damaged(random, "\xE7\xE8", [&] {
       return random() % 2 == 0 ? quon(static_cast<char>(random())) : dask(static_cast<char>(random()));
     }));
-    compareWithPlainScan<RangeFraming>(damaged(random, "W", [&] {
+    compareWithPlainScan<Rng::RangeFormat>(damaged(random, "W", [&] {
       return range(static_cast<char>(random() % 5), 5 + random() % (random() % 4 == 0 ? 2600 : 200));
     }));
   }

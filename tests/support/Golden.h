@@ -12,4 +12,7 @@ std::string dataPath(const std::string& name);
 /// text with the first differences; empty where all agrees.
 std::string differencesFromAnswers(const std::string& name);
 
+/// The same for the samples as the recording carried them (".native.csv.gz").
+std::string differencesFromNativeAnswers(const std::string& name);
+
 }  // namespace Kvex::Support

@@ -64,10 +64,10 @@ void copyToIso(RangeState& state, std::size_t target) {
   const WantSet<TargetGroup>& targetWants = state.wants.targets[target];
 
   // What nobody wants does not change, and a copy of it neither.
-#define RANGE_ISO_TARGET(group, iso, own, how) \
-  if (targetWants[TargetGroup::group] || state.markUnwanted) how(t.iso, t.own);
-#define RANGE_ISO_HUNTER(group, iso, own, how) \
-  if (wants[BodyGroup::group] || state.markUnwanted) how(body.iso, body.own);
+#define KVEX_TARGET_ISO(Name, Own, Group, How) \
+  if (targetWants[TargetGroup::Group] || state.markUnwanted) How(t.Name, t.Own);
+#define KVEX_HUNTER_ISO(Name, Own, Group, How) \
+  if (wants[BodyGroup::Group] || state.markUnwanted) How(body.Name, body.Own);
 #include "range/RangeIsoSignals.def"
 
   copyYaw(t.IsoYaw, t.Heading);
@@ -80,8 +80,8 @@ void copyToIso(RangeState& state, std::size_t target) {
 void copyLaneToIso(RangeState& state) {
   RangeBody& body = state.record.body;
   const WantSet<BodyGroup>& wants = state.wants.body;
-#define RANGE_ISO_LANE(group, iso, own, how) \
-  if (wants[BodyGroup::group] || state.markUnwanted) how(body.iso, body.own);
+#define KVEX_LANE_ISO(Name, Own, Group, How) \
+  if (wants[BodyGroup::Group] || state.markUnwanted) How(body.Name, body.Own);
 #include "range/RangeIsoSignals.def"
 }
 

@@ -31,8 +31,8 @@ constexpr TextForm ProductFamily = enumerationText<Lib::kProductFamilyNames>;
 constexpr TextForm ProductGroup = enumerationText<Lib::kProductGroupNames>;
 constexpr TextForm ProductModel = enumerationText<Lib::kProductModelNames>;
 constexpr TextForm ProductType = enumerationText<Lib::kProductTypeNames>;
-constexpr TextForm Dotted = dottedAddressText;
-constexpr TextForm Packed = packedCharactersText;
+constexpr TextForm DottedAddress = dottedAddressText;
+constexpr TextForm PackedText = packedCharactersText;
 constexpr TextForm DateTime = dateTimeValueText;
 constexpr TextForm Span = spanValueText;
 }  // namespace Text
@@ -103,13 +103,13 @@ void insertBody(RangeTable& table, const Line& line) {
 
 RangeTable makeTable() {
   RangeTable table;
-#define RANGE_TARGET(type, name, count, unit, resolution, group, text, description) \
-  insertTarget<type, &RangeTarget::name, TargetGroup::group>(                       \
-      table, {#name, count, unit, resolution, Text::text, description});
+#define KVEX_TARGET_SIGNAL(Name, Type, Count, Unit, Resolution, Group, TextName, Description) \
+  insertTarget<Type, &RangeTarget::Name, TargetGroup::Group>(                                 \
+      table, {#Name, Count, Unit, Resolution, Text::TextName, Description});
 #include "tables/RangeTargetSignals.def"
-#define RANGE_BODY(type, name, count, unit, resolution, group, text, description) \
-  insertBody<type, &RangeBody::name, BodyGroup::group>(table,                     \
-                                                       {#name, count, unit, resolution, Text::text, description});
+#define KVEX_BODY_SIGNAL(Name, Type, Count, Unit, Resolution, Group, TextName, Description) \
+  insertBody<Type, &RangeBody::Name, BodyGroup::Group>(                                     \
+      table, {#Name, Count, Unit, Resolution, Text::TextName, Description});
 #include "tables/RangeBodySignals.def"
   return table;
 }

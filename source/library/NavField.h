@@ -8,6 +8,7 @@ namespace Kvex::Lib {
 using Nano = std::int64_t;
 
 inline constexpr Nano kNanosPerSecond = 1'000'000'000;
+inline constexpr Nano kNanosPerMillisecond = 1'000'000;
 inline constexpr Nano kNanosPerWeek = 604'800 * kNanosPerSecond;
 
 /// The smallest time: stands for "no time known".
@@ -31,6 +32,18 @@ constexpr bool usable(std::uint8_t flags) {
   return (flags & 0xEF) == 0;
 }
 
+/// Whether a field with these flags holds a value of now, perhaps one at an end of its range.
+constexpr bool hasValue(std::uint8_t flags) {
+  return flags < Flag::kNoValue;
+}
+
+/// The flags of a value whose sense is reversed: what was the low end of the range is the high end.
+constexpr std::uint8_t withEndsSwapped(std::uint8_t flags) {
+  const int low = (flags & Flag::kHigh) != 0 ? Flag::kLow : 0;
+  const int high = (flags & Flag::kLow) != 0 ? Flag::kHigh : 0;
+  return static_cast<std::uint8_t>((flags & ~(Flag::kLow | Flag::kHigh)) | low | high);
+}
+
 /// One decoded value with its state: how every decoder holds every signal.
 template <class T>
 struct NavField {
@@ -43,6 +56,7 @@ struct NavField {
   T value{};
 
   bool usable() const { return Lib::usable(flags); }
+  bool hasValue() const { return Lib::hasValue(flags); }
 
   /// Gives value and stamp anew, even if both are equal to the old ones.
   void write(T newValue, Nano newStamp, std::uint8_t newFlags = 0) {
@@ -52,8 +66,26 @@ struct NavField {
     value = newValue;
   }
 
+  /// Takes over another field whole, which is a write of this one.
+  void copy(const NavField& other) {
+    *this = other;
+    written = true;
+  }
+
+  /// The same, with `newValue`, which has the opposite sense of the other's value.
+  void copyReversed(const NavField& other, T newValue) {
+    copy(other);
+    flags = withEndsSwapped(other.flags);
+    value = newValue;
+  }
+
   /// No value yet: what a field holds at the start of a walk.
   void reset() { *this = {.stamp = 0, .flags = Flag::kReset, .value = T{}}; }
 };
+
+template <class... T>
+bool allUsable(const NavField<T>&... fields) {
+  return (fields.usable() && ...);
+}
 
 }  // namespace Kvex::Lib

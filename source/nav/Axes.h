@@ -2,13 +2,17 @@
 
 #include <array>
 
+#include "library/Angles.h"
 #include "library/Matrix.h"
-#include "nav/Angles.h"
 #include "nav/NavState.h"
 
 namespace Kvex::Nav {
 
+using Lib::halfTurn;
+using Lib::kDegreesPerRadian;
+using Lib::kRadiansPerDegree;
 using Lib::Matrix3;
+using Lib::positiveAngle;
 using Lib::Vector3;
 
 /// Three fields of the record that make a vector, or the heading, pitch and roll of a rotation.
@@ -17,10 +21,7 @@ using Axes = std::array<NavField<double> NavRecord::*, 3>;
 /// A group's flag in the want tree.
 using Want = bool NavWantTree::*;
 
-template <class... T>
-bool allUsable(const NavField<T>&... fields) {
-  return (fields.usable() && ...);
-}
+using Lib::allUsable;
 
 inline bool allUsable(const NavRecord& record, const Axes& axes) {
   return allUsable(record.*axes[0], record.*axes[1], record.*axes[2]);

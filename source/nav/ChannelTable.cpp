@@ -2,12 +2,14 @@
 #include <array>
 #include <initializer_list>
 
-#include "nav/Angles.h"
+#include "library/Angles.h"
 #include "nav/ChannelRow.h"
 
 namespace Kvex::Nav {
 
 namespace {
+
+using Lib::kDegreesPerRadian;
 
 // The forms that channels are made of. What a byte or word reads when it tells nothing is all bits set, mostly.
 

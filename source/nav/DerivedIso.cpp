@@ -123,28 +123,10 @@ EarthTerms earthTerms(double lat, double depth, const Vector3& velocity, const M
           .acceleration = Vector3{0.0, 0.0, gravity(sinLat, cosLat, depth)} - coriolis};
 }
 
-/// Copies a field and reverses the sense of its value: what was the low end of its range is the high end.
-void setReversed(NavField<double>& to, const NavField<double>& from, double value) {
-  using namespace Lib;
-  to = from;
-  to.written = true;
-  to.value = value;
-  to.flags &= static_cast<std::uint8_t>(~(Flag::kLow | Flag::kHigh));
-  if (from.flags & Flag::kLow) to.flags |= Flag::kHigh;
-  if (from.flags & Flag::kHigh) to.flags |= Flag::kLow;
-}
-
 void deriveIsoAttitude(NavRecord& r) {
-  const auto present = [](const NavField<double>& field) { return field.flags < Lib::Flag::kNoValue; };
-  // A yaw counts from east, to the left, and lies in the range above -180 up to 180 but for -180 at a heading of 270.
-  if (present(r.Heading)) {
-    setReversed(r.IsoYaw, r.Heading, (r.Heading.value > 270.0 ? 450.0 : 90.0) - r.Heading.value);
-  }
-  if (present(r.Pitch)) setReversed(r.IsoPitch, r.Pitch, -r.Pitch.value);
-  if (present(r.Roll)) {
-    r.IsoRoll = r.Roll;
-    r.IsoRoll.written = true;
-  }
+  if (r.Heading.hasValue()) r.IsoYaw.copyReversed(r.Heading, Lib::isoYaw(r.Heading.value));
+  if (r.Pitch.hasValue()) r.IsoPitch.copyReversed(r.Pitch, -r.Pitch.value);
+  if (r.Roll.hasValue()) r.IsoRoll.copy(r.Roll);
 }
 
 /// Jerk in the ISO frames: the rate of change of the acceleration in the earth-fixed one.

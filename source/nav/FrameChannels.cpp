@@ -2,14 +2,17 @@
 #include <limits>
 #include <optional>
 
+#include "library/Angles.h"
 #include "library/Enumerations.h"
-#include "nav/Angles.h"
 #include "nav/ChannelHandlers.h"
 #include "nav/Derived.h"
 
 namespace Kvex::Nav {
 
 using Lib::ByteView;
+using Lib::halfTurn;
+using Lib::kDegreesPerRadian;
+using Lib::kRadiansPerDegree;
 
 namespace {
 

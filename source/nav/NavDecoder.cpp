@@ -4,10 +4,10 @@
 #include <bit>
 #include <cmath>
 
+#include "library/Angles.h"
 #include "library/Checksum.h"
 #include "library/Enumerations.h"
 #include "library/Wrapping.h"
-#include "nav/Angles.h"
 #include "nav/Derived.h"
 #include "nav/ExtendedCount.h"
 #include "nav/StatusChannels.h"
@@ -15,7 +15,9 @@
 namespace Kvex::Nav {
 
 using Lib::ByteView;
+using Lib::kDegreesPerRadian;
 using Lib::Nano;
+using Lib::positiveAngle;
 using Lib::wrappingSubtract;
 
 namespace {
@@ -27,7 +29,6 @@ constexpr double kAngleScale = 5.729577951308232e-05;        // 1e-6 rad, in deg
 constexpr double kImu2VehScale = 0.005729577951308232;       // 1e-4 rad, in degrees
 constexpr double kHeaveScale = 0.002;                        // m
 
-constexpr std::uint16_t kNoMilliseconds = 65535;
 constexpr std::int32_t kNoRaw24 = -8388608;
 constexpr std::uint32_t kNoMinute = 0x00FFFFFF;
 
@@ -205,10 +206,8 @@ void NavDecoder::firstPassPacket(ByteView packet) {
   const ByteView bytes = packet.from(protocol.channelOffset + 1, 8);
 
   if (mode >= kReadyToInitialise) {
-    if (const std::uint16_t milliseconds = packet.u16(Offset::kMilliseconds); milliseconds != kNoMilliseconds) {
-      if (const auto packetTime = time.clockTime(milliseconds)) {
-        time.addReferences(scan.references, *packetTime, mode >= kLockingOn);
-      }
+    if (const auto packetTime = time.advance(packet.u16(Offset::kMilliseconds))) {
+      time.addReferences(scan.references, *packetTime, mode >= kLockingOn);
     }
     if (!scan.position) {
       const ScanResult::Triple position = readPosition(packet);
@@ -221,7 +220,7 @@ void NavDecoder::firstPassPacket(ByteView packet) {
       scan.attitude = scaled(readRaw24(packet, Offset::kAttitude), kAngleScale);
       if (scan.attitude) scan.attitude->front() = positiveAngle(scan.attitude->front());
     }
-    if (channel == 0 && bytes.u32(0) != kNoMinute) time.minuteCounter = bytes.s32(0);
+    if (channel == 0 && bytes.u32(0) != kNoMinute) time.clock.minute = bytes.s32(0);
   }
   if (channel == 16) {
     if (!scan.utcOffset && (bytes.u8(7) & 1) != 0) scan.utcOffset = bytes.s8(7) >> 1;
@@ -239,7 +238,7 @@ void NavDecoder::resetDecoder(bool full) {
   if (full) {
     time = TimeState(scanFirst_);
   } else {
-    time.minuteCounter = time.lastMilliseconds = -1;
+    time.clock = {};
     time.references = {};
   }
   rateStart_ = rateCount_ = -1;
@@ -477,9 +476,8 @@ std::optional<Nano> NavDecoder::regularTime(ByteView packet) {
   if (time.mode == TimeMode::BackFilling) return time.backFill();
   const std::uint8_t mode = record.InsNavMode.value;
   if (time.mode == TimeMode::Searching) time.countPacket(time.references);
-  const std::uint16_t milliseconds = packet.u16(Offset::kMilliseconds);
-  if (mode == kRawInertial || milliseconds == kNoMilliseconds) return std::nullopt;
-  const std::optional<Nano> packetTime = time.clockTime(milliseconds);
+  if (mode == kRawInertial) return std::nullopt;
+  const std::optional<Nano> packetTime = time.advance(packet.u16(Offset::kMilliseconds));
   if (packetTime && time.mode == TimeMode::Searching) {
     time.addReferences(time.references, *packetTime, mode >= kLockingOn);
     if (time.references.start != kNoTime && time.references.init != kNoTime) time.mode = TimeMode::Running;

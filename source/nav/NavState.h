@@ -46,7 +46,7 @@ struct NavState {
   /// Sets a text, cut to the field's size. It bears the time of the packet only where that is known.
   template <std::size_t Size>
   void setText(TextField<Size>& field, std::string_view text) {
-    const bool timed = record.Nano.flags < Lib::Flag::kNoValue;
+    const bool timed = record.Nano.hasValue();
     if (timed) field.stamp = record.Nano.value;
     field.flags = timed ? 0 : Lib::Flag::kUntimed;
     field.written = true;

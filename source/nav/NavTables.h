@@ -1,7 +1,5 @@
 #pragma once
 
-#include "nav/NavRecord.h"
-#include "nav/NavWantTree.h"
 #include "tables/SignalTable.h"
 
 namespace Kvex::Sto {

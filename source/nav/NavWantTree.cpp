@@ -1,41 +1,20 @@
 #include "nav/NavWantTree.h"
 
 #include <cstddef>
-#include <initializer_list>
+
+#include "tables/Requirements.h"
 
 namespace Kvex::Nav {
 
 namespace {
 
-using Node = bool NavWantTree::*;
-using ReceiverNode = bool ReceiverWants::*;
-using PointNode = bool PointWants::*;
-
-enum Group : std::size_t {
-#define KVEX_NAV_GROUP(Name, ...) Name,
-#include "tables/NavGroups.def"
-};
-
-/// The node of each group.
-constexpr Node kNodes[] = {
-#define KVEX_NAV_GROUP(Name, ...) &NavWantTree::Name,
-#include "tables/NavGroups.def"
-};
-
-struct Requirement {
-  Group group;
-  std::initializer_list<Group> required;
-};
-
-constexpr Requirement kRequirements[] = {
-#define KVEX_NAV_GROUP(Name, ...) {Name, {__VA_ARGS__}},
-#include "tables/NavGroups.def"
-};
+// The requirements between the groups of the record, of its receivers and of its measurement points. Those within the
+// record and within a point stand in the lists of groups.
 
 struct ReceiverRequirement {
-  Node group;
+  bool NavWantTree::*group;
   std::size_t receiver;
-  ReceiverNode required;
+  bool ReceiverWants::*required;
 };
 
 constexpr ReceiverRequirement kReceiverRequirements[] = {
@@ -46,28 +25,11 @@ constexpr ReceiverRequirement kReceiverRequirements[] = {
 };
 
 struct PointRequirement {
-  PointNode group;
-  PointNode required;
+  bool PointWants::*group;
+  bool NavWantTree::*required;
 };
 
 constexpr PointRequirement kPointRequirements[] = {
-    {&PointWants::Track, &PointWants::base},
-    {&PointWants::Track, &PointWants::PointXv},
-    {&PointWants::Slip, &PointWants::base},
-    {&PointWants::Slip, &PointWants::PointXv},
-    {&PointWants::Slip, &PointWants::Track},
-    {&PointWants::Curvature, &PointWants::base},
-    {&PointWants::Curvature, &PointWants::PointXv},
-    {&PointWants::AngleGradient, &PointWants::base},
-    {&PointWants::AngleGradient, &PointWants::PointXv},
-};
-
-struct PointRootRequirement {
-  PointNode group;
-  Node required;
-};
-
-constexpr PointRootRequirement kPointRootRequirements[] = {
     {&PointWants::base, &NavWantTree::Imu2VehHeading},
     {&PointWants::base, &NavWantTree::Veh2OutHeading},
     {&PointWants::base, &NavWantTree::RemoteLeverArmX},
@@ -81,32 +43,32 @@ constexpr PointRootRequirement kPointRootRequirements[] = {
 }  // namespace
 
 void NavWantTree::wantAll(bool on) {
-  receivers.fill({on, on, on, on, on, on, on, on});
-  points.fill({on, on, on, on, on, on});
-  for (const Node node : kNodes) this->*node = on;
+  for (ReceiverWants& receiver : receivers) {
+#define KVEX_RECEIVER_GROUP(Name, ...) receiver.Name = on;
+#include "tables/ReceiverGroups.def"
+  }
+  for (PointWants& point : points) {
+#define KVEX_POINT_GROUP(Name, ...) point.Name = on;
+#include "tables/MeasPointGroups.def"
+  }
+#define KVEX_NAV_GROUP(Name, ...) Name = on;
+#include "tables/NavGroups.def"
   OutputPacketType = SerialNumber = Nano = true;
 }
 
 void NavWantTree::settle() {
-  bool changed = true;
-  const auto require = [&](bool wanted, bool& required) {
-    if (!wanted || required) return;
-    required = true;
-    changed = true;
-  };
-  while (changed) {
-    changed = false;
+  Sto::settleRequirements([&](const auto& require) {
+    const auto requireAll = [&]([[maybe_unused]] bool wanted, auto&... required) { (require(wanted, required), ...); };
     for (PointWants& point : points) {
-      for (const auto& [group, required] : kPointRequirements) require(point.*group, point.*required);
-      for (const auto& [group, required] : kPointRootRequirements) require(point.*group, this->*required);
+      point.visitRequirements(requireAll);
+      for (const auto& [group, required] : kPointRequirements) require(point.*group, this->*required);
     }
-    for (const Requirement& row : kRequirements) {
-      for (const Group required : row.required) require(this->*kNodes[row.group], this->*kNodes[required]);
-    }
+#define KVEX_NAV_GROUP(Name, Table, ...) requireAll(Name __VA_OPT__(, ) __VA_ARGS__);
+#include "tables/NavGroups.def"
     for (const auto& [group, receiver, required] : kReceiverRequirements) {
       require(this->*group, receivers[receiver].*required);
     }
-  }
+  });
 }
 
 void NavWantTree::setLevel(int level) {

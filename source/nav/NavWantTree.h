@@ -6,24 +6,21 @@ namespace Kvex::Nav {
 
 /// The want flags of one receiver, each named after the first signal of its group.
 struct ReceiverWants {
-  bool Type;
-  bool RawRate;
-  bool AntStatus;
-  bool SerBaud;
-  bool NumSats;
-  bool NumMeasGpsL1;
-  bool CpuUsed;
-  bool Chars;
+#define KVEX_RECEIVER_GROUP(Name, ...) bool Name;
+#include "tables/ReceiverGroups.def"
 };
 
 /// The want flags of one measurement point. `base` holds no signal: it stands for what all the others need.
 struct PointWants {
-  bool PointXv;
-  bool base;
-  bool Track;
-  bool Slip;
-  bool Curvature;
-  bool AngleGradient;
+#define KVEX_POINT_GROUP(Name, ...) bool Name;
+#include "tables/MeasPointGroups.def"
+
+  /// Calls `visitor(wanted, required...)` for each group, with the groups of the point that it is worked out from.
+  template <class Visitor>
+  void visitRequirements(const Visitor& visitor) {
+#define KVEX_POINT_GROUP(Name, Table, ...) visitor(Name __VA_OPT__(, ) __VA_ARGS__);
+#include "tables/MeasPointGroups.def"
+  }
 };
 
 /// Which groups of fields are worth decoding. A flag is named after the first signal of its group.

@@ -124,7 +124,7 @@ void readMinute(NavState& state, ByteView bytes) {
   constexpr std::uint8_t kFirstModeWithTime = 2;
   constexpr std::uint32_t kNoMinute = 0x00FFFFFF;
   if (state.record.InsNavMode.value >= kFirstModeWithTime && bytes.u32(0) != kNoMinute) {
-    state.time.minuteCounter = bytes.s32(0);
+    state.time.clock.minute = bytes.s32(0);
   }
 }
 

@@ -100,7 +100,7 @@ void decodeSource(RangeState& state, ByteView packet) {
   const std::uint8_t port = packet.u8(8);
   if (packet.size() != kSize || port == kNoPort || (port == 0 && address == 0)) return;
   for (RangeSource& source : state.record.sources) {
-    if ((source.address.flags & kNoValueBits) != 0) {
+    if (!source.address.hasValue()) {
       state.write(source.address, address);
       state.write(source.provenance, static_cast<std::uint8_t>(Lib::kProvenanceNames.clamped(port)));
       return;

@@ -105,7 +105,7 @@ void deriveLocalAngle(const RangeState& state, bool wanted, Scalar& localAngle, 
   const Scalar& reference = state.record.body.Hunter_RefHeading;
   if (!state.open(wanted, localAngle)) return;
   if (!allUsable(reference, heading)) return setUnavailable(localAngle);
-  state.write(localAngle, wrapped360(reference.value - heading.value));
+  state.write(localAngle, Lib::wholeTurn(reference.value - heading.value));
 }
 
 /// The hunter's measurement point moved along the range: first only ahead, then only to the side.

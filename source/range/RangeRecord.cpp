@@ -21,10 +21,10 @@ void forEachField(RangeRecord& record, Visitor visitor) {
     visitor(source.address);
   }
   for (RangeTarget& target : record.targets) {
-#define RANGE_TARGET(type, name, ...) visitEntries(target.name);
+#define KVEX_TARGET_SIGNAL(Name, ...) visitEntries(target.Name);
 #include "tables/RangeTargetSignals.def"
   }
-#define RANGE_BODY(type, name, ...) visitEntries(record.body.name);
+#define KVEX_BODY_SIGNAL(Name, ...) visitEntries(record.body.Name);
 #include "tables/RangeBodySignals.def"
 }
 

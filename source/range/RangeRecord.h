@@ -28,13 +28,13 @@ struct RangeSource {
 
 /// The signals of one target, named as in "Target1_" rows without that prefix.
 struct RangeTarget {
-#define RANGE_TARGET(type, name, count, ...) SignalField<type, count> name;
+#define KVEX_TARGET_SIGNAL(Name, Type, Count, ...) SignalField<Type, Count> Name;
 #include "tables/RangeTargetSignals.def"
 };
 
 /// The signals of the hunter, the lanes, the range unit and its clock.
 struct RangeBody {
-#define RANGE_BODY(type, name, count, ...) SignalField<type, count> name;
+#define KVEX_BODY_SIGNAL(Name, Type, Count, ...) SignalField<Type, Count> Name;
 #include "tables/RangeBodySignals.def"
 };
 

@@ -8,8 +8,6 @@
 
 namespace Kvex::Rng {
 
-/// Bits of flags that say that a field holds no value of now.
-inline constexpr std::uint8_t kNoValueBits = Lib::Flag::kNeverWritten | Lib::Flag::kNotAvailable | Lib::Flag::kNoValue;
 /// Bits of flags that a value is written with when the raw value stood at an end of its range.
 inline constexpr std::uint8_t kSaturationBits = 0x0F;
 
@@ -30,11 +28,11 @@ struct RangeState {
     const NavField<std::int64_t>& now = record.body.Nano;
     field.value = value;
     field.written = true;
-    if ((now.flags & kNoValueBits) != 0) {
-      field.flags = Lib::Flag::kUntimed;
-    } else {
+    if (now.hasValue()) {
       field.flags = 0;
       field.stamp = now.value;
+    } else {
+      field.flags = Lib::Flag::kUntimed;
     }
   }
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "range/RangeRecord.h"
-#include "range/RangeWantTree.h"
 #include "tables/SignalTable.h"
 
 namespace Kvex::Sto {

@@ -7,23 +7,15 @@ namespace Kvex::Rng {
 namespace {
 
 constexpr std::size_t kMillisecondsOffset = 4;
-constexpr Nano kNanosPerMilli = 1'000'000;
-/// A fall of the millisecond word from above to below this is a new minute.
-constexpr std::int32_t kRollover = 2000;
-
-/// Time of a millisecond word; wild minute counts wrap.
-Nano clockTime(std::int32_t minute, std::int32_t milliseconds) {
-  return Lib::wrappingAdd(Lib::wrappingMultiply(minute, 60 * Lib::kNanosPerSecond), milliseconds * kNanosPerMilli);
+/// The references where the first timed packet has this time and lies `back` behind the start.
+TimeReferences referencesAt(Nano first, Nano back) {
+  const Nano start = Lib::wrappingSubtract(first, back);
+  const Nano fraction = start % Lib::kNanosPerSecond;
+  const Nano origin = Lib::wrappingSubtract(start, fraction < 0 ? fraction + Lib::kNanosPerSecond : fraction);
+  return {.origin = origin, .start = start, .first = first};
 }
 
 }  // namespace
-
-void TimeReferences::set(Nano time, Nano back) {
-  first = time;
-  start = Lib::wrappingSubtract(time, back);
-  const Nano fraction = start % Lib::kNanosPerSecond;
-  origin = Lib::wrappingSubtract(start, fraction < 0 ? fraction + Lib::kNanosPerSecond : fraction);
-}
 
 bool RangeTimeState::beginsCycle(std::size_t pair) {
   const bool repeated = seen_[pair];
@@ -47,26 +39,14 @@ Nano RangeTimeState::countedBack() const {
   return kCyclePeriod * cycles_.count;
 }
 
-std::optional<Nano> RangeTimeState::advance(std::uint16_t milliseconds) {
-  if (milliseconds == kNoMilliseconds) return std::nullopt;
-  if (milliseconds < kRollover && milliseconds_ > kRollover && minute_ >= 0) {
-    // Past the largest count the minute turns unknown.
-    minute_ = minute_ == INT32_MAX ? -1 : minute_ + 1;
-  }
-  milliseconds_ = milliseconds;
-  if (minute_ < 0) return std::nullopt;
-  return clockTime(minute_, milliseconds_);
-}
-
 bool RangeTimeState::scan(const PacketHead& head, ByteView packet) {
   if (head.isTimed()) {
     if (!scan_.references.known()) {
       countPacket(head.pair());
-      if (const std::optional<Nano> time = advance(packet.u16(kMillisecondsOffset))) {
+      if (const std::optional<Nano> time = clock_.advance(packet.u16(kMillisecondsOffset))) {
         uncountPacket();
-        scan_.references.set(*time, countedBack());
-        scan_.firstMilliseconds = milliseconds_;
-        scan_.firstMinute = minute_;
+        scan_.references = referencesAt(*time, countedBack());
+        scan_.firstClock = clock_;
       }
     }
     const ByteView data = packet.from(head.channelOffset + 1);
@@ -81,7 +61,7 @@ bool RangeTimeState::scan(const PacketHead& head, ByteView packet) {
         break;
     }
   }
-  if (scan_.references.known() && scan_.utcOffset) mode_ = Mode::BackFill;
+  if (scan_.references.known() && scan_.utcOffset) mode_ = TimeMode::BackFilling;
   return !scanning();
 }
 
@@ -90,38 +70,36 @@ Nano RangeTimeState::backFill(std::size_t pair) {
   --packets_.count;
   if (beginsCycle(pair)) --cycles_.count;
   if (packets_.count <= 0) {
-    minute_ = scan_.firstMinute;
-    milliseconds_ = scan_.firstMilliseconds;
-    mode_ = Mode::Referenced;
+    clock_ = scan_.firstClock;
+    mode_ = TimeMode::Filled;
   }
   return time;
 }
 
 std::optional<Nano> RangeTimeState::timeOf(const PacketHead& head, ByteView packet) {
-  if (mode_ == Mode::BackFill) return backFill(head.pair());
+  if (mode_ == TimeMode::BackFilling) return backFill(head.pair());
   if (!references_.known()) countPacket(head.pair());
-  const std::optional<Nano> time = advance(packet.u16(kMillisecondsOffset));
-  if (time && mode_ == Mode::Searching && !references_.known()) {
+  const std::optional<Nano> time = clock_.advance(packet.u16(kMillisecondsOffset));
+  if (time && mode_ == TimeMode::Searching && !references_.known()) {
     uncountPacket();
-    references_.set(*time, countedBack());
-    mode_ = Mode::Running;
+    references_ = referencesAt(*time, countedBack());
+    mode_ = TimeMode::Running;
   }
   return time;
 }
 
 void RangeTimeState::reset() {
-  milliseconds_ = -1;
-  minute_ = -1;
+  clock_ = {};
   seen_.set();
   references_ = scan_.references;
   if (references_.known()) {
     cycles_.count = cycles_.scanned;
     packets_.count = packets_.scanned;
-    mode_ = Mode::BackFill;
+    mode_ = TimeMode::BackFilling;
   } else {
     cycles_ = {};
     packets_ = {};
-    mode_ = Mode::Searching;
+    mode_ = TimeMode::Searching;
   }
 }
 

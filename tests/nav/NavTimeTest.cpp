@@ -116,7 +116,7 @@ TEST(NavTime, survivesMinutesBeyondAllRange) {
 TEST(NavTime, findsReferencesWithoutAFirstPass) {
   QuonDecoder decoder(false);
   timesOf(decoder, {{1, 0}, {2, 90'0, kMinutes}, {2, 910}, {3, 920}});
-  const TimeReferences& known = decoder.time.references;
+  const NavTimeReferences& known = decoder.time.references;
   const Nano minute = kMinutes * kMinute;
   EXPECT_EQ(decoder.time.mode, TimeMode::Running);
   EXPECT_EQ(known.first, minute + 910 * kMillisecond);

@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "library/Enumerations.h"
+#include "nav/NavRecord.h"
 #include "nav/NavTables.h"
+#include "nav/NavWantTree.h"
 #include "support/Golden.h"
 
 namespace Kvex::Sto {

@@ -5,7 +5,9 @@
 #include <sstream>
 
 #include "library/Enumerations.h"
+#include "range/RangeRecord.h"
 #include "range/RangeTable.h"
+#include "range/RangeWantTree.h"
 #include "support/Golden.h"
 
 namespace Kvex::Sto {

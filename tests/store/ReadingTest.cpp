@@ -154,8 +154,12 @@ TEST(ReadingTest, cancels) {
   reading.store.cancel();
   std::vector<Lib::Sample> samples;
   EXPECT_EQ(reading.store.seekAll(0), StoreStatus::Cancelled);
-  EXPECT_EQ(reading.store.readSamples(reading.query, INT64_MAX, samples), StoreStatus::Cancelled);
-  EXPECT_EQ(reading.store.addFile(file.path(), reading.ids), StoreStatus::Cancelled);
+  const StoreStatus read = reading.store.readSamples(reading.query, INT64_MAX, samples);
+  EXPECT_EQ(read, StoreStatus::NotFound);
+  EXPECT_EQ(read.reason, Reason::kCancelled);
+  const StoreStatus added = reading.store.addFile(file.path(), reading.ids);
+  EXPECT_EQ(added, StoreStatus::NotFound);
+  EXPECT_EQ(added.reason, Reason::kCancelled);
   EXPECT_EQ(reading.ids.size(), streams);
 }
 

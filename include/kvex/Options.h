@@ -44,7 +44,8 @@ struct ReadOptions {
   std::optional<Nano> end;
   bool flags = false;   ///< Batches carry the flags of each value.
   bool stamps = false;  ///< Batches carry the stamp of each value.
-  /// The most rows of a batch; 0 for as many as go well with the processor's cache.
+  /// The most rows of a batch, as far as they take no more than 256 MiB; 0 for as many as go well with the processor's
+  /// cache.
   std::size_t batchRows = 0;
   ProgressCallback progress;
   std::stop_token stop;  ///< A stop ends the reading within a second, with `Cancelled`.

@@ -1,8 +1,10 @@
 #include "codecs.h"
 
 #include "can/StreamCan.h"
+#include "nav/NavFraming.h"
 #include "nav/StreamDask.h"
 #include "nav/StreamQuon.h"
+#include "range/RangeFormat.h"
 #include "range/StreamYeld.h"
 #include "zint/StreamZint.h"
 
@@ -11,15 +13,16 @@ namespace Kvex {
 namespace {
 
 using Lib::StreamCodec;
-using Sto::Framing;
+using Sto::makeResource;
 using Sto::makeStream;
+using Sto::RangeRole;
 
 constexpr Sto::Codec kCodecs[] = {
-    {StreamCodec::Dask, ".dask", Framing::Navigation, makeStream<Sto::StreamDask>},
-    {StreamCodec::Quon, ".quon", Framing::Navigation, makeStream<Sto::StreamQuon>},
-    {StreamCodec::Yeld, ".yeld", Framing::Range, makeStream<Sto::StreamYeld>},
-    {StreamCodec::Zint, "", Framing::None, makeStream<Sto::StreamZint>},
-    {StreamCodec::Can, "", Framing::None, makeStream<Sto::StreamCan>},
+    {StreamCodec::Dask, makeStream<Sto::StreamDask>, RangeRole::None, ".dask", makeResource<Nav::ResourceNav>},
+    {StreamCodec::Quon, makeStream<Sto::StreamQuon>, RangeRole::Source, ".quon", makeResource<Nav::ResourceNav>},
+    {StreamCodec::Yeld, makeStream<Sto::StreamYeld>, RangeRole::Range, ".yeld", makeResource<Rng::ResourceRng>},
+    {StreamCodec::Zint, makeStream<Sto::StreamZint>},
+    {StreamCodec::Can, makeStream<Sto::StreamCan>},
 };
 
 }  // namespace

@@ -19,16 +19,20 @@ std::vector<CanField> CanDecoder::emptyFields() const {
 }
 
 void CanDecoder::decode(Lib::ByteView packet, Nano time) {
-  forEachFrame(packet, [&](std::uint32_t id, Lib::ByteView data) {
-    const CanMessage* const message = database_.find(id);
-    if (message == nullptr) return;
-    NewestFrame& frame = newest_[message->index];
-    frame.data.assign(data);
-    frame.time = time;
-    if (frame.pending) return;
+  forEachFrame(packet, [&](std::uint32_t id, Lib::ByteView data) { decodeFrame(id, data, time); });
+}
+
+const CanMessage* CanDecoder::decodeFrame(std::uint32_t id, Lib::ByteView data, Nano time) {
+  const CanMessage* const message = database_.find(id);
+  if (message == nullptr) return nullptr;
+  NewestFrame& frame = newest_[message->index];
+  frame.data.assign(data);
+  frame.time = time;
+  if (!frame.pending) {
     frame.pending = true;
     pendingFrames_.push_back(message->index);
-  });
+  }
+  return message;
 }
 
 void CanDecoder::extract(std::vector<CanField>& fields) {

@@ -22,8 +22,10 @@ class CanDecoder {
   /// A field for each signal of the database, never written.
   std::vector<CanField> emptyFields() const;
 
-  /// Takes the frames of a packet in. Frames of ids that the database does not have are passed over.
+  /// Takes the frames of a packet in.
   void decode(Lib::ByteView packet, Nano time);
+  /// Takes one frame in. Gives its message; null for an id that the database does not have.
+  const CanMessage* decodeFrame(std::uint32_t id, Lib::ByteView data, Nano time);
 
   /// Reads the signals of all frames that came since the last call. `fields` is as `emptyFields` made it.
   void extract(std::vector<CanField>& fields);

@@ -56,10 +56,7 @@ class CanExtraction {
 
   template <class T>
   static void write(CanField& field, Nano time, T value) {
-    NavField<T>& typed = *std::get_if<NavField<T>>(&field);
-    typed.stamp = time;
-    typed.flags = 0;
-    typed.value = value;
+    std::get_if<NavField<T>>(&field)->write(value, time);
   }
 
   std::uint64_t mask_ = 0;

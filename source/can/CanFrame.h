@@ -32,17 +32,22 @@ inline Lib::Nano packetTime(Lib::ByteView packet) {
   return packet.size() < kPacketTimeSize ? Lib::kNoTime : packet.s64(0);
 }
 
-/// Calls `visitor(id, data)` for each frame of a packet. Data cut off by the packet's end comes shorter than its length
-/// code tells; a frame whose leading bytes are cut off is left out.
+/// Calls `visitor(id, data)` for the frame at `position` of a packet, and gives where the next one begins; the packet's
+/// size or more at its end. Data cut off by the packet's end comes shorter than its length code says; a frame whose
+/// leading bytes are cut off is left out.
+template <class Visitor>
+std::size_t readFrame(Lib::ByteView packet, std::size_t position, Visitor&& visitor) {
+  if (!packet.holds(position, kFrameHeadSize)) return packet.size();
+  const std::size_t length = kFrameLengths[packet.u8(position) >> 4];
+  visitor(packet.u32(position + 4), packet.from(position + kFrameHeadSize, length));
+  return position + kFrameHeadSize + paddedLength(length);
+}
+
+/// Calls `visitor(id, data)` for each frame of a packet.
 template <class Visitor>
 void forEachFrame(Lib::ByteView packet, Visitor&& visitor) {
-  std::size_t position = kPacketTimeSize;
-  while (packet.holds(position, kFrameHeadSize)) {
-    const std::size_t length = kFrameLengths[packet.u8(position) >> 4];
-    const std::uint32_t id = packet.u32(position + 4);
-    position += kFrameHeadSize;
-    visitor(id, packet.from(position, length));
-    position += paddedLength(length);
+  for (std::size_t position = kPacketTimeSize; position < packet.size();) {
+    position = readFrame(packet, position, visitor);
   }
 }
 

@@ -36,6 +36,8 @@ struct CanRecord {
   CanTimes times;
   std::vector<CanField> signals;  ///< In database order.
 
+  const NavField<Nano>& time() const { return times.nano; }
+
   void reset() {
     times.reset();
     for (CanField& field : signals) {

@@ -17,36 +17,37 @@ using Can::CanTimes;
 using Lib::NavField;
 using Lib::Flag::kNotAvailable;
 
-using CanTable = SignalTable<CanRecord, std::monostate>;
-
 constexpr std::string_view kDatabaseTag = "(Kvex-Can-Dbc)";
 /// A packet of classic frames: the time, and 16 bytes for each frame. Only these are looked at by the probe.
 constexpr std::size_t kClassicFrameSize = 16;
 /// The source word of rows that the recording defines.
 constexpr std::uint32_t kDatabaseSource = 1;
 
+/// The table of the signals that the packet's time gives.
+constexpr std::string_view kTimeTable = "time";
+
 /// The row of a time signal: `kField` of the record's times.
 template <auto kField>
-void insertTime(CanTable& table, std::string_view name, std::string_view unit, std::string_view description,
+void insertTime(SignalTable& table, std::string_view name, std::string_view unit, std::string_view description,
                 double resolution, decltype(SignalInfo::valueText) valueText = nullptr) {
   using Field = std::remove_reference_t<decltype(std::declval<CanTimes>().*kField)>;
-  using T = decltype(Field::value);
-  CanTable::Row<T> row;
+  SignalRow row;
   row.name = name;
+  row.valueType = Lib::kValueTypeOf<decltype(Field::value)>;
   row.unit = unit;
   row.description = description;
   row.resolution = resolution;
   row.decimals = decimalsOf(resolution);
   row.valueText = valueText;
-  row.accessor = [](const CanRecord& record, std::uint32_t, std::uint32_t) -> const NavField<T>& {
-    return record.times.*kField;
-  };
-  table.insert<T>(std::move(row));
+  row.table = kTimeTable;
+  row.accessor = accessorOf<CanRecord>(
+      [](const CanRecord& record, std::uint32_t) -> const Field& { return record.times.*kField; });
+  table.insert(std::move(row));
 }
 
-const CanTable& timeTable() {
-  static const CanTable table = [] {
-    CanTable rows;
+const SignalTable& timeTable() {
+  static const SignalTable table = [] {
+    SignalTable rows;
     insertTime<&CanTimes::nano>(rows, "Nano", "ns", "Nanoseconds from GPS time zero (0h 1980-01-06).", 1.0,
                                 dateTimeValueText);
     insertTime<&CanTimes::nanoFromOrigin>(rows, "NanoFromOrigin", "ns", "Nanoseconds from data origin.", 1.0,
@@ -64,30 +65,32 @@ const CanTable& timeTable() {
 
 }  // namespace
 
-StreamCan::StreamCan(ResourceKind resourceKind, std::uint32_t serial)
-    : TabledStream(resourceKind, serial, StreamCodec::Can, {&timeTable(), &table_}), table_(timeTable().count()) {
+StreamCan::StreamCan(const StreamIdentity& identity)
+    : RecordStream(identity, {&timeTable(), &table_}), table_(timeTable().count()) {
   record_.reset();
 }
 
-bool StreamCan::headerReady() {
-  const Com::TaggedPacket* const database = header.findHeader(kDatabaseTag);
+bool StreamCan::readHeader() {
+  const Com::TaggedPacket* const database = header().findHeader(kDatabaseTag);
   if (database == nullptr) return false;
   decoder_ = Can::CanDecoder(Can::CanDatabase(database->data));
   // The rows read the first and the last record too, whether a pass has come to its end or not.
-  record_.signals = firstRecord_.signals = lastRecord_.signals = decoder_.emptyFields();
+  record_.signals = first_.signals = last_.signals = decoder_.emptyFields();
   timeLine_ = {};
   probing_ = true;
   record_.reset();
-  headerAccepted = true;
-  for (const CanSignal& signal : decoder_.database().signals()) insertRow(signal);
+  for (const Can::CanMessage& message : decoder_.database().messages()) {
+    for (const CanSignal& signal : decoder_.database().signalsOf(message)) insertRow(message, signal);
+  }
   return true;
 }
 
-void StreamCan::insertRow(const CanSignal& signal) {
+void StreamCan::insertRow(const Can::CanMessage& message, const CanSignal& signal) {
   std::visit(
       [&]<class T>(const NavField<T>&) {
-        Table::Row<T> row;
+        SignalRow row;
         row.name = Can::utf8Text(signal.name);
+        row.valueType = Lib::kValueTypeOf<T>;
         row.unit = Can::utf8Text(signal.unit);
         row.description = Can::utf8Text(signal.comment);
         row.resolution = std::is_floating_point_v<T> ? std::abs(signal.factor.asDouble) : 1.0;
@@ -95,23 +98,42 @@ void StreamCan::insertRow(const CanSignal& signal) {
         row.rangeLow = signal.minimum.asDouble;
         row.rangeHigh = signal.maximum.asDouble;
         row.groupMask = kDefinedGroup;
-        row.elementIndex = signal.index;
+        row.table = Can::utf8Text(message.label());
+        row.message = static_cast<std::int32_t>(message.index);
+        row.blockIndex = signal.index;
         row.source = kDatabaseSource;
         if (row.decimals >= 1 && row.decimals <= 20) row.valueText = fixedDecimalsText;
-        row.accessor = [](const CanRecord& record, std::uint32_t index, std::uint32_t) -> const NavField<T>& {
+        row.accessor = accessorOf<CanRecord>([](const CanRecord& record, std::uint32_t index) -> const NavField<T>& {
           return *std::get_if<NavField<T>>(&record.signals[index]);
-        };
-        table_.insert<T>(std::move(row));
+        });
+        table_.insert(std::move(row));
       },
       record_.signals[signal.index]);
 }
 
-bool StreamCan::take(ByteView packet) {
+bool StreamCan::take(ByteView packet, Pass) {
   const Nano t = Can::packetTime(packet);
   if (t == Lib::kNoTime) return false;
   if (probing_) return probe(packet, t);
-  decode(packet, t);
+  setTime(timeLine_.absolute(t));
+  decoder_.decode(packet, record_.times.nano.value);
   return false;
+}
+
+std::size_t StreamCan::takeStep(ByteView packet, std::size_t from) {
+  stepMessage_ = SignalRow::kNoMessage;
+  if (from == 0) {
+    const Nano t = Can::packetTime(packet);
+    if (t == Lib::kNoTime) return packet.size();
+    setTime(timeLine_.absolute(t));
+    return Can::kPacketTimeSize;
+  }
+  return Can::readFrame(packet, from, [&](std::uint32_t id, ByteView data) {
+    const Can::CanMessage* const message = decoder_.decodeFrame(id, data, record_.times.nano.value);
+    if (message == nullptr) return;
+    stepMessage_ = static_cast<std::int32_t>(message->index);
+    decoder_.extract(record_.signals);
+  });
 }
 
 bool StreamCan::probe(ByteView packet, Nano t) {
@@ -121,24 +143,17 @@ bool StreamCan::probe(ByteView packet, Nano t) {
   return true;
 }
 
-void StreamCan::decode(ByteView packet, Nano t) {
-  const Nano time = timeLine_.absolute(t);
-  setTime(time);
-  decoder_.decode(packet, time);
-}
-
 void StreamCan::setTime(Nano t) {
   CanTimes& times = record_.times;
-  const auto set = [t](auto& field, auto value) { field = {.stamp = t, .flags = 0, .stamp2 = 0, .value = value}; };
   const auto setFrom = [&](NavField<Nano>& field, Nano base) {
     if (base == Lib::kNoTime) {
       field.flags = kNotAvailable;
     } else {
-      set(field, Lib::wrappingSubtract(t, base));
+      field.write(Lib::wrappingSubtract(t, base), t);
     }
   };
   const Can::CanTimeLine::Bases& bases = timeLine_.bases();
-  set(times.nano, t);
+  times.nano.write(t, t);
   setFrom(times.nanoFromOrigin, bases.origin);
   setFrom(times.nanoFromStart, bases.start);
   setFrom(times.nanoFromFirst, bases.first);
@@ -146,21 +161,9 @@ void StreamCan::setTime(Nano t) {
     times.weekCount.flags = kNotAvailable;
     times.weekSecond.flags = kNotAvailable;
   } else {
-    set(times.weekCount, static_cast<std::uint32_t>(t / Lib::kNanosPerWeek));
-    set(times.weekSecond, static_cast<double>(t % Lib::kNanosPerWeek) / Lib::kNanosPerSecond);
+    times.weekCount.write(static_cast<std::uint32_t>(t / Lib::kNanosPerWeek), t);
+    times.weekSecond.write(static_cast<double>(t % Lib::kNanosPerWeek) / Lib::kNanosPerSecond, t);
   }
-}
-
-void StreamCan::probeDone() {
-  reset();
-  if (headerAccepted) firstRecord_ = liveRecord();
-}
-
-void StreamCan::scanDone() {
-  if (headerAccepted) lastRecord_ = liveRecord();
-  reset();
-  header.addHeader(scanTag());
-  hasTime = liveTime().usable() && timeOf(firstRecord_).usable() && timeOf(lastRecord_).usable();
 }
 
 void StreamCan::reset() {
@@ -169,10 +172,9 @@ void StreamCan::reset() {
   decoder_.reset();
   record_.reset();
   if (const auto first = timeLine_.firstTime()) setTime(*first);
-  followTime(0);
 }
 
-const CanRecord& StreamCan::liveRecord() {
+CanRecord& StreamCan::live() {
   decoder_.extract(record_.signals);
   return record_;
 }

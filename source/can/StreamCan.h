@@ -1,12 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <variant>
 
 #include "can/CanDecoder.h"
 #include "can/CanRecord.h"
 #include "can/CanTimeLine.h"
-#include "store/TabledStream.h"
+#include "store/Stream.h"
 
 namespace Kvex::Sto {
 
@@ -16,40 +15,33 @@ namespace Kvex::Sto {
 ///
 /// A packet is an eight-byte time in nanoseconds and frames up to its end. A packet of fewer bytes, or of the time
 /// `Lib::kNoTime`, is ignored; so is a frame of an id that the database does not have.
-class StreamCan final : public TabledStream<Can::CanRecord, std::monostate> {
+class StreamCan final : public RecordStream<Can::CanRecord> {
  public:
-  StreamCan(ResourceKind resourceKind, std::uint32_t serial);
+  explicit StreamCan(const StreamIdentity& identity);
 
-  bool probeRaw(ByteView packet) override { return probePacket(packet); }
-  bool probePacket(ByteView packet) override { return take(packet); }
-  void scanRaw(ByteView packet) override { take(packet); }
-  void scanPacket(ByteView packet) override { take(packet); }
-
-  bool headerReady() override;
-  void probeDone() override;
-  void scanDone() override;
+  bool take(ByteView packet, Pass pass) override;
+  /// The packet's time is a step of its own, and then each frame is one.
+  std::size_t takeStep(ByteView packet, std::size_t from) override;
+  std::int32_t stepMessage() const override { return stepMessage_; }
   void reset() override;
+  const Can::NavField<Nano>& newestTime() const override { return record_.times.nano; }
 
  protected:
-  void walkRaw(ByteView packet) override { take(packet); }
-  void walkPacket(ByteView packet) override { take(packet); }
-  const Can::NavField<Nano>& liveTime() const override { return record_.times.nano; }
-  const Can::CanRecord& liveRecord() override;
-  const Can::NavField<Nano>& timeOf(const Can::CanRecord& record) const override { return record.times.nano; }
+  bool readHeader() override;
+  Can::CanRecord& live() override;
 
  private:
-  /// One packet, to the probe or to the decoder. True when it ended the probe.
-  bool take(ByteView packet);
+  /// Whether the probe has found its time with this packet.
   bool probe(ByteView packet, Nano t);
-  void decode(ByteView packet, Nano t);
   void setTime(Nano t);
-  void insertRow(const Can::CanSignal& signal);
+  void insertRow(const Can::CanMessage& message, const Can::CanSignal& signal);
 
   bool probing_ = false;
+  std::int32_t stepMessage_ = SignalRow::kNoMessage;
   Can::CanTimeLine timeLine_;
   Can::CanDecoder decoder_;
   Can::CanRecord record_;
-  Table table_;  ///< The database's signals.
+  SignalTable table_;  ///< The database's signals.
 };
 
 }  // namespace Kvex::Sto

@@ -109,4 +109,11 @@ inline constexpr std::array<Run, 2 * kSignalTypeCount> kAllRuns = [] {
   return runs;
 }();
 
+/// The place of a run in `kAllRuns`; the number of runs for a type that no signal has.
+constexpr std::size_t runIndex(Run run) {
+  std::size_t index = 0;
+  while (index < kAllRuns.size() && kAllRuns[index] != run) ++index;
+  return index;
+}
+
 }  // namespace Kvex::Lib

@@ -32,7 +32,7 @@ enum class Missing : std::uint8_t {
 enum class Unwanted : std::uint8_t {
   Mark,         ///< Marked as not available.
   Keep,         ///< Left alone.
-  ZeroAndMark,  ///< Set to 0 and marked.
+  ZeroAndMark,  ///< Set to 0, with the time of the packet, and marked.
   Decode,       ///< Decoded all the same.
 };
 

@@ -39,7 +39,7 @@ struct ChannelState {
   /// No innovation expires up to this time.
   Lib::Nano nextExpiry = Lib::kNoTime;
 
-  /// Channels whose fields nobody wants and which have marked them so: one mark lasts, since nothing is written.
+  /// Channels whose fields nobody wants and which have marked them so: one mark lasts, where nothing is written.
   /// Holds for as long as the wants stand.
   std::bitset<kChannelCount> idle;
 };

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdint>
 #include <optional>
 
@@ -102,8 +101,8 @@ void tellLinJerkFilter(NavState& state, std::optional<std::uint8_t> type, std::o
     for (JerkFilter& filter : *filters) {
       filter.average.setWindow(movAvgLen);
       if (!told) continue;
-      filter.lowPass.configure(std::min(record.LinJerkFiltType.value, ButterworthCascade::kUnknownType),
-                               static_cast<std::uint8_t>(record.LinJerkFiltOrder.value), record.LinJerkFiltFreq.value);
+      filter.lowPass.configure(record.LinJerkFiltType.value, static_cast<std::uint8_t>(record.LinJerkFiltOrder.value),
+                               record.LinJerkFiltFreq.value);
     }
   }
 }

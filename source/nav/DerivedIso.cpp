@@ -127,6 +127,7 @@ EarthTerms earthTerms(double lat, double depth, const Vector3& velocity, const M
 void setReversed(NavField<double>& to, const NavField<double>& from, double value) {
   using namespace Lib;
   to = from;
+  to.written = true;
   to.value = value;
   to.flags &= static_cast<std::uint8_t>(~(Flag::kLow | Flag::kHigh));
   if (from.flags & Flag::kLow) to.flags |= Flag::kHigh;
@@ -140,7 +141,10 @@ void deriveIsoAttitude(NavRecord& r) {
     setReversed(r.IsoYaw, r.Heading, (r.Heading.value > 270.0 ? 450.0 : 90.0) - r.Heading.value);
   }
   if (present(r.Pitch)) setReversed(r.IsoPitch, r.Pitch, -r.Pitch.value);
-  if (present(r.Roll)) r.IsoRoll = r.Roll;
+  if (present(r.Roll)) {
+    r.IsoRoll = r.Roll;
+    r.IsoRoll.written = true;
+  }
 }
 
 /// Jerk in the ISO frames: the rate of change of the acceleration in the earth-fixed one.

@@ -2,6 +2,7 @@
 #include <limits>
 #include <optional>
 
+#include "library/Enumerations.h"
 #include "nav/Angles.h"
 #include "nav/ChannelHandlers.h"
 #include "nav/Derived.h"
@@ -102,12 +103,14 @@ void readLinAccFilter(NavState& state, ByteView bytes) {
 
 void readLinJerkFilter(NavState& state, ByteView bytes) {
   constexpr std::uint8_t kNone = 15;
-  const std::uint8_t type = bytes.u8(0) & 0x0F;
-  const std::uint8_t order = bytes.u8(0) >> 4;
-  const bool told = bytes.u8(0) != 0;
-  tellLinJerkFilter(state, told && type != kNone ? std::optional(type) : std::nullopt,
-                    told && order != kNone ? std::optional<std::int32_t>(order) : std::nullopt, parameterAt(bytes, 1),
-                    bytes.u24(5) * 0.001);
+  const std::uint8_t rawType = bytes.u8(0) & 0x0F;
+  const std::uint8_t rawOrder = bytes.u8(0) >> 4;
+  const bool reported = bytes.u8(0) != 0;
+  std::optional<std::uint8_t> type;
+  std::optional<std::int32_t> order;
+  if (reported && rawType != kNone) type = static_cast<std::uint8_t>(Lib::kLinJerkFiltTypeNames.clamped(rawType));
+  if (reported && rawOrder != kNone) order = rawOrder;
+  tellLinJerkFilter(state, type, order, parameterAt(bytes, 1), bytes.u24(5) * 0.001);
 }
 
 }  // namespace Kvex::Nav

@@ -249,6 +249,7 @@ void NavDecoder::resetDecoder(bool full) {
   markAllFields_ = true;
   sortIndex_ = 1.0;
   setField(record.RxVersionId, protocol.rxVersionId);
+  record.clearWritten();
 }
 
 void NavDecoder::finishScan(bool fill) {
@@ -289,6 +290,7 @@ void NavDecoder::fillFromScan() {
     lay(record.Imu2VehPitch, scan.imu2Veh->at(1));
     lay(record.Imu2VehRoll, scan.imu2Veh->at(2));
   }
+  record.clearWritten();
 }
 
 // Work of one packet.

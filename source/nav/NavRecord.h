@@ -71,8 +71,12 @@ struct NavRecord {
   TextField<5> BaseStationIDText;  ///< The four bytes of `BaseStationID`.
   TextField<15> OmniStarSerial;    ///< `OmniStarSerialRaw` as it is printed.
 
+  const NavField<std::int64_t>& time() const { return Nano; }
+
   /// Brings every field to the state in which a walk starts.
   void reset();
+  /// Takes all marks of being written back: what a decoder lays in at the start of a walk is no write.
+  void clearWritten();
 };
 
 }  // namespace Kvex::Nav

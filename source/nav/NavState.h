@@ -49,13 +49,14 @@ struct NavState {
     const bool timed = record.Nano.flags < Lib::Flag::kNoValue;
     if (timed) field.stamp = record.Nano.value;
     field.flags = timed ? 0 : Lib::Flag::kUntimed;
+    field.written = true;
     field.value.fill('\0');
     std::copy_n(text.begin(), std::min(text.size(), Size - 1), field.value.begin());
   }
 
   /// Sets the time of the packet.
   void setTime(Lib::Nano nanoseconds) {
-    record.Nano = {.stamp = nanoseconds, .flags = 0, .stamp2 = 0, .value = nanoseconds};
+    record.Nano.write(nanoseconds, nanoseconds);
     record.NanoLocal.stamp = nanoseconds;
     setField(record.NanoSeconds, static_cast<double>(nanoseconds) / 1e9);
   }
@@ -63,9 +64,7 @@ struct NavState {
  private:
   template <class T>
   static void write(NavField<T>& field, T value, const NavField<std::int64_t>& packetTime) {
-    field.stamp = packetTime.stamp;
-    field.flags = packetTime.flags & Lib::Flag::kUntimed;
-    field.value = value;
+    field.write(value, packetTime.stamp, packetTime.flags & Lib::Flag::kUntimed);
   }
 };
 

@@ -81,17 +81,15 @@ struct Columns {
 
 class TableBuilder {
  public:
-  TableBuilder(NavTable& table, Listed protocol) : table_(table), protocol_(protocol) {}
+  TableBuilder(SignalTable& table, Listed protocol) : table_(table), protocol_(protocol) {}
 
   template <class T>
-  using Row = NavTable::Row<T>;
-
-  template <class T>
-  void add(Listed listed, const std::string& name, const Columns& columns, typename Row<T>::Accessor accessor,
-           typename Row<T>::Want want, Source source = kRecord, std::uint32_t elementIndex = 0) {
+  void add(Listed listed, const std::string& name, const Columns& columns, SignalRow::Accessor accessor,
+           SignalRow::Want want, Source source = kRecord, std::uint32_t blockIndex = 0) {
     if (!lists(listed, protocol_)) return;
-    Row<T> row;
+    SignalRow row;
     row.name = name;
+    row.valueType = Lib::kValueTypeOf<T>;
     row.unit = columns.unit;
     row.description = columns.description;
     row.resolution = columns.resolution;
@@ -101,7 +99,7 @@ class TableBuilder {
     row.dialStart = columns.dial.start;
     row.dialSweep = columns.dial.sweep;
     row.valueText = columns.text;
-    row.elementIndex = elementIndex;
+    row.blockIndex = blockIndex;
     row.source = source;
     row.accessor = accessor;
     row.want = want;
@@ -110,8 +108,8 @@ class TableBuilder {
 
   /// One row for each receiver.
   template <class T>
-  void addReceivers(Listed listed, const char* name, const Columns& columns, typename Row<T>::Accessor accessor,
-                    typename Row<T>::Want want) {
+  void addReceivers(Listed listed, const char* name, const Columns& columns, SignalRow::Accessor accessor,
+                    SignalRow::Want want) {
     for (std::uint32_t i = 0; i < kReceiverPrefixes.size(); ++i) {
       add<T>(listed, std::string(kReceiverPrefixes[i]) + name, columns, accessor, want, kReceiver, i);
     }
@@ -119,15 +117,15 @@ class TableBuilder {
 
   /// One row for each measurement point.
   template <class T>
-  void addPoints(Listed listed, const char* name, const Columns& columns, typename Row<T>::Accessor accessor,
-                 typename Row<T>::Want want) {
+  void addPoints(Listed listed, const char* name, const Columns& columns, SignalRow::Accessor accessor,
+                 SignalRow::Want want) {
     for (std::uint32_t i = 0; i < kPoints; ++i) {
       add<T>(listed, "MeasPt" + std::to_string(i + 1) + "_" + name, columns, accessor, want, kMeasPoint, i);
     }
   }
 
  private:
-  NavTable& table_;
+  SignalTable& table_;
   Listed protocol_;
 };
 
@@ -135,10 +133,10 @@ void addReceiverRows(TableBuilder& builder) {
 #define KVEX_RECEIVER_SIGNAL(Name, Type, Unit, Resolution, Group, Source, Text, Tables, Description)         \
   builder.addReceivers<Type>(                                                                                \
       Listed::Tables, #Name, {Unit, Resolution, Dials::Plain, textOf<Texts::k##Text##Names>(), Description}, \
-      [](const NavRecord& record, std::uint32_t index, std::uint32_t) -> const NavField<Type>& {             \
+      accessorOf<NavRecord>([](const NavRecord& record, std::uint32_t index) -> const NavField<Type>& {      \
         return record.receivers[index].Name;                                                                 \
-      },                                                                                                     \
-      [](NavWantTree& wants, std::uint32_t index) { wants.receivers[index].Group = true; });
+      }),                                                                                                    \
+      wantOf<NavWantTree>([](NavWantTree& wants, std::uint32_t index) { wants.receivers[index].Group = true; }));
 #include "tables/ReceiverSignals.def"
 }
 
@@ -146,25 +144,26 @@ void addPointRows(TableBuilder& builder) {
 #define KVEX_POINT_SIGNAL(Name, Type, Unit, Resolution, Group, Source, Text, Tables, Description)            \
   builder.addPoints<Type>(                                                                                   \
       Listed::Tables, #Name, {Unit, Resolution, Dials::Plain, textOf<Texts::k##Text##Names>(), Description}, \
-      [](const NavRecord& record, std::uint32_t index, std::uint32_t) -> const NavField<Type>& {             \
+      accessorOf<NavRecord>([](const NavRecord& record, std::uint32_t index) -> const NavField<Type>& {      \
         return record.points[index].Name;                                                                    \
-      },                                                                                                     \
-      [](NavWantTree& wants, std::uint32_t index) { wants.points[index].Group = true; });
+      }),                                                                                                    \
+      wantOf<NavWantTree>([](NavWantTree& wants, std::uint32_t index) { wants.points[index].Group = true; }));
 #include "tables/MeasPointSignals.def"
 }
 
 void addRecordRows(TableBuilder& builder) {
-#define KVEX_NAV_SIGNAL(Name, Type, Unit, Resolution, Dial, Group, Source, Text, Tables, Description)             \
-  builder.add<Type>(                                                                                              \
-      Listed::Tables, #Name, {Unit, Resolution, Dials::Dial, textOf<Texts::k##Text##Names>(), Description},       \
-      [](const NavRecord& record, std::uint32_t, std::uint32_t) -> const NavField<Type>& { return record.Name; }, \
-      [](NavWantTree& wants, std::uint32_t) { wants.Group = true; });
+#define KVEX_NAV_SIGNAL(Name, Type, Unit, Resolution, Dial, Group, Source, Text, Tables, Description)                 \
+  builder.add<Type>(Listed::Tables, #Name,                                                                            \
+                    {Unit, Resolution, Dials::Dial, textOf<Texts::k##Text##Names>(), Description},                    \
+                    accessorOf<NavRecord>(                                                                            \
+                        [](const NavRecord& record, std::uint32_t) -> const NavField<Type>& { return record.Name; }), \
+                    wantOf<NavWantTree>([](NavWantTree& wants, std::uint32_t) { wants.Group = true; }));
 #define KVEX_NAV_ROW KVEX_NAV_SIGNAL
 #include "tables/NavSignals.def"
 }
 
-NavTable makeTable(Listed protocol) {
-  NavTable table;
+SignalTable makeTable(Listed protocol) {
+  SignalTable table;
   TableBuilder builder(table, protocol);
   addReceiverRows(builder);
   addPointRows(builder);
@@ -174,13 +173,13 @@ NavTable makeTable(Listed protocol) {
 
 }  // namespace
 
-const NavTable& StaticAccessQuon::table() {
-  static const NavTable kTable = makeTable(Listed::Quon);
+const SignalTable& StaticAccessQuon::table() {
+  static const SignalTable kTable = makeTable(Listed::Quon);
   return kTable;
 }
 
-const NavTable& StaticAccessDask::table() {
-  static const NavTable kTable = makeTable(Listed::Dask);
+const SignalTable& StaticAccessDask::table() {
+  static const SignalTable kTable = makeTable(Listed::Dask);
   return kTable;
 }
 

@@ -6,16 +6,14 @@
 
 namespace Kvex::Sto {
 
-using NavTable = SignalTable<Nav::NavRecord, Nav::NavWantTree>;
-
 /// The 694 signals of a Quon stream.
 struct StaticAccessQuon {
-  static const NavTable& table();
+  static const SignalTable& table();
 };
 
 /// The 647 signals of a Dask stream.
 struct StaticAccessDask {
-  static const NavTable& table();
+  static const SignalTable& table();
 };
 
 }  // namespace Kvex::Sto

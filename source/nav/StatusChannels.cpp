@@ -107,7 +107,7 @@ T valueOf(const Form& form, const RawBits& raw, std::uint64_t last, T previous) 
   }
 }
 
-/// Gives whether the field can take a value at all.
+/// Returns whether another report can change the field, with the wants as they stand.
 template <class T, class Block, class Wants>
 bool decodeField(NavState& state, const ChannelRow& row, std::uint64_t word,
                  const BlockField<T, Block, Wants>& target) {
@@ -122,9 +122,10 @@ bool decodeField(NavState& state, const ChannelRow& row, std::uint64_t word,
   const Form& form = row.form;
   if (form.unwanted != Unwanted::Decode && !isWanted(state.wants, target)) {
     if (form.unwanted == Unwanted::Keep) return false;
-    if (form.unwanted == Unwanted::ZeroAndMark) set(T{});
+    const bool bearsTime = form.unwanted == Unwanted::ZeroAndMark;
+    if (bearsTime) set(T{});
     markNotAvailable(field);
-    return false;
+    return bearsTime;
   }
   if (!isOpen(form.gate, word)) {
     markNotAvailable(field);

@@ -8,10 +8,10 @@ namespace Kvex::Sto {
 /// A stream of Dask packets, of a recording or of a bare file.
 class StreamDask final : public StreamNav<Nav::DaskDecoder> {
  public:
-  StreamDask(ResourceKind resourceKind, std::uint32_t serial);
+  explicit StreamDask(const StreamIdentity& identity) : StreamNav(identity, StaticAccessDask::table()) {}
 
  protected:
-  std::optional<Nav::FeedResult> feedRaw(ByteView packet) override;
+  Nav::FeedResult feedRaw(ByteView packet) override;
 };
 
 }  // namespace Kvex::Sto

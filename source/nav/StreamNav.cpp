@@ -36,69 +36,51 @@ void describeUnit(Com::TaggedPacket& tag, const NavRecord& last) {
 }  // namespace
 
 template <class Decoder>
-bool StreamNav<Decoder>::probeRaw(ByteView packet) {
-  // A packet that does not fit ends the pass for this Stream.
-  return feedRaw(packet).value_or(FeedResult::ScanEnded) == FeedResult::ScanEnded;
+bool StreamNav<Decoder>::take(ByteView packet, Pass) {
+  const FeedResult result =
+      resourceKind() == ResourceKind::Recording ? decoder_.feedStamped(packet, false) : feedRaw(packet);
+  return result == FeedResult::ScanEnded;
 }
 
 template <class Decoder>
-bool StreamNav<Decoder>::probePacket(ByteView packet) {
-  return decoder_.feedStamped(packet, false) == FeedResult::ScanEnded;
-}
-
-template <class Decoder>
-bool StreamNav<Decoder>::headerReady() {
-  headerAccepted = true;
-  return true;
-}
-
-template <class Decoder>
-void StreamNav<Decoder>::reset() {
-  decoder_.finishScan(true);
-  followTime(0);
-}
-
-template <class Decoder>
-void StreamNav<Decoder>::probeDone() {
-  reset();
-  if (headerAccepted) firstRecord_ = decoder_.record;
-
+void StreamNav<Decoder>::wantScan() {
   Nav::NavWantTree& wants = decoder_.wants;
   wants.wantAll(false);
   wants.TimeWeekCount = wants.Provenance = wants.NanoFirmware = wants.Generator = true;
   wants.ProductFamily = wants.ProductType = wants.OutputRegularRate = true;
   wantForScan(wants);
+}
+
+template <class Decoder>
+void StreamNav<Decoder>::prepareScan() {
+  wantScan();
   decoder_.settleWants();
 }
 
 template <class Decoder>
-void StreamNav<Decoder>::scanDone() {
-  if (headerAccepted) lastRecord_ = decoder_.record;
-  reset();
-  if (resourceKind == ResourceKind::RangeFile) describeSource();
-  Com::TaggedPacket tag = scanTag();
-  describeUnit(tag, lastRecord_);
-  header.addHeader(std::move(tag));
-  settleTime();
-}
-
-template <class Decoder>
-void StreamNav<Decoder>::settleTime() {
-  if (!firstRecord_.Nano.usable()) return;
-  if (!lastRecord_.Nano.usable()) {
-    // Data may end without time: the newest time known still tells the end, if it is a likely one.
-    const Nano last = lastRecord_.Nano.value;
-    const Nano first = firstRecord_.Nano.value;
-    if (last < Lib::wrappingAdd(first, kMinSpan) || last > Lib::wrappingAdd(first, kMaxSpan)) return;
-    lastRecord_.Nano = {.stamp = last, .flags = 0, .stamp2 = 0, .value = last};
-  }
-  hasTime = true;
-}
-
-template <class Decoder>
-void StreamNav<Decoder>::prepareBlock(std::uint32_t block) {
-  wantSubscribed(block, decoder_.wants);
+void StreamNav<Decoder>::want(const std::vector<const SignalRow*>& rows) {
+  // What the scan shows stays wanted: the values are those that the scan has seen.
+  wantScan();
+  for (const SignalRow* row : rows) row->want(&decoder_.wants, row->blockIndex);
   decoder_.settleWants();
+}
+
+template <class Decoder>
+void StreamNav<Decoder>::describeScan(Com::TaggedPacket& tag) {
+  if (resourceKind() == ResourceKind::RangeFile) describeSource();
+  describeUnit(tag, last_);
+}
+
+template <class Decoder>
+bool StreamNav<Decoder>::settleTime() {
+  if (!first_.Nano.usable()) return false;
+  if (last_.Nano.usable()) return true;
+  // Data may end without time: the newest time known still stands for the end, if it is a likely one.
+  const Nano last = last_.Nano.value;
+  const Nano first = first_.Nano.value;
+  if (last < Lib::wrappingAdd(first, kMinSpan) || last > Lib::wrappingAdd(first, kMaxSpan)) return false;
+  last_.Nano = {.stamp = last, .flags = 0, .value = last};
+  return true;
 }
 
 template class StreamNav<Nav::QuonDecoder>;

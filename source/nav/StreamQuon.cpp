@@ -16,12 +16,9 @@ constexpr std::size_t kMinBlock = 5 + Nav::kQuonProtocol.packetSize;
 
 }  // namespace
 
-StreamQuon::StreamQuon(ResourceKind kind, std::uint32_t serialNumber)
-    : StreamNav(kind, serialNumber, StreamCodec::Quon, StaticAccessQuon::table()) {}
-
-std::optional<FeedResult> StreamQuon::feedRaw(ByteView packet) {
+FeedResult StreamQuon::feedRaw(ByteView packet) {
   if (packet.size() == Nav::kQuonProtocol.packetSize) return decoder_.feedPacket(packet, false);
-  if (packet.size() < kMinBlock) return std::nullopt;
+  if (packet.size() < kMinBlock) return FeedResult::ScanEnded;
   return decoder_.feedBlock(packet, true);
 }
 
@@ -30,13 +27,13 @@ void StreamQuon::wantForScan(Nav::NavWantTree& wants) const {
 }
 
 void StreamQuon::describeSource() {
-  Com::TaggedPacket* tag = header.findHeader("{Kvex-Range}");
+  Com::TaggedPacket* tag = header().findHeader("{Kvex-Range}");
   if (tag == nullptr) return;
-  const auto& address = lastRecord_.AddressIPv4;
-  tag->setText("Provenance", scanText(lastRecord_.Provenance, Lib::kProvenanceNames));
+  const auto& address = last_.AddressIPv4;
+  tag->setText("Provenance", scanText(last_.Provenance, Lib::kProvenanceNames));
   tag->setText("Address.IPv4", address.usable() ? Lib::dottedAddress(address.value) : "");
-  tag->setText("Address.File", scanText(lastRecord_.AddressFile));
-  tag->setText("Address.Serial", scanText(lastRecord_.AddressSerial));
+  tag->setText("Address.File", scanText(last_.AddressFile));
+  tag->setText("Address.Serial", scanText(last_.AddressSerial));
 }
 
 }  // namespace Kvex::Sto

@@ -9,10 +9,10 @@ namespace Kvex::Sto {
 /// blocks behind an address.
 class StreamQuon final : public StreamNav<Nav::QuonDecoder> {
  public:
-  StreamQuon(ResourceKind resourceKind, std::uint32_t serial);
+  explicit StreamQuon(const StreamIdentity& identity) : StreamNav(identity, StaticAccessQuon::table()) {}
 
  protected:
-  std::optional<Nav::FeedResult> feedRaw(ByteView packet) override;
+  Nav::FeedResult feedRaw(ByteView packet) override;
   void wantForScan(Nav::NavWantTree& wants) const override;
   void describeSource() override;
 };

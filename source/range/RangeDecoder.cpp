@@ -181,7 +181,7 @@ void RangeDecoder::decodeLong(const PacketHead& head, ByteView packet) {
 void RangeDecoder::takeTime(const PacketHead& head, ByteView packet) {
   NavField<std::int64_t>& nano = state_.record.body.Nano;
   if (const std::optional<Nano> time = clock_.timeOf(head, packet)) {
-    nano = {.stamp = *time, .flags = 0, .stamp2 = 0, .value = *time};
+    nano.write(*time, *time);
   } else {
     nano.flags = kNotAvailable;
   }
@@ -224,10 +224,11 @@ void RangeDecoder::reset() {
   RangeBody& body = state_.record.body;
   if (scan.references.known()) {
     const Nano start = scan.references.start;
-    body.Nano = {.stamp = start, .flags = 0, .stamp2 = 0, .value = start};
+    body.Nano.write(start, start);
     writeTimeSignals(true);
   }
   if (scan.utcOffset) state_.write(body.TimeUtcOffset, *scan.utcOffset);
+  state_.record.clearWritten();
 }
 
 void RangeDecoder::setWants(const RangeWantTree& wants) {

@@ -38,6 +38,7 @@ class RangeDecoder {
   void setWants(const RangeWantTree& wants);
 
   const RangeRecord& record() const { return state_.record; }
+  RangeRecord& record() { return state_.record; }
   const RangeTimeState& clock() const { return clock_; }
 
  private:

@@ -14,11 +14,13 @@ constexpr std::uint8_t withEndsSwapped(std::uint8_t flags) {
 
 void copy(Scalar& iso, const Scalar& own) {
   iso = own;
+  iso.written = true;
 }
 
 /// A copy that points the other way: `value` in the place of the field's own.
 void copyTurned(Scalar& iso, const Scalar& own, double value) {
   iso = own;
+  iso.written = true;
   iso.flags = withEndsSwapped(own.flags);
   iso.value = value;
 }
@@ -29,7 +31,7 @@ void negate(Scalar& iso, const Scalar& own) {
 
 template <std::size_t Count>
 void copy(std::array<Scalar, Count>& iso, const std::array<Scalar, Count>& own) {
-  iso = own;
+  for (std::size_t i = 0; i < Count; ++i) copy(iso[i], own[i]);
 }
 
 template <std::size_t Count>

@@ -7,7 +7,6 @@ namespace Kvex::Rng {
 
 namespace {
 
-constexpr std::size_t kFrameHead = 4;
 constexpr std::size_t kChannelSize = 9;
 
 std::optional<PacketHead> timedHead(ByteView packet, PacketType type, std::uint8_t channelOffset) {
@@ -27,8 +26,8 @@ std::optional<PacketHead> longHead(ByteView packet) {
 
 Frame checkFrame(ByteView bytes) {
   if (bytes.size() < kFrameHead) return {};
-  if (bytes.u8(0) != 'W') return {FrameCheck::Bad, 0};
-  const std::size_t size = bytes.u16(2) + kFrameHead;
+  if (bytes.u8(0) != kFrameSync) return {FrameCheck::Bad, 0};
+  const std::size_t size = frameSize(bytes);
   if (bytes.size() < size) return {FrameCheck::Incomplete, size};
   const bool good = Lib::byteSum(bytes.data() + 1, size - 2) == bytes.u8(size - 1);
   return {good ? FrameCheck::Good : FrameCheck::Bad, size};

@@ -20,6 +20,15 @@ enum class PacketType : std::uint8_t {
   Sensors = 6,  ///< Sensor points of the hunter.
 };
 
+/// A frame begins with this byte; the four bytes of its head do not count in the length that stands in them.
+inline constexpr std::uint8_t kFrameSync = 'W';
+inline constexpr std::size_t kFrameHead = 4;
+
+/// The whole size of a frame, by the length in its head.
+inline std::size_t frameSize(ByteView head) {
+  return head.u16(2) + kFrameHead;
+}
+
 enum class FrameCheck : std::uint8_t {
   Good = 0,
   Incomplete = 1,  ///< More bytes are needed.

@@ -6,29 +6,36 @@ namespace {
 
 constexpr std::uint8_t kResetFlags = Lib::Flag::kNeverWritten | Lib::Flag::kUntimed;
 
-template <class T>
-void clear(NavField<T>& field) {
-  field = {.stamp = 0, .flags = kResetFlags, .stamp2 = 0, .value = T{}};
-}
-
-template <class T, std::size_t Count>
-void clear(std::array<NavField<T>, Count>& fields) {
-  for (NavField<T>& field : fields) clear(field);
+/// Calls `visitor` with every field of the record, and with each entry of a list.
+template <class Visitor>
+void forEachField(RangeRecord& record, Visitor visitor) {
+  const auto visitEntries = [&]<class Field>(Field& field) {
+    if constexpr (requires { field.size(); }) {
+      for (auto& entry : field) visitor(entry);
+    } else {
+      visitor(field);
+    }
+  };
+  for (RangeSource& source : record.sources) {
+    visitor(source.provenance);
+    visitor(source.address);
+  }
+  for (RangeTarget& target : record.targets) {
+#define RANGE_TARGET(type, name, ...) visitEntries(target.name);
+#include "tables/RangeTargetSignals.def"
+  }
+#define RANGE_BODY(type, name, ...) visitEntries(record.body.name);
+#include "tables/RangeBodySignals.def"
 }
 
 }  // namespace
 
 void RangeRecord::reset() {
-  for (RangeSource& source : sources) {
-    clear(source.provenance);
-    clear(source.address);
-  }
-  for (RangeTarget& target : targets) {
-#define RANGE_TARGET(type, name, ...) clear(target.name);
-#include "tables/RangeTargetSignals.def"
-  }
-#define RANGE_BODY(type, name, ...) clear(body.name);
-#include "tables/RangeBodySignals.def"
+  forEachField(*this, []<class T>(NavField<T>& field) { field = {.flags = kResetFlags}; });
+}
+
+void RangeRecord::clearWritten() {
+  forEachField(*this, [](auto& field) { field.written = false; });
 }
 
 }  // namespace Kvex::Rng

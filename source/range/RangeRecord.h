@@ -49,8 +49,12 @@ struct RangeRecord {
   std::array<RangeTarget, kTargets> targets;
   RangeBody body;
 
+  const NavField<std::int64_t>& time() const { return body.Nano; }
+
   /// Every field without a value, as at the start of a walk: value and stamps 0, flags 144.
   void reset();
+  /// Takes all marks of being written back: what a decoder lays in at the start of a walk is no write.
+  void clearWritten();
 };
 
 }  // namespace Kvex::Rng

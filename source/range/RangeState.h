@@ -29,6 +29,7 @@ struct RangeState {
   void write(NavField<T>& field, std::type_identity_t<T> value) const {
     const NavField<std::int64_t>& now = record.body.Nano;
     field.value = value;
+    field.written = true;
     if ((now.flags & kNoValueBits) != 0) {
       field.flags = Lib::Flag::kUntimed;
     } else {

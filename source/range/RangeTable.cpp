@@ -51,19 +51,21 @@ struct Line {
 constexpr std::uint32_t kTargetSource = 1;
 
 template <class T>
-const NavField<T>& elementOf(const NavField<T>& field, std::uint32_t) {
+const NavField<T>& firstElement(const NavField<T>& field) {
   return field;
 }
 
 template <class T, std::size_t Count>
-const NavField<T>& elementOf(const std::array<NavField<T>, Count>& fields, std::uint32_t element) {
-  return fields[element];
+const NavField<T>& firstElement(const std::array<NavField<T>, Count>& fields) {
+  return fields.front();
 }
 
 template <class T>
-RangeTable::Row<T> rowOf(const Line& line, const std::string& prefix = {}) {
-  RangeTable::Row<T> row;
+SignalRow rowOf(const Line& line, const std::string& prefix = {}) {
+  SignalRow row;
   row.name = prefix + line.name;
+  row.valueType = Lib::kValueTypeOf<T>;
+  row.isArray = line.count > 1;
   row.count = line.count;
   row.unit = line.unit;
   row.description = line.description;
@@ -73,36 +75,32 @@ RangeTable::Row<T> rowOf(const Line& line, const std::string& prefix = {}) {
   return row;
 }
 
-Shape shapeOf(const Line& line) {
-  return line.count == 1 ? Shape::Scalar : Shape::Array;
-}
-
 template <class T, auto kField, TargetGroup kGroup>
-void insertTarget(RangeTable& table, const Line& line) {
+void insertTarget(SignalTable& table, const Line& line) {
   for (std::uint32_t target = 0; target < Rng::kTargets; ++target) {
-    RangeTable::Row<T> row = rowOf<T>(line, "Target" + std::to_string(target + 1) + "_");
+    SignalRow row = rowOf<T>(line, "Target" + std::to_string(target + 1) + "_");
     row.source = kTargetSource;
-    row.elementIndex = target;
-    row.accessor = [](const RangeRecord& record, std::uint32_t index, std::uint32_t element) -> const NavField<T>& {
-      return elementOf(record.targets.at(index).*kField, element);
-    };
-    row.want = [](RangeWantTree& wants, std::uint32_t index) { wants.targets[index][kGroup] = true; };
-    table.insert(std::move(row), shapeOf(line));
+    row.blockIndex = target;
+    row.accessor = accessorOf<RangeRecord>([](const RangeRecord& record, std::uint32_t index) -> const NavField<T>& {
+      return firstElement(record.targets.at(index).*kField);
+    });
+    row.want =
+        wantOf<RangeWantTree>([](RangeWantTree& wants, std::uint32_t index) { wants.targets[index][kGroup] = true; });
+    table.insert(std::move(row));
   }
 }
 
 template <class T, auto kField, BodyGroup kGroup>
-void insertBody(RangeTable& table, const Line& line) {
-  RangeTable::Row<T> row = rowOf<T>(line);
-  row.accessor = [](const RangeRecord& record, std::uint32_t, std::uint32_t element) -> const NavField<T>& {
-    return elementOf(record.body.*kField, element);
-  };
-  row.want = [](RangeWantTree& wants, std::uint32_t) { wants.body[kGroup] = true; };
-  table.insert(std::move(row), shapeOf(line));
+void insertBody(SignalTable& table, const Line& line) {
+  SignalRow row = rowOf<T>(line);
+  row.accessor = accessorOf<RangeRecord>(
+      [](const RangeRecord& record, std::uint32_t) -> const NavField<T>& { return firstElement(record.body.*kField); });
+  row.want = wantOf<RangeWantTree>([](RangeWantTree& wants, std::uint32_t) { wants.body[kGroup] = true; });
+  table.insert(std::move(row));
 }
 
-RangeTable makeTable() {
-  RangeTable table;
+SignalTable makeTable() {
+  SignalTable table;
 #define RANGE_TARGET(type, name, count, unit, resolution, group, text, description) \
   insertTarget<type, &RangeTarget::name, TargetGroup::group>(                       \
       table, {#name, count, unit, resolution, Text::text, description});
@@ -116,8 +114,8 @@ RangeTable makeTable() {
 
 }  // namespace
 
-const RangeTable& rangeTable() {
-  static const RangeTable table = makeTable();
+const SignalTable& rangeTable() {
+  static const SignalTable table = makeTable();
   return table;
 }
 

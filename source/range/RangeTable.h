@@ -6,10 +6,8 @@
 
 namespace Kvex::Sto {
 
-using RangeTable = SignalTable<Rng::RangeRecord, Rng::RangeWantTree>;
-
 /// The 818 signals of the range protocol: 148 of each of the four targets, then 226 of the body. Built at the first
 /// call, never changed and shared by all range streams.
-const RangeTable& rangeTable();
+const SignalTable& rangeTable();
 
 }  // namespace Kvex::Sto

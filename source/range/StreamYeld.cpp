@@ -2,6 +2,7 @@
 
 #include "library/PackedText.h"
 #include "range/RangeTable.h"
+#include "store/RangeLinks.h"
 
 namespace Kvex::Sto {
 
@@ -32,73 +33,53 @@ std::optional<T> usableValue(const Lib::NavField<T>& field) {
 
 }  // namespace
 
-StreamYeld::StreamYeld(ResourceKind kind, std::uint32_t serialNumber)
-    : TabledStream(kind, serialNumber, StreamCodec::Yeld, {&rangeTable()}) {}
+StreamYeld::StreamYeld(const StreamIdentity& identity) : RecordStream(identity, {&rangeTable()}) {}
 
-bool StreamYeld::probeRaw(ByteView packet) {
-  return decoder_.feedRaw(packet) == Rng::RangeDecoder::Feed::PassDone;
+bool StreamYeld::take(ByteView packet, Pass) {
+  const Rng::RangeDecoder::Feed fed =
+      resourceKind() == ResourceKind::Recording ? decoder_.feedRecorded(packet) : decoder_.feedRaw(packet);
+  return fed == Rng::RangeDecoder::Feed::PassDone;
 }
 
-bool StreamYeld::probePacket(ByteView packet) {
-  return decoder_.feedRecorded(packet) == Rng::RangeDecoder::Feed::PassDone;
-}
-
-bool StreamYeld::headerReady() {
-  headerAccepted = true;
-  return true;
-}
-
-void StreamYeld::reset() {
-  decoder_.reset();
-  followTime(0);
-}
-
-void StreamYeld::probeDone() {
-  reset();
-  if (headerAccepted) firstRecord_ = decoder_.record();
+void StreamYeld::prepareScan() {
   decoder_.setWants(identityWants());
 }
 
-void StreamYeld::scanDone() {
-  if (headerAccepted) lastRecord_ = decoder_.record();
-  reset();
-  const Rng::RangeBody& last = lastRecord_.body;
-  if (resourceKind == ResourceKind::RangeFile) {
-    Com::TaggedPacket range("{Kvex-Range}");
-    range.setText("WhoAmI", "Range");
-    range.setText("Address.IPv4", last.Range_IPv4Adr.usable() ? Lib::dottedAddress(last.Range_IPv4Adr.value) : "");
-    header.addHeader(std::move(range));
-  }
-  Com::TaggedPacket scan = scanTag();
-  scan.setText("Range.DevId", last.DevID.usable() ? Lib::packedCharacters(last.DevID.value) : "");
-  header.addHeader(std::move(scan));
-  hasTime = liveTime().usable() && firstRecord_.body.Nano.usable() && last.Nano.usable();
-}
-
-void StreamYeld::prepareBlock(std::uint32_t block) {
+void StreamYeld::want(const std::vector<const SignalRow*>& rows) {
   Rng::RangeWantTree wants;
   wants.wantAll(false);
-  wantSubscribed(block, wants);
+  for (const SignalRow* row : rows) row->want(&wants, row->blockIndex);
   wants.settleWants();
   decoder_.setWants(wants);
+}
+
+void StreamYeld::describeScan(Com::TaggedPacket& tag) {
+  const Rng::RangeBody& last = last_.body;
+  if (resourceKind() == ResourceKind::RangeFile) {
+    Com::TaggedPacket range{std::string(kRangeTag)};
+    range.setText("WhoAmI", "Range");
+    range.setText("Address.IPv4", last.Range_IPv4Adr.usable() ? Lib::dottedAddress(last.Range_IPv4Adr.value) : "");
+    header().addHeader(std::move(range));
+  }
+  tag.setText("Range.DevId", last.DevID.usable() ? Lib::packedCharacters(last.DevID.value) : "");
 }
 
 std::array<std::optional<RangeSources::Source>, RangeSources::kPlaces> StreamYeld::sources() const {
   std::array<std::optional<Source>, kPlaces> places;
   for (std::size_t i = 0; i < kPlaces; ++i) {
-    const auto& [provenance, address] = lastRecord_.sources[i];
+    const auto& [provenance, address] = last_.sources[i];
     if (provenance.usable() && address.usable()) places[i] = {address.value, provenance.value};
   }
   return places;
 }
 
 std::optional<std::uint32_t> StreamYeld::hunterAddress() const {
-  return usableValue(lastRecord_.body.Hunter_Address);
+  return usableValue(last_.body.Hunter_Address);
 }
 
 std::array<std::optional<std::uint32_t>, RangeSources::kTargets> StreamYeld::targetAddresses() const {
   std::array<std::optional<std::uint32_t>, kTargets> addresses;
-  for (std::size_t i = 0; i < kTargets; ++i) addresses[i] = usableValue(lastRecord_.targets[i].Address);
+  for (std::size_t i = 0; i < kTargets; ++i) addresses[i] = usableValue(last_.targets[i].Address);
   return addresses;
 }
 

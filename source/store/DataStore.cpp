@@ -1,87 +1,96 @@
 #include "store/DataStore.h"
 
 #include <mutex>
+#include <stdexcept>
+#include <utility>
 
 namespace Kvex::Sto {
+
+namespace {
 
 using Looking = std::shared_lock<std::shared_mutex>;
 using Changing = std::unique_lock<std::shared_mutex>;
 
-StoreStatus DataStore::addFile(const std::string& path, std::vector<std::uint32_t>& streamIds) {
-  passGate();
-  const Changing data(dataLock_);
-  return DataStoreImpl::addFile(path, streamIds);
-}
+/// The store whose Stream this thread is visiting: it holds that store's data lock.
+thread_local const DataStore* visitedStore = nullptr;
 
-StoreStatus DataStore::startTime(Nano& time) const {
-  passGate();
-  const Looking data(dataLock_);
-  return DataStoreImpl::startTime(time);
-}
+}  // namespace
 
-StoreStatus DataStore::endTime(Nano& time) const {
-  passGate();
-  const Looking data(dataLock_);
-  return DataStoreImpl::endTime(time);
-}
-
-StreamInfo DataStore::streamInfo(std::uint32_t streamId) const {
-  passGate();
-  const Looking data(dataLock_);
-  return DataStoreImpl::streamInfo(streamId);
+template <class Lock, class Operation>
+auto DataStore::locked(Operation&& operation) const {
+  if (visitedStore == this) throw std::logic_error("the visitor of a stream called its store, which is locked");
+  { const Looking gate(gateLock_); }
+  const Lock data(dataLock_);
+  return operation();
 }
 
 bool DataStore::visitStream(std::uint32_t streamId,
                             const std::function<void(const Stream&, const Resource&)>& visitor) const {
-  passGate();
-  const Looking data(dataLock_);
-  const Stream* found = stream(streamId);
-  if (found == nullptr) return false;
-  visitor(*found, *resource(static_cast<std::uint32_t>(found->resourceIndex)));
-  return true;
+  return locked<Looking>([&] {
+    const Stream* found = stream(streamId);
+    if (found == nullptr) return false;
+    struct Visit {
+      const DataStore* outer;
+      explicit Visit(const DataStore* store) : outer(std::exchange(visitedStore, store)) {}
+      ~Visit() { visitedStore = outer; }
+    };
+    const Visit visit(this);
+    visitor(*found, *resourceOf(*found));
+    return true;
+  });
+}
+
+StoreStatus DataStore::addFile(const std::string& path, std::vector<std::uint32_t>& streamIds) {
+  return locked<Changing>([&] { return DataStoreImpl::addFile(path, streamIds); });
+}
+
+StoreStatus DataStore::startTime(Nano& time) const {
+  return locked<Looking>([&] { return DataStoreImpl::startTime(time); });
+}
+
+StoreStatus DataStore::endTime(Nano& time) const {
+  return locked<Looking>([&] { return DataStoreImpl::endTime(time); });
+}
+
+StreamInfo DataStore::streamInfo(std::uint32_t streamId) const {
+  return locked<Looking>([&] { return DataStoreImpl::streamInfo(streamId); });
 }
 
 StoreStatus DataStore::subscribe(std::uint32_t modeId, std::uint32_t streamId, std::string_view name) {
-  passGate();
-  const Changing data(dataLock_);
-  return DataStoreImpl::subscribe(modeId, streamId, name);
+  return locked<Changing>([&] { return DataStoreImpl::subscribe(modeId, streamId, name); });
+}
+
+StoreStatus DataStore::subscribe(std::uint32_t modeId, const SignalListing& signal) {
+  return locked<Changing>([&] { return DataStoreImpl::subscribe(modeId, signal); });
 }
 
 StoreStatus DataStore::addToQuery(SignalQuery& query, std::uint32_t modeId, std::uint32_t streamId,
                                   std::string_view name) const {
-  passGate();
-  const Looking data(dataLock_);
-  return DataStoreImpl::addToQuery(query, modeId, streamId, name);
-}
-
-StoreStatus DataStore::subscribe(std::uint32_t modeId, const SignalListing& signal) {
-  passGate();
-  const Changing data(dataLock_);
-  return DataStoreImpl::subscribe(modeId, signal);
+  return locked<Looking>([&] { return DataStoreImpl::addToQuery(query, modeId, streamId, name); });
 }
 
 StoreStatus DataStore::addToQuery(SignalQuery& query, std::uint32_t modeId, const SignalListing& signal) const {
-  passGate();
-  const Looking data(dataLock_);
-  return DataStoreImpl::addToQuery(query, modeId, signal);
+  return locked<Looking>([&] { return DataStoreImpl::addToQuery(query, modeId, signal); });
+}
+
+void DataStore::clearSubscriptions() {
+  return locked<Changing>([&] { return DataStoreImpl::clearSubscriptions(); });
 }
 
 StoreStatus DataStore::seekAll(Nano time) {
-  passGate();
-  const Changing data(dataLock_);
-  return DataStoreImpl::seekAll(time);
+  return locked<Changing>([&] { return DataStoreImpl::seekAll(time); });
 }
 
 StoreStatus DataStore::readSamples(const SignalQuery& query, Nano time, std::vector<Sample>& out) {
-  passGate();
-  const Changing data(dataLock_);
-  return DataStoreImpl::readSamples(query, time, out);
+  return locked<Changing>([&] { return DataStoreImpl::readSamples(query, time, out); });
+}
+
+std::unique_ptr<NativeReader> DataStore::openNative(std::uint32_t streamId, std::span<const SignalListing> signals) {
+  return locked<Changing>([&] { return DataStoreImpl::openNative(streamId, signals); });
 }
 
 void DataStore::closeFiles() {
-  passGate();
-  const Changing data(dataLock_);
-  DataStoreImpl::closeFiles();
+  return locked<Changing>([&] { return DataStoreImpl::closeFiles(); });
 }
 
 }  // namespace Kvex::Sto

@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <shared_mutex>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,9 +30,9 @@ class DataStore : private DataStoreImpl {
   /// `codecs` must outlive the store.
   DataStore(const StoreConfig& config, CodecList codecs) : DataStoreImpl(config, codecs) {}
 
-  /// Scans a file and adds its Streams, whose ids are appended to `streamIds`. The extension tells the kind of file, in
-  /// any case. NotFound for a path that is no regular file, an unknown extension, or a file without Streams; Cancelled
-  /// where `cancel` has been called, with nothing added.
+  /// Scans a file and adds its Streams, whose ids are appended to `streamIds`. The extension decides the kind of file,
+  /// in any case of letters. NotFound, with the reason, for a path that is no regular file, an unknown extension, a
+  /// file without Streams, and where `cancel` has been called, with nothing added.
   StoreStatus addFile(const std::string& path, std::vector<std::uint32_t>& streamIds);
 
   /// The earliest start of all Streams with time, GPS nanoseconds; plus 100 ms if they do not all start at the same
@@ -41,7 +43,8 @@ class DataStore : private DataStoreImpl {
 
   /// What is known of a Stream; a default record for an unknown id.
   StreamInfo streamInfo(std::uint32_t streamId) const;
-  /// Calls `visitor` with a Stream and its file, which it may look at but not keep. False for an unknown id.
+  /// Calls `visitor` with a Stream and its file, which it may look at but not keep. False for an unknown id. The store
+  /// is locked meanwhile: an operation of it that the visitor calls throws `std::logic_error`.
   bool visitStream(std::uint32_t streamId, const std::function<void(const Stream&, const Resource&)>& visitor) const;
 
   /// Enters a signal of a Stream into a Mode. A bracketed element number is ignored: arrays are subscribed whole.
@@ -53,24 +56,32 @@ class DataStore : private DataStoreImpl {
   /// for an element beyond the array.
   StoreStatus addToQuery(SignalQuery& query, std::uint32_t modeId, std::uint32_t streamId, std::string_view name) const;
   StoreStatus addToQuery(SignalQuery& query, std::uint32_t modeId, const SignalListing& signal) const;
+  /// Drops all subscriptions of all Modes. Queries made before must not be read again.
+  void clearSubscriptions();
 
   /// Puts all Streams that are read on a time. Success or Cancelled.
   StoreStatus seekAll(Nano time);
   /// Walks the Streams that are read forward to a time and gives the values of the query's columns, in `out`, which is
-  /// resized to their number. NotFound for an empty query; Cancelled, with no values, where `cancel` has been called.
-  /// Throws `std::out_of_range` for a query made for another Mode.
+  /// resized to their number. NotFound for an empty query, and, with no values, where `cancel` has been called. Throws
+  /// `std::out_of_range` for a query made for another Mode.
   StoreStatus readSamples(const SignalQuery& query, Nano time, std::vector<Sample>& out);
+  /// Reads all samples of signals of one Stream as the recording carried them; null for an unknown Stream or signal.
+  /// While the reader lives, nobody may use the store; reading by time needs a new `seekAll` after it.
+  std::unique_ptr<NativeReader> openNative(std::uint32_t streamId, std::span<const SignalListing> signals);
 
   /// Closes the files of all Streams.
   void closeFiles();
 
-  /// Ends the operation in progress, and all later ones, at the next opportunity. Safe to call from a signal handler.
+  /// Ends the operation in progress, and all later ones until `clearCancel`, at the next opportunity. Safe to call from
+  /// a signal handler.
   void cancel() { cancelFlag().store(true, std::memory_order_relaxed); }
+  void clearCancel() { cancelFlag().store(false, std::memory_order_relaxed); }
   /// Reports of long operations. One thread may read them while another one works.
   using DataStoreImpl::progress;
 
  private:
-  void passGate() const { const std::shared_lock gate(gateLock_); }
+  template <class Lock, class Operation>
+  auto locked(Operation&& operation) const;
 
   /// Held exclusively, it keeps new operations out while those inside finish. Every operation passes it and releases it
   /// before it goes for the data lock.

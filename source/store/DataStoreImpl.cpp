@@ -3,13 +3,10 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <mutex>
-#include <shared_mutex>
 #include <stdexcept>
+#include <utility>
 
-#include "store/ResourceBare.h"
 #include "store/ResourceOgg.h"
-#include "store/ResourceRng.h"
 
 namespace Kvex::Sto {
 
@@ -18,69 +15,68 @@ namespace {
 /// Added to the start of a store whose Streams do not all start at the same nanosecond, so that all have begun.
 constexpr Nano kStartMargin = 100'000'000;
 
+constexpr std::string_view kRecordingExtension = ".vrel";
+
 /// What is thrown for a query made for another Mode.
 constexpr const char* kNotOfThisMode = "invalid map<K, T> key";
+
+StoreStatus notFound(std::string_view reason) {
+  return {StoreStatus::NotFound, reason};
+}
 
 }  // namespace
 
 DataStoreImpl::DataStoreImpl(const StoreConfig& config, CodecList codecs)
     : config_(config),
       codecs_(codecs),
-      direct_(kDirectMode),
-      retain_(kRetainMode, config.retain),
+      modes_{Mode(kDirectMode, Mode::Requests::One), Mode(kRetainMode, Mode::Requests::PerStream)},
       progress_(config.progressRingBits) {}
+
+const Codec* DataStoreImpl::codecOfExtension(std::string_view extension) const {
+  const auto found = std::ranges::find_if(
+      codecs_, [&](const Codec& codec) { return codec.makeResource != nullptr && codec.extension == extension; });
+  return found == codecs_.end() ? nullptr : &*found;
+}
 
 std::unique_ptr<Resource> DataStoreImpl::makeResource(const std::string& path) {
   const ScanContext context{config_, codecs_, progress_, cancel_};
   const auto index = static_cast<std::uint32_t>(resources_.size());
   const std::string extension = lowerExtension(path);
-  if (extension == ".vrel") return std::make_unique<ResourceOgg>(context, index, path);
-  for (const Codec& codec : codecs_) {
-    if (codec.framing == Framing::None || codec.extension != extension) continue;
-    if (codec.framing == Framing::Range) {
-      return std::make_unique<ResourceRng>(context, index, ResourceKind::RangeFile, path, codec);
-    }
-    return std::make_unique<ResourceNav>(context, index, ResourceKind::NavigationFile, path, codec);
-  }
-  return nullptr;
+  if (extension == kRecordingExtension) return std::make_unique<ResourceOgg>(context, index, path);
+  const Codec* codec = codecOfExtension(extension);
+  return codec == nullptr ? nullptr : codec->makeResource(context, index, path, *codec);
 }
 
 StoreStatus DataStoreImpl::addFile(const std::string& path, std::vector<std::uint32_t>& streamIds) {
   std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) return StoreStatus::NotFound;
+  if (!std::filesystem::is_regular_file(path, error)) return notFound(Reason::kNoFile);
   std::unique_ptr<Resource> resource = makeResource(path);
-  if (resource == nullptr) return StoreStatus::NotFound;
+  if (resource == nullptr) return notFound(Reason::kUnknownKind);
   resource->scan();
-  if (cancel_) return StoreStatus::Cancelled;
+  if (cancel_) return notFound(Reason::kCancelled);
   const bool any = !resource->streams.empty();
   takeIn(std::move(resource), streamIds);
-  return any ? StoreStatus::Success : StoreStatus::NotFound;
+  return any ? StoreStatus{} : notFound(Reason::kNoStreams);
 }
 
 void DataStoreImpl::takeIn(std::unique_ptr<Resource> owned, std::vector<std::uint32_t>& streamIds) {
   Resource& resource = *resources_.emplace_back(std::move(owned));
   for (auto& [serial, stream] : resource.streams) {
-    stream->resourceIndex = static_cast<std::int32_t>(resource.index);
-    stream->index = static_cast<std::int32_t>(streams_.size());
-    streamIds.push_back(static_cast<std::uint32_t>(streams_.size()));
-    streams_.push_back(stream.get());
-    pendingSeeks_.emplace_back();
     const std::string grouping = stream->grouping();
-    stream->name = (grouping.empty() ? "" : grouping + " ") + std::to_string(resource.index);
-    const auto nextGroup = static_cast<std::int32_t>(groupNames_.size());
-    stream->groupIndex = groupNames_.emplace(stream->name, nextGroup).first->second;
+    StreamEntry& entry = stream->entry;
+    entry.resourceIndex = static_cast<std::int32_t>(resource.index);
+    entry.index = static_cast<std::int32_t>(streams_.size());
+    entry.name = (grouping.empty() ? "" : grouping + " ") + std::to_string(resource.index);
+    entry.groupIndex = groupNames_.emplace(entry.name, static_cast<std::int32_t>(groupNames_.size())).first->second;
+    streamIds.push_back(static_cast<std::uint32_t>(streams_.size()));
+    streams_.push_back({stream.get(), StreamWalker(*stream, resource.logical(serial)), {}});
   }
   resource.linkStreams();
-  for (auto& [serial, stream] : resource.streams) {
-    if (stream->hasTime) {
-      retain_.addStream(stream->startSample().asInteger(), stream->endSample().asInteger());
-    } else {
-      retain_.addEmptyStream();
-    }
-  }
-  for (Stream* stream : streams_) {
-    stream->reserveRequests(kDirectMode, 1);
-    stream->reserveRequests(kRetainMode, static_cast<std::uint32_t>(streams_.size()));
+  for (const auto& [serial, stream] : resource.streams) {
+    const bool retained =
+        stream->hasTime() &&
+        retainGrid(stream->startSample().asInteger(), stream->endSample().asInteger(), config_.retain).binWidth > 0;
+    for (Mode& mode : modes_) mode.addStream(retained);
   }
 }
 
@@ -88,45 +84,47 @@ StoreStatus DataStoreImpl::startTime(Nano& time) const {
   time = INT64_MAX;
   bool seen = false;
   bool differ = false;
-  for (const Stream* stream : streams_) {
-    if (!stream->hasTime) continue;
-    const Nano start = stream->startSample().asInteger();
+  for (const StoredStream& stored : streams_) {
+    if (!stored.stream->hasTime()) continue;
+    const Nano start = stored.stream->startSample().asInteger();
     differ |= seen && start != time;
     time = std::min(time, start);
     seen = true;
   }
-  if (!seen) return StoreStatus::NotFound;
+  if (!seen) return {StoreStatus::NotFound, Reason::kNoTime};
   if (differ && time <= INT64_MAX - kStartMargin) time += kStartMargin;
-  return StoreStatus::Success;
+  return {};
 }
 
 StoreStatus DataStoreImpl::endTime(Nano& time) const {
   time = INT64_MIN;
   bool seen = false;
-  for (const Stream* stream : streams_) {
-    if (!stream->hasTime) continue;
-    time = std::max(time, stream->endSample().asInteger());
+  for (const StoredStream& stored : streams_) {
+    if (!stored.stream->hasTime()) continue;
+    time = std::max(time, stored.stream->endSample().asInteger());
     seen = true;
   }
-  if (!seen) time = 0;
-  return seen ? StoreStatus::Success : StoreStatus::NotFound;
+  if (seen) return {};
+  time = 0;
+  return {StoreStatus::NotFound, Reason::kNoTime};
 }
 
 const Stream* DataStoreImpl::stream(std::uint32_t streamId) const {
-  return streamId < streams_.size() ? streams_[streamId] : nullptr;
+  return streamId < streams_.size() ? streams_[streamId].stream : nullptr;
 }
 
-const Resource* DataStoreImpl::resource(std::uint32_t resourceIndex) const {
-  return resourceIndex < resources_.size() ? resources_[resourceIndex].get() : nullptr;
+const Resource* DataStoreImpl::resourceOf(const Stream& stream) const {
+  const auto index = static_cast<std::size_t>(stream.entry.resourceIndex);
+  return index < resources_.size() ? resources_[index].get() : nullptr;
 }
 
 StreamInfo DataStoreImpl::streamInfo(std::uint32_t streamId) const {
   const Stream* found = stream(streamId);
   if (found == nullptr) return {};
-  const Resource* owner = resource(static_cast<std::uint32_t>(found->resourceIndex));
+  const Resource* owner = resourceOf(*found);
   if (owner == nullptr) return {};
   StreamInfo info = found->info();
-  info.resourceIndex = found->resourceIndex;
+  info.resourceIndex = found->entry.resourceIndex;
   info.resourceKind = static_cast<std::int32_t>(owner->kind);
   info.resourcePath = owner->path;
   info.resourceExtension = owner->extension;
@@ -135,8 +133,7 @@ StreamInfo DataStoreImpl::streamInfo(std::uint32_t streamId) const {
 
 StoreStatus DataStoreImpl::subscribe(std::uint32_t modeId, std::uint32_t streamId, std::string_view name) {
   const std::string_view signal = parseSignalName(name).name;
-  if (signal.empty()) return StoreStatus::NotFound;
-  return subscribe(modeId, streamId, signal, Lib::kAllRuns);
+  return subscribe(modeId, streamId, signal, signal.empty() ? std::span<const Run>{} : Lib::kAllRuns);
 }
 
 StoreStatus DataStoreImpl::subscribe(std::uint32_t modeId, const SignalListing& signal) {
@@ -146,24 +143,24 @@ StoreStatus DataStoreImpl::subscribe(std::uint32_t modeId, const SignalListing& 
 
 StoreStatus DataStoreImpl::subscribe(std::uint32_t modeId, std::uint32_t streamId, std::string_view signal,
                                      std::span<const Run> runs) {
-  if (streamId >= streams_.size() || modeId > kRetainMode) return StoreStatus::NotFound;
-  Stream& stream = *streams_[streamId];
-  Mode& mode = modeId == kDirectMode ? static_cast<Mode&>(direct_) : retain_;
-  const std::uint32_t request = modeId == kDirectMode ? 0 : streamId;
+  Mode* into = mode(modeId);
+  if (into == nullptr) return notFound(Reason::kNoMode);
+  if (streamId >= streams_.size()) return notFound(Reason::kNoStream);
+  Stream& stream = *streams_[streamId].stream;
+  if (!stream.hasTime()) return notFound(Reason::kTimelessStream);
   for (const Run run : runs) {
-    if (stream.isSubscribed(modeId, run, signal)) return StoreStatus::Success;
-    if (!stream.subscribe(modeId, request, mode.columnCount(run.type, request), run, signal)) continue;
-    ColumnListing listing;
-    if (stream.lastSubscribed(listing, modeId, run) && mode.addColumns(request, listing)) return StoreStatus::Success;
+    const SignalRow* row = stream.findRow(run, signal);
+    if (row == nullptr) continue;
+    into->subscribe(streamId, *row, stream.liveRecord());
+    return {};
   }
-  return StoreStatus::NotFound;
+  return notFound(Reason::kNoSignal);
 }
 
 StoreStatus DataStoreImpl::addToQuery(SignalQuery& query, std::uint32_t modeId, std::uint32_t streamId,
                                       std::string_view name) const {
   const SignalName signal = parseSignalName(name);
-  if (signal.name.empty()) return StoreStatus::NotFound;
-  return addToQuery(query, modeId, streamId, signal, Lib::kAllRuns);
+  return addToQuery(query, modeId, streamId, signal, signal.name.empty() ? std::span<const Run>{} : Lib::kAllRuns);
 }
 
 StoreStatus DataStoreImpl::addToQuery(SignalQuery& query, std::uint32_t modeId, const SignalListing& signal) const {
@@ -174,41 +171,52 @@ StoreStatus DataStoreImpl::addToQuery(SignalQuery& query, std::uint32_t modeId, 
 
 StoreStatus DataStoreImpl::addToQuery(SignalQuery& query, std::uint32_t modeId, std::uint32_t streamId,
                                       const SignalName& signal, std::span<const Run> runs) const {
-  if (streamId >= streams_.size()) return StoreStatus::NotFound;
+  const Mode* from = mode(modeId);
+  if (from == nullptr) return notFound(Reason::kNoMode);
+  if (streamId >= streams_.size()) return notFound(Reason::kNoStream);
+  const Stream& stream = *streams_[streamId].stream;
   for (const Run run : runs) {
-    ColumnListing listing;
-    std::uint32_t source = 0;
-    if (!streams_[streamId]->lookup(listing, source, modeId, run, signal.name)) continue;
-    return query.add(listing, source, signal.element) ? StoreStatus::Success : StoreStatus::NotFound;
+    const SignalRow* row = stream.findRow(run, signal.name);
+    const ColumnPlace* place = row == nullptr ? nullptr : from->find(streamId, *row);
+    if (place == nullptr) continue;
+    const ColumnListing listing{{*row, stream.entry.index}, modeId, place->request, place->position};
+    return query.add(listing, row->source, signal.element) ? StoreStatus{} : notFound(Reason::kNoElement);
   }
-  return StoreStatus::NotFound;
+  return notFound(Reason::kNotSubscribed);
 }
 
-/// Keeps the progress and the cancel flag of a seek over several Streams alive.
-class DataStoreImpl::Seek : public WalkWatcher {
+void DataStoreImpl::clearSubscriptions() {
+  for (Mode& mode : modes_) mode.clear();
+}
+
+/// Reports a seek over several Streams, and looks at the cancel flag. What is reported never falls.
+class DataStoreImpl::SeekProgress : public WalkWatcher {
  public:
-  Seek(DataStoreImpl& store, Nano target) : store_(store), target_(target) {}
+  SeekProgress(DataStoreImpl& store, Nano target, std::size_t streams)
+      : store_(store), target_(target), share_(streams == 0 ? 0.0 : 100.0 / static_cast<double>(streams)) {}
 
-  void report(double percent) { store_.progress_.report(-1, Phase::Seek, percent); }
-
-  /// The Stream at `place` of `count` begins.
-  void begin(std::size_t place, std::size_t count, Nano clock) {
+  /// The Stream at `place` begins.
+  void begin(std::size_t place, Nano clock) {
     from_ = clock;
-    base_ = 100.0 * static_cast<double>(place) / static_cast<double>(count);
-    share_ = 100.0 / static_cast<double>(count);
-    reported_ = Clock::now();
+    base_ = share_ * static_cast<double>(place);
+    reportedAt_ = Clock::now();
     report(base_);
   }
 
-  bool goOn(Nano clock) override {
+  void report(double percent) {
+    highest_ = std::max(highest_, percent);
+    store_.progress_.report(-1, Phase::Seek, highest_);
+  }
+
+  bool stopped() const override { return store_.cancel_.load(std::memory_order_relaxed); }
+
+  void moved(Nano clock) override {
     const auto now = Clock::now();
-    if (std::chrono::duration<double>(now - reported_).count() > store_.config_.progressInterval) {
-      reported_ = now;
-      const double whole = static_cast<double>(target_) - static_cast<double>(from_);
-      const double done = static_cast<double>(clock) - static_cast<double>(from_);
-      report(base_ + share_ * (whole > 0 ? std::clamp(done / whole, 0.0, 1.0) : 0.0));
-    }
-    return !store_.cancel_.load(std::memory_order_relaxed);
+    if (std::chrono::duration<double>(now - reportedAt_).count() <= store_.config_.progressInterval) return;
+    reportedAt_ = now;
+    const double whole = static_cast<double>(target_) - static_cast<double>(from_);
+    const double done = static_cast<double>(clock) - static_cast<double>(from_);
+    report(base_ + share_ * (whole > 0 ? std::clamp(done / whole, 0.0, 1.0) : 0.0));
   }
 
  private:
@@ -216,87 +224,102 @@ class DataStoreImpl::Seek : public WalkWatcher {
 
   DataStoreImpl& store_;
   Nano target_;
+  double share_;
   Nano from_ = 0;
   double base_ = 0;
-  double share_ = 0;
-  Clock::time_point reported_;
+  double highest_ = 0;
+  Clock::time_point reportedAt_;
 };
 
 StoreStatus DataStoreImpl::seekAll(Nano time) {
   // The state of a Stream depends only on the packets before the asked time, so a Stream that nobody reads is put in
   // place when somebody does.
-  std::vector<Stream*> read;
+  std::vector<StoredStream*> read;
   for (std::size_t id = 0; id < streams_.size(); ++id) {
-    streams_[id]->prepareBlock(kDirectMode);
-    const bool isRead = streams_[id]->hasRequests(kDirectMode);
-    pendingSeeks_[id].reset();
-    if (isRead) {
-      read.push_back(streams_[id]);
+    StoredStream& stored = streams_[id];
+    stored.pendingSeek.reset();
+    if (isRead(id)) {
+      stored.stream->want(modes_[kDirectMode].rows(static_cast<std::uint32_t>(id)));
+      read.push_back(&stored);
     } else {
-      pendingSeeks_[id] = time;
+      stored.pendingSeek = time;
     }
   }
-  Seek seek(*this, time);
-  seek.report(0.0);
+  SeekProgress seek(*this, time, read.size());
+  if (!cancel_) seek.report(0.0);
   for (std::size_t place = 0; place < read.size() && !cancel_; ++place) {
-    Stream& stream = *read[place];
-    if (!stream.seekTo(time)) continue;
-    seek.begin(place, read.size(), stream.time);
-    stream.skipTo(time, &seek);
+    StreamWalker& walker = read[place]->walker;
+    if (!walker.seekTo(time)) continue;
+    seek.begin(place, walker.clock());
+    walker.skipTo(time, seek);
   }
   if (cancel_) {
-    for (Stream* stream : read) {
-      if (stream->logical != nullptr) stream->logical->close();
-    }
-    return StoreStatus::Cancelled;
+    for (StoredStream* stored : read) stored->walker.close();
+    return {StoreStatus::Cancelled, Reason::kCancelled};
   }
   seek.report(100.0);
-  return StoreStatus::Success;
+  return {};
 }
 
 StoreStatus DataStoreImpl::readSamples(const SignalQuery& query, Nano time, std::vector<Sample>& out) {
+  /// A read reports no progress.
+  class CancelWatcher : public WalkWatcher {
+   public:
+    explicit CancelWatcher(const std::atomic<bool>& cancel) : cancel_(cancel) {}
+    bool stopped() const override { return cancel_.load(std::memory_order_relaxed); }
+    void moved(Nano) override {}
+
+   private:
+    const std::atomic<bool>& cancel_;
+  };
+
   out.resize(query.columns().size());
-  if (query.groups().empty()) return StoreStatus::NotFound;
-  Seek watcher(*this, time);
+  if (query.groups().empty()) return notFound(Reason::kEmptyQuery);
+  CancelWatcher watcher(cancel_);
   for (std::size_t id = 0; id < streams_.size(); ++id) {
-    Stream& stream = *streams_[id];
-    if (!stream.hasRequests(kDirectMode)) continue;
-    if (const std::optional<Nano> pending = std::exchange(pendingSeeks_[id], std::nullopt)) {
-      stream.prepareBlock(kDirectMode);
-      if (stream.seekTo(*pending)) stream.skipTo(*pending, &watcher);
+    if (!isRead(id)) continue;
+    StoredStream& stored = streams_[id];
+    if (const std::optional<Nano> pending = std::exchange(stored.pendingSeek, std::nullopt)) {
+      stored.stream->want(modes_[kDirectMode].rows(static_cast<std::uint32_t>(id)));
+      if (stored.walker.seekTo(*pending)) stored.walker.skipTo(*pending, watcher);
     }
-    stream.advanceTo(time, &watcher);
+    stored.walker.advanceTo(time, watcher);
+    stored.stream->liveRecord();
   }
-  if (cancel_) return StoreStatus::Cancelled;
-  {
-    const std::unique_lock guard(direct_.columns.lock);
-    for (Stream* stream : streams_) stream->fillColumns(kDirectMode, 0, direct_.columns);
-  }
+  if (cancel_) return notFound(Reason::kCancelled);
   const auto group = query.groups().find(0);
   if (group == query.groups().end()) throw std::out_of_range(kNotOfThisMode);
-  const std::shared_lock guard(direct_.columns.lock);
+  const Columns& columns = *modes_[kDirectMode].columns(0);
   Lib::forEachType([&](auto tag) {
     using T = typename decltype(tag)::Type;
-    const ColumnGroup<T>& columns = direct_.columns.groups.of<T>();
+    const ColumnGroup<T>& fields = columns.of<T>();
     for (const QueryEntry& entry : group->second.of<T>()) {
-      if (entry.position + entry.count > columns.length()) throw std::out_of_range(kNotOfThisMode);
+      if (entry.position + entry.count > fields.size()) throw std::out_of_range(kNotOfThisMode);
       for (std::uint32_t i = 0; i < entry.count; ++i) {
-        const std::uint32_t position = entry.position + i;
         Sample& sample = out[entry.outIndex + i];
-        sample.set(static_cast<T>(columns.values[position]));
-        sample.flags = columns.flags[position];
-        sample.time = columns.times[position];
+        sample.set(*fields[entry.position + i]);
         sample.source = entry.source;
       }
     }
   });
-  return StoreStatus::Success;
+  return {};
+}
+
+std::unique_ptr<NativeReader> DataStoreImpl::openNative(std::uint32_t streamId,
+                                                        std::span<const SignalListing> signals) {
+  if (streamId >= streams_.size()) return nullptr;
+  StoredStream& stored = streams_[streamId];
+  std::vector<const SignalRow*> rows;
+  for (const SignalListing& signal : signals) {
+    const SignalRow* row = stored.stream->findRow(signal.run(), signal.name);
+    if (row == nullptr) return nullptr;
+    rows.push_back(row);
+  }
+  return std::make_unique<NativeReader>(*stored.stream, stored.walker, rows, cancel_);
 }
 
 void DataStoreImpl::closeFiles() {
-  for (Stream* stream : streams_) {
-    if (stream->logical != nullptr) stream->logical->close();
-  }
+  for (StoredStream& stored : streams_) stored.walker.close();
 }
 
 }  // namespace Kvex::Sto

@@ -12,20 +12,16 @@
 
 #include "store/Codec.h"
 #include "store/Mode.h"
+#include "store/NativeReader.h"
 #include "store/ProgressRing.h"
 #include "store/Resource.h"
 #include "store/SignalQuery.h"
 #include "store/StoreConfig.h"
+#include "store/StoreStatus.h"
 #include "store/Stream.h"
+#include "store/StreamWalker.h"
 
 namespace Kvex::Sto {
-
-/// The result of a store operation.
-enum class StoreStatus : std::uint32_t {
-  Success = 0,
-  NotFound = 3,  ///< Nothing found, or no data.
-  Cancelled = 7,
-};
 
 /// Ids of the Modes.
 inline constexpr std::uint32_t kDirectMode = 0;
@@ -43,24 +39,40 @@ class DataStoreImpl {
   StoreStatus endTime(Nano& time) const;
   StreamInfo streamInfo(std::uint32_t streamId) const;
   const Stream* stream(std::uint32_t streamId) const;
-  const Resource* resource(std::uint32_t resourceIndex) const;
+  const Resource* resourceOf(const Stream& stream) const;
 
   StoreStatus subscribe(std::uint32_t modeId, std::uint32_t streamId, std::string_view name);
   StoreStatus subscribe(std::uint32_t modeId, const SignalListing& signal);
   StoreStatus addToQuery(SignalQuery& query, std::uint32_t modeId, std::uint32_t streamId, std::string_view name) const;
   StoreStatus addToQuery(SignalQuery& query, std::uint32_t modeId, const SignalListing& signal) const;
+  void clearSubscriptions();
   StoreStatus seekAll(Nano time);
   StoreStatus readSamples(const SignalQuery& query, Nano time, std::vector<Sample>& out);
+  std::unique_ptr<NativeReader> openNative(std::uint32_t streamId, std::span<const SignalListing> signals);
   void closeFiles();
 
-  ProgressRing& progress() { return progress_; }
+  ProgressSource& progress() { return progress_; }
   std::atomic<bool>& cancelFlag() { return cancel_; }
 
  private:
-  class Seek;
+  class SeekProgress;
 
+  /// A Stream with what walks it.
+  struct StoredStream {
+    Stream* stream;  ///< Owned by its Resource.
+    StreamWalker walker;
+    std::optional<Nano> pendingSeek;  ///< A seek put off until the Stream is read.
+  };
+
+  const Codec* codecOfExtension(std::string_view extension) const;
   std::unique_ptr<Resource> makeResource(const std::string& path);
   void takeIn(std::unique_ptr<Resource> resource, std::vector<std::uint32_t>& streamIds);
+  Mode* mode(std::uint32_t modeId) { return modeId < modes_.size() ? &modes_[modeId] : nullptr; }
+  const Mode* mode(std::uint32_t modeId) const { return modeId < modes_.size() ? &modes_[modeId] : nullptr; }
+  /// Whether the direct Mode reads a Stream.
+  bool isRead(std::size_t streamId) const {
+    return !modes_[kDirectMode].rows(static_cast<std::uint32_t>(streamId)).empty();
+  }
   StoreStatus subscribe(std::uint32_t modeId, std::uint32_t streamId, std::string_view signal,
                         std::span<const Run> runs);
   StoreStatus addToQuery(SignalQuery& query, std::uint32_t modeId, std::uint32_t streamId, const SignalName& signal,
@@ -69,11 +81,9 @@ class DataStoreImpl {
   StoreConfig config_;
   CodecList codecs_;
   std::vector<std::unique_ptr<Resource>> resources_;  ///< In order of adding.
-  std::vector<Stream*> streams_;                      ///< By id. Owned by their Resources.
-  std::vector<std::optional<Nano>> pendingSeeks_;     ///< By stream id: a seek put off until the Stream is read.
+  std::vector<StoredStream> streams_;                 ///< By id.
   std::map<std::string, std::int32_t> groupNames_;
-  ModeDirect direct_;
-  ModeRetain retain_;
+  std::array<Mode, 2> modes_;  ///< By id.
   ProgressRing progress_;
   std::atomic<bool> cancel_ = false;
 };

@@ -18,8 +18,6 @@ class Logical {
   virtual void rewind() = 0;
   /// The next packet of this Stream, valid until the next call. False at the end of the data or with the file closed.
   virtual bool next(Lib::ByteView& packet) = 0;
-  /// Number of the packet that `next` gave last, where the protocol's container counts them; else 0.
-  virtual std::int64_t packetNumber() const { return 0; }
 
   /// Opens the file if it is closed; reading goes on where it stood.
   void resume() { file_.open(path_); }

@@ -28,7 +28,6 @@ bool LogicalVrel::next(Lib::ByteView& packet) {
     const int result = pages_.takePacket(taken);
     if (result > 0) {
       packet = {taken.packet, static_cast<std::size_t>(taken.bytes)};
-      packetNumber_ = taken.packetno;
       return true;
     }
     if (result == 0 && !readMore()) return false;

@@ -30,7 +30,6 @@ class LogicalVrel final : public Logical {
 
   void rewind() override;
   bool next(Lib::ByteView& packet) override;
-  std::int64_t packetNumber() const override { return packetNumber_; }
 
  private:
   bool readMore();
@@ -41,7 +40,6 @@ class LogicalVrel final : public Logical {
 
   Com::VrelStreamDec pages_;
   Com::PageReader reader_;
-  std::int64_t packetNumber_ = 0;
 
   bool hops_ = false;
   std::int64_t hopOffset_ = 0;        ///< Offset of the next page header.

@@ -1,7 +1,7 @@
 #include "store/Mode.h"
 
 #include <algorithm>
-#include <mutex>
+#include <utility>
 
 namespace Kvex::Sto {
 
@@ -12,60 +12,52 @@ constexpr std::uint32_t kMaxRetainBits = 62;
 
 }  // namespace
 
-std::uint32_t Mode::lengthOf(const ColumnBlock& block, ValueType type) {
-  const std::shared_lock guard(block.lock);
-  std::uint32_t length = 0;
-  Lib::withType(type, [&](auto tag) { length = block.groups.of<typename decltype(tag)::Type>().length(); });
-  return length;
+void Mode::addStream(bool kept) {
+  Subscriptions& added = streams_.emplace_back();
+  if (kept && requests_ == Requests::PerStream) added.columns = std::make_unique<Columns>();
 }
 
-void Mode::grow(ColumnBlock& block, const ColumnListing& listing) {
-  const std::unique_lock guard(block.lock);
-  Lib::withType(listing.valueType,
-                [&](auto tag) { block.groups.of<typename decltype(tag)::Type>().grow(listing.count); });
+const Columns* Mode::columns(std::uint32_t streamId) const {
+  if (requests_ == Requests::One) return &shared_;
+  return streamId < streams_.size() ? streams_[streamId].columns.get() : nullptr;
 }
 
-std::uint32_t ModeDirect::columnCount(ValueType type, std::uint32_t) const {
-  return lengthOf(columns, type);
+std::uint32_t Mode::columnCount(ValueType type, std::uint32_t streamId) const {
+  const Columns* all = columns(streamId);
+  std::uint32_t count = 0;
+  if (all == nullptr) return count;
+  Lib::withType(type,
+                [&](auto tag) { count = static_cast<std::uint32_t>(all->of<typename decltype(tag)::Type>().size()); });
+  return count;
 }
 
-bool ModeDirect::addColumns(std::uint32_t, const ColumnListing& listing) {
-  grow(columns, listing);
-  subscribed_.push_back(listing);
-  return true;
+void Mode::subscribe(std::uint32_t streamId, const SignalRow& row, const void* record) {
+  Subscriptions& stream = streams_[streamId];
+  const ColumnPlace place{requestOf(streamId), columnCount(row.valueType, streamId)};
+  if (!stream.places.emplace(&row, place).second) return;
+  stream.rows.push_back(&row);
+  auto* all = const_cast<Columns*>(std::as_const(*this).columns(streamId));
+  if (all == nullptr) return;
+  Lib::withType(row.valueType, [&](auto tag) {
+    using T = typename decltype(tag)::Type;
+    const Lib::NavField<T>* fields = row.fields<T>(record);
+    for (std::uint32_t element = 0; element < row.count; ++element) all->template of<T>().push_back(fields + element);
+  });
 }
 
-ModeRetain::RetainBlock* ModeRetain::blockOf(std::uint32_t streamId) const {
-  const std::shared_lock guard(listLock_);
-  return streamId < blocks_.size() ? blocks_[streamId].get() : nullptr;
+const ColumnPlace* Mode::find(std::uint32_t streamId, const SignalRow& row) const {
+  const auto& places = streams_[streamId].places;
+  const auto found = places.find(&row);
+  return found == places.end() ? nullptr : &found->second;
 }
 
-std::uint32_t ModeRetain::columnCount(ValueType type, std::uint32_t request) const {
-  const RetainBlock* block = blockOf(request);
-  return block == nullptr ? 0 : lengthOf(*block, type);
-}
-
-bool ModeRetain::addColumns(std::uint32_t request, const ColumnListing& listing) {
-  if (RetainBlock* block = blockOf(request)) grow(*block, listing);
-  subscribed_.push_back(listing);
-  return true;
-}
-
-void ModeRetain::addStream(Lib::Nano start, Lib::Nano end) {
-  const RetainGrid grid = retainGrid(start, end, settings_);
-  if (grid.binWidth <= 0) return addEmptyStream();
-  auto block = std::make_unique<RetainBlock>();
-  block->grid = grid;
-  block->start = start;
-  block->end = end;
-  const std::unique_lock guard(listLock_);
-  block->owner = static_cast<std::uint32_t>(blocks_.size());
-  blocks_.push_back(std::move(block));
-}
-
-void ModeRetain::addEmptyStream() {
-  const std::unique_lock guard(listLock_);
-  blocks_.push_back(nullptr);
+void Mode::clear() {
+  shared_ = {};
+  for (Subscriptions& stream : streams_) {
+    stream.rows.clear();
+    stream.places.clear();
+    if (stream.columns != nullptr) *stream.columns = {};
+  }
 }
 
 RetainGrid retainGrid(Lib::Nano start, Lib::Nano end, const RetainSettings& settings) {

@@ -1,55 +1,75 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
-#include <shared_mutex>
 #include <vector>
 
+#include "library/NavField.h"
 #include "library/ValueType.h"
-#include "store/ColumnBlock.h"
-#include "tables/SignalInfo.h"
+#include "tables/SignalTable.h"
 
 namespace Kvex::Sto {
 
-/// A way of reading signals out of the store: the list of subscribed signals, and the columns that their values are
-/// copied into. Mode operations take the locks of their columns themselves.
+/// The columns of one value type: column N shows the field of the Nth element that was subscribed.
+template <class T>
+struct ColumnGroup : std::vector<const Lib::NavField<T>*> {};
+
+/// The columns that the signals of one request are read through.
+using Columns = Lib::PerType<ColumnGroup>;
+
+/// Where a subscribed signal stands: its request and its first column.
+struct ColumnPlace {
+  std::uint32_t request = 0;
+  std::uint32_t position = 0;
+};
+
+/// A way of reading signals out of the store: which signals of each Stream are subscribed, and the columns that show
+/// their fields. A signal is subscribed once. Its row and the place of its fields in the Stream's live record are kept,
+/// so that a read looks nothing up.
 class Mode {
  public:
-  explicit Mode(std::uint32_t modeId) : id(modeId) {}
-  virtual ~Mode() = default;
-  Mode(const Mode&) = delete;
-  Mode& operator=(const Mode&) = delete;
+  enum class Requests : std::uint8_t {
+    One,        ///< All Streams share request 0.
+    PerStream,  ///< A Stream's id is its request.
+  };
 
-  /// Length of the columns of this value type that serve `request`.
-  virtual std::uint32_t columnCount(ValueType type, std::uint32_t request) const = 0;
-  /// Makes room for the listing's elements in the columns of its value type, and takes the listing into the Mode's
-  /// list. Values held before are lost.
-  virtual bool addColumns(std::uint32_t request, const ColumnListing& listing) = 0;
+  Mode(std::uint32_t modeId, Requests requests) : id(modeId), requests_(requests) {}
 
-  /// Every signal subscribed, in order.
-  const std::vector<ColumnListing>& subscribed() const { return subscribed_; }
+  /// Enters the next Stream. With a request of its own it has columns only if those are `kept`.
+  void addStream(bool kept);
+  /// Elements of a value type that the columns for this Stream show.
+  std::uint32_t columnCount(ValueType type, std::uint32_t streamId) const;
+  /// The columns for a Stream; null where it has none.
+  const Columns* columns(std::uint32_t streamId) const;
+
+  /// Appends a signal, whose fields lie in `record`, to the columns for its Stream. Changes nothing where it is
+  /// subscribed already.
+  void subscribe(std::uint32_t streamId, const SignalRow& row, const void* record);
+  /// Where a signal of a Stream stands; null for one that is not subscribed.
+  const ColumnPlace* find(std::uint32_t streamId, const SignalRow& row) const;
+  /// The signals of a Stream in the order of subscribing.
+  const std::vector<const SignalRow*>& rows(std::uint32_t streamId) const { return streams_[streamId].rows; }
+  /// Drops all signals. What queries know of them no longer holds.
+  void clear();
 
   const std::uint32_t id;
 
- protected:
-  static std::uint32_t lengthOf(const ColumnBlock& block, ValueType type);
-  static void grow(ColumnBlock& block, const ColumnListing& listing);
+ private:
+  struct Subscriptions {
+    std::vector<const SignalRow*> rows;
+    std::map<const SignalRow*, ColumnPlace> places;
+    std::unique_ptr<Columns> columns;  ///< Of a request of its own.
+  };
 
-  std::vector<ColumnListing> subscribed_;
+  std::uint32_t requestOf(std::uint32_t streamId) const { return requests_ == Requests::One ? 0 : streamId; }
+
+  const Requests requests_;
+  Columns shared_;  ///< Of request 0 that all Streams share.
+  std::vector<Subscriptions> streams_;
 };
 
-/// One set of columns for the whole store, filled at each retrieval.
-class ModeDirect final : public Mode {
- public:
-  using Mode::Mode;
-
-  std::uint32_t columnCount(ValueType type, std::uint32_t request) const override;
-  bool addColumns(std::uint32_t request, const ColumnListing& listing) override;
-
-  ColumnBlock columns;
-};
-
-/// Settings of `ModeRetain`.
+/// Settings of the Mode that retains.
 struct RetainSettings {
   std::uint32_t retainBits = 16;                      ///< At most 2 to this power bins per Stream.
   std::int64_t startInterval = Lib::kNanosPerSecond;  ///< Starting bin width in nanoseconds.
@@ -64,33 +84,5 @@ struct RetainGrid {
 /// The grid for a span: bins of the starting width, widened until their number is within the limit, with the span in
 /// the middle where the limit leaves room.
 RetainGrid retainGrid(Lib::Nano start, Lib::Nano end, const RetainSettings& settings);
-
-/// One set of columns and one time grid per Stream.
-class ModeRetain final : public Mode {
- public:
-  ModeRetain(std::uint32_t modeId, const RetainSettings& settings) : Mode(modeId), settings_(settings) {}
-
-  /// `request` is the stream id.
-  std::uint32_t columnCount(ValueType type, std::uint32_t request) const override;
-  bool addColumns(std::uint32_t request, const ColumnListing& listing) override;
-
-  /// Adds the next Stream with its span; one whose span has no grid gets an empty entry.
-  void addStream(Lib::Nano start, Lib::Nano end);
-  /// Adds an empty entry, for a Stream without time.
-  void addEmptyStream();
-
- private:
-  struct RetainBlock : ColumnBlock {
-    RetainGrid grid;
-    Lib::Nano start = 0;
-    Lib::Nano end = 0;
-  };
-
-  RetainBlock* blockOf(std::uint32_t streamId) const;
-
-  RetainSettings settings_;
-  mutable std::shared_mutex listLock_;  ///< Guards the list; released before a block's lock is taken.
-  std::vector<std::unique_ptr<RetainBlock>> blocks_;
-};
 
 }  // namespace Kvex::Sto

@@ -24,42 +24,12 @@ struct Frame {
   std::uint32_t size = 0;
 };
 
-namespace Detail {
-/// The last byte of a packet is the sum of all bytes between it and the first one.
-inline Frame checkedFrame(const std::uint8_t* bytes, std::size_t available, std::uint32_t type, std::uint32_t size) {
+/// A packet whose last byte is the sum of all bytes between it and the first one.
+inline Frame summedFrame(const std::uint8_t* bytes, std::size_t available, std::uint32_t type, std::uint32_t size) {
   if (available < size) return {Frame::State::Partial, type, size};
   const bool good = Lib::byteSum(bytes + 1, size - 2) == bytes[size - 1];
   return {good ? Frame::State::Good : Frame::State::Failed, type, size};
 }
-}  // namespace Detail
-
-/// Fixed-size packets behind a sync byte: 0xE7 opens 72 bytes of Quon (type 4), 0xE8 84 bytes of Dask (type 3).
-struct NavigationFraming {
-  static constexpr std::uint32_t kQuonType = 4;
-  static constexpr std::uint32_t kDaskType = 3;
-
-  static Frame inspect(const std::uint8_t* bytes, std::size_t available) {
-    if (available == 0) return {Frame::State::Partial};
-    if (bytes[0] == 0xE7) return Detail::checkedFrame(bytes, available, kQuonType, 72);
-    if (bytes[0] == 0xE8) return Detail::checkedFrame(bytes, available, kDaskType, 84);
-    return {Frame::State::Failed};
-  }
-};
-
-/// Frames of "W", a type byte and a 16-bit length that does not count the four bytes ahead of the body.
-struct RangeFraming {
-  /// A frame that claims more than the scanner's window could never be seen whole.
-  static constexpr std::uint32_t kMaxSize = 2560;
-
-  static Frame inspect(const std::uint8_t* bytes, std::size_t available) {
-    if (available == 0) return {Frame::State::Partial};
-    if (bytes[0] != 'W') return {Frame::State::Failed};
-    if (available < 4) return {Frame::State::Partial};
-    const std::uint32_t size = (bytes[2] | bytes[3] << 8) + 4U;
-    if (size > kMaxSize) return {Frame::State::Failed};
-    return Detail::checkedFrame(bytes, available, bytes[1], size);
-  }
-};
 
 /// What a scanner met.
 struct ScanCounters {
@@ -68,9 +38,13 @@ struct ScanCounters {
   std::uint64_t packets = 0;
 };
 
-/// Finds packets in a bare protocol file. The search sees the file through a window of 2560 bytes that grows by at most
-/// 2048 bytes at a time; where a damaged file resumes depends on that window, so it is kept to exactly. The bytes
-/// behind the window are read ahead in larger pieces and never move while a packet is looked at.
+/// The window through which a file is searched, in bytes: a larger packet could never be seen whole.
+inline constexpr std::uint32_t kScanWindow = 2560;
+
+/// Finds packets in a bare protocol file. `Framing` is the protocol's: `static Frame inspect(bytes, available)` says
+/// what stands at a place. The search sees the file through a window of 2560 bytes that grows by at most 2048 bytes at
+/// a time; where a damaged file resumes depends on that window, so it is kept to exactly. The bytes behind the window
+/// are read ahead in larger pieces and never move while a packet is looked at.
 template <class Framing>
 class PacketScanner {
  public:
@@ -118,7 +92,6 @@ class PacketScanner {
   const ScanCounters& counters() const { return counters_; }
 
  private:
-  static constexpr std::uint32_t kWindow = 2560;
   static constexpr std::uint32_t kMaxRead = 2048;
   static constexpr std::size_t kBufferSize = 0x10000;
 
@@ -146,7 +119,7 @@ class PacketScanner {
 
   bool growWindow(const Lib::InputFile& file) {
     if (!file.isOpen()) return false;
-    const std::size_t asked = std::min(kWindow - windowSize_, kMaxRead);
+    const std::size_t asked = std::min(kScanWindow - windowSize_, kMaxRead);
     if (filled_ - head_ < windowSize_ + asked) fill(file);
     const std::size_t got = std::min(asked, filled_ - head_ - windowSize_);
     windowSize_ += static_cast<std::uint32_t>(got);

@@ -6,7 +6,7 @@
 
 namespace Kvex::Sto {
 
-ProgressRing::ProgressRing(std::uint32_t sizeBits)
+ProgressSource::ProgressSource(std::uint32_t sizeBits)
     : buffer_(std::size_t{1} << std::min(sizeBits, 30U)), mask_(static_cast<std::uint32_t>(buffer_.size() - 1)) {}
 
 bool ProgressRing::report(std::int32_t resource, Phase phase, double percent) {
@@ -15,19 +15,20 @@ bool ProgressRing::report(std::int32_t resource, Phase phase, double percent) {
   lastPhase_ = phase;
   lastPercent_ = percent;
 
+  const Phase shownPhase = phase > Phase::Last ? Phase::None : phase;
   const std::uint32_t written = writeCount_.load(std::memory_order_relaxed);
   if (buffer_.size() - (written - readCount_.load(std::memory_order_acquire)) < kRecordSize) return false;
   const auto shown = static_cast<float>(std::clamp(percent, 0.0, 100.0));
   std::array<std::uint8_t, kRecordSize> record;
   std::memcpy(record.data(), &resource, 4);
-  std::memcpy(record.data() + 4, &phase, 2);
+  std::memcpy(record.data() + 4, &shownPhase, 2);
   std::memcpy(record.data() + 6, &shown, 4);
   for (std::uint32_t i = 0; i < kRecordSize; ++i) buffer_[(written + i) & mask_] = record[i];
   writeCount_.store(written + kRecordSize, std::memory_order_release);
   return true;
 }
 
-std::optional<ProgressRecord> ProgressRing::take() {
+std::optional<ProgressRecord> ProgressSource::take() {
   const std::uint32_t read = readCount_.load(std::memory_order_relaxed);
   if (writeCount_.load(std::memory_order_acquire) == read) return std::nullopt;
   std::array<std::uint8_t, kRecordSize> bytes;

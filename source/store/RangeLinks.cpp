@@ -44,7 +44,7 @@ class Linker {
     std::uint32_t serial = 0;
     if (!range_.getUnsigned(serialKey(key), serial)) return;
     const auto found = streams_.find(serial);
-    if (found != streams_.end()) scan_.setNumber("Range." + std::string(key) + ".Stream", found->second->index);
+    if (found != streams_.end()) scan_.setNumber("Range." + std::string(key) + ".Stream", found->second->entry.index);
   }
 
   void copyList(std::string_view key) {
@@ -85,16 +85,17 @@ void bindSource(const RangeSources& range, TaggedPacket& rangePacket, TaggedPack
   appendNumber(rangePacket, kSourceList, place);
 }
 
-void linkRangeStreams(const std::map<std::uint32_t, std::unique_ptr<Stream>>& streams) {
+void linkRangeStreams(const std::map<std::uint32_t, std::unique_ptr<Stream>>& streams, CodecList codecs) {
   for (const auto& [serial, stream] : streams) {
-    const TaggedPacket* range = stream->header.findHeader(kRangeTag);
-    TaggedPacket* scan = stream->header.findHeader("{Kvex-StreamScan}");
-    if (range == nullptr || scan == nullptr) continue;
+    const Codec* codec = findCodec(codecs, stream->codec());
+    const TaggedPacket* range = stream->header().findHeader(kRangeTag);
+    TaggedPacket* scan = stream->header().findHeader("{Kvex-StreamScan}");
+    if (codec == nullptr || range == nullptr || scan == nullptr) continue;
     Linker linker(streams, *range, *scan);
-    if (stream->codec == StreamCodec::Quon) {
+    if (codec->rangeRole == RangeRole::Source) {
       linker.link(kProtocolKey);
       linker.link(kRangeKey);
-    } else if (stream->codec == StreamCodec::Yeld) {
+    } else if (codec->rangeRole == RangeRole::Range) {
       for (std::size_t place = 0; place < RangeSources::kPlaces; ++place) linker.link(sourceKey(place));
       linker.copyList(kSourceList);
       linker.link(kHunterKey);

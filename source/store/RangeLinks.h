@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "recording/TaggedPacket.h"
+#include "store/Codec.h"
 #include "store/RangeSources.h"
 #include "store/Stream.h"
 
@@ -24,6 +25,6 @@ void bindSource(const RangeSources& range, Com::TaggedPacket& rangePacket, Com::
 /// Turns the serial numbers of the "{Kvex-Range}" packets into store-wide stream ids, which go into the
 /// "{Kvex-StreamScan}" packets. A Stream that lacks one of the two is passed over, a serial without a Stream writes no
 /// key.
-void linkRangeStreams(const std::map<std::uint32_t, std::unique_ptr<Stream>>& streams);
+void linkRangeStreams(const std::map<std::uint32_t, std::unique_ptr<Stream>>& streams, CodecList codecs);
 
 }  // namespace Kvex::Sto

@@ -24,28 +24,19 @@ Resource::Resource(const ScanContext& context, std::uint32_t resourceIndex, Reso
   size_ = file_.size();
 }
 
-Nano Resource::earliestStart() const {
-  Nano earliest = INT64_MAX;
-  for (const auto& [serial, stream] : streams) {
-    if (stream->hasTime) earliest = std::min(earliest, stream->startSample().asInteger());
-  }
-  return earliest;
+Logical* Resource::logical(std::uint32_t serial) const {
+  const auto found = logicals.find(serial);
+  return found == logicals.end() ? nullptr : found->second.get();
 }
 
-Nano Resource::latestEnd() const {
-  Nano latest = 0;
-  for (const auto& [serial, stream] : streams) {
-    if (stream->hasTime) latest = std::max(latest, stream->endSample().asInteger());
-  }
-  return latest;
-}
-
-Stream& Resource::addBareStream(const Codec& codec, std::uint32_t serial) {
+Stream& Resource::addBareStream(const Codec& codec, std::uint32_t serial, std::vector<Com::TaggedPacket> headers) {
   std::unique_ptr<Stream>& stream = streams[serial];
-  stream = codec.makeStream(kind, serial);
-  stream->headerSeen = true;
-  stream->header.primary = Com::TaggedPacket(stream->headerTag());
-  stream->trailer = stream->header.primary;
+  stream = codec.makeStream({codec.code, kind, serial});
+  Com::TaggedHeader header;
+  header.primary = Com::TaggedPacket(primaryTag(codec.code));
+  const Com::TaggedPacket trailer = header.primary;
+  for (Com::TaggedPacket& packet : headers) header.addHeader(std::move(packet));
+  stream->takeHeader(std::move(header), trailer);
   return *stream;
 }
 

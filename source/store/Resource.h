@@ -5,10 +5,12 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "library/InputFile.h"
 #include "recording/PageReader.h"
 #include "store/Codec.h"
+#include "store/Logical.h"
 #include "store/PacketScanner.h"
 #include "store/ProgressRing.h"
 #include "store/StoreConfig.h"
@@ -47,16 +49,16 @@ class Resource {
   virtual void scan() = 0;
   /// Turns the links between Streams, given by serial number, into stream ids. Called once the Streams have theirs.
   virtual void linkStreams() {}
-
-  /// Over the Streams with time; 0x7FFFFFFFFFFFFFFF and 0 without any.
-  Nano earliestStart() const;
-  Nano latestEnd() const;
+  /// What feeds the Stream of a serial, or null.
+  Logical* logical(std::uint32_t serial) const;
 
   const std::uint32_t index;  ///< Place in the store's list.
   const ResourceKind kind;
   const std::string path;
   const std::string extension;                               ///< From the last point on, in lower case.
   std::map<std::uint32_t, std::unique_ptr<Stream>> streams;  ///< By serial.
+  /// What feeds each Stream, by serial; none for a Stream of which the file has no packet.
+  std::map<std::uint32_t, std::unique_ptr<Logical>> logicals;
   FileHealth health;
   DamageList damage;  ///< What the scan met.
 
@@ -79,8 +81,8 @@ class Resource {
   bool cancelled() const { return context_.cancel.load(std::memory_order_relaxed); }
   std::int64_t clampToSize(std::int64_t offset) const { return offset < size_ ? offset : size_; }
 
-  /// Makes a Stream of a bare file, whose header is nothing but its tag, and enters it in `streams`.
-  Stream& addBareStream(const Codec& codec, std::uint32_t serial);
+  /// Makes a Stream of a bare file and enters it in `streams`. Its header is its tag, and the given packets.
+  Stream& addBareStream(const Codec& codec, std::uint32_t serial, std::vector<Com::TaggedPacket> headers = {});
 
   ScanContext context_;
   Lib::InputFile file_;

@@ -1,17 +1,20 @@
 #pragma once
 
+#include <memory>
+#include <string>
+
 #include "store/LogicalPackets.h"
 #include "store/Resource.h"
 
 namespace Kvex::Sto {
 
-/// A bare protocol file: one Stream, with serial 0, of the packets that `OwnPackets` selects.
-template <class Framing, class OwnPackets>
+/// A bare protocol file: one Stream, with serial 0, of the packets that `OwnPackets` selects. The protocol's room gives
+/// `Framing`, and names the Resource in its codec's row.
+template <class Framing, ResourceKind kKind, class OwnPackets = AnyPacket>
 class ResourceBare : public Resource {
  public:
-  ResourceBare(const ScanContext& context, std::uint32_t resourceIndex, ResourceKind resourceKind, std::string filePath,
-               const Codec& codec)
-      : Resource(context, resourceIndex, resourceKind, std::move(filePath)), codec_(codec) {}
+  ResourceBare(const ScanContext& context, std::uint32_t resourceIndex, std::string filePath, const Codec& codec)
+      : Resource(context, resourceIndex, kKind, std::move(filePath)), codec_(codec) {}
 
   void scan() override {
     Stream& stream = makeOwnStream();
@@ -25,9 +28,7 @@ class ResourceBare : public Resource {
 
   Stream& makeOwnStream() {
     const PassProgress progress(*this, Phase::Identification);
-    Stream& stream = addBareStream(codec_, 0);
-    stream.headerReady();
-    return stream;
+    return addBareStream(codec_, 0);
   }
 
   void firstPass(Stream& stream) {
@@ -37,13 +38,13 @@ class ResourceBare : public Resource {
     ByteView packet;
     while (!cancelled() && reader.next(packet)) {
       ByteView ownPart = packet;
-      if (stream.logical == nullptr && OwnPackets{}(reader.packetType(), ownPart)) {
-        stream.logical = std::make_unique<OwnReader>(path, clampToSize(reader.packetOffset()));
+      if (logicals.empty() && OwnPackets{}(reader.packetType(), ownPart)) {
+        logicals.emplace(stream.serial(), std::make_unique<OwnReader>(path, clampToSize(reader.packetOffset())));
       }
-      if (stream.probeRaw(packet)) break;
+      if (stream.take(packet, Pass::Probe)) break;
       progress.moved(reader.filePosition());
     }
-    stream.probeDone();
+    stream.endProbe();
   }
 
   void secondPass(Stream& stream) {
@@ -61,24 +62,21 @@ class ResourceBare : public Resource {
       noteJunk();
       ByteView ownPart = packet;
       if (OwnPackets{}(reader.packetType(), ownPart)) ++stream.counters.packets;
-      stream.scanRaw(packet);
+      stream.take(packet, Pass::Scan);
       progress.moved(reader.filePosition());
     }
     noteJunk();
     health.scan = reader.counters();
     health.truncatedBytes = reader.pendingBytes();
     note(stream, DamageKind::CutOff, health.truncatedBytes);
-    stream.scanDone();
+    stream.endScan();
   }
 
   void note(const Stream& stream, DamageKind kind, std::uint64_t count) {
-    if (count > 0) damage.note({kind, count, nullptr, stream.newestTime()});
+    if (count > 0) damage.note({kind, count, nullptr, stream.knownTime()});
   }
 
   const Codec& codec_;
 };
-
-/// A file of bare navigation packets.
-using ResourceNav = ResourceBare<NavigationFraming, AnyPacket>;
 
 }  // namespace Kvex::Sto

@@ -54,7 +54,7 @@ void ResourceOgg::scan() {
 }
 
 void ResourceOgg::linkStreams() {
-  linkRangeStreams(streams);
+  linkRangeStreams(streams, context_.codecs);
 }
 
 const Codec* ResourceOgg::matchCodec(const ogg_page& page) const {
@@ -73,11 +73,11 @@ void ResourceOgg::meetPage(const ogg_page& page) {
     const Codec* codec = matchCodec(page);
     if (codec == nullptr) return;
     std::unique_ptr<Stream>& stream = streams[serial];
-    stream = codec->makeStream(kind, serial);
+    stream = codec->makeStream({codec->code, kind, serial});
     auto logical = std::make_unique<LogicalVrel>(path, serial);
     logical->pages().expectPrimary();
     member = members_.insert({serial, {stream.get(), logical.get(), place, place}}).first;
-    stream->logical = std::move(logical);
+    logicals.emplace(serial, std::move(logical));
   }
   Member& known = member->second;
   Com::VrelStreamDec& pages = known.logical->pages();
@@ -95,16 +95,13 @@ bool ResourceOgg::settleHeaders() {
   bool pending = false;
   for (auto& [serial, member] : members_) {
     Stream& stream = *member.stream;
-    if (stream.headerSeen) continue;
+    if (stream.headerSeen()) continue;
     const Com::VrelStreamDec& pages = member.logical->pages();
     if (!pages.headerSettled()) {
       pending = true;
       continue;
     }
-    stream.headerSeen = true;
-    stream.header = pages.header();
-    stream.trailer = pages.trailer();
-    stream.headerReady();
+    stream.takeHeader(pages.header(), pages.trailer());
   }
   return pending;
 }
@@ -123,7 +120,7 @@ void ResourceOgg::firstPass() {
   PassProgress progress(*this, Phase::FirstPass);
   bool overfull = false;
   for (auto& [serial, member] : members_) {
-    member.feeding = member.stream->headerAccepted;
+    member.feeding = member.stream->headerAccepted();
     overfull |= member.overfull;
     if (member.overfull) member.logical->rewind();
   }
@@ -149,14 +146,14 @@ void ResourceOgg::firstPass() {
         continue;
       }
       Stream& stream = *member.stream;
-      member.feeding = !takePackets(*member.logical, [&](ByteView packet) { return stream.probePacket(packet); });
+      member.feeding = !takePackets(*member.logical, [&](ByteView packet) { return stream.take(packet, Pass::Probe); });
     }
     if (!feeding || !reader_.readBlock(file_, kRecordingBlock, addPage)) break;
     progress.moved(reader_.position());
   }
   for (auto& [serial, member] : members_) {
     member.logical->rewind();
-    member.stream->probeDone();
+    member.stream->endProbe();
   }
   reader_.restart();
 }
@@ -169,7 +166,7 @@ void ResourceOgg::scanPage(const Member& member, const ogg_page& page) {
   pages.addPage(page);
   const auto note = [&](DamageKind kind, std::uint64_t count) {
     if (count == 0) return;
-    damage.note({kind, count, member.stream, member.stream->newestTime()}, kind == DamageKind::PagesLate);
+    damage.note({kind, count, member.stream, member.stream->knownTime()}, kind == DamageKind::PagesLate);
   };
   note(DamageKind::PagesMissing, pages.pageCounters().pagesLost - lostBefore);
   note(DamageKind::PagesLate, pages.pageClass() == Com::PageClass::Old ? 1 : 0);
@@ -181,7 +178,7 @@ void ResourceOgg::scanPage(const Member& member, const ogg_page& page) {
 void ResourceOgg::noteInFile(DamageKind kind, std::uint64_t count, bool continues) {
   if (count == 0) return;
   Nano time = Lib::kNoTime;
-  for (const auto& [serial, stream] : streams) time = std::max(time, stream->newestTime());
+  for (const auto& [serial, stream] : streams) time = std::max(time, stream->knownTime());
   damage.note({kind, count, nullptr, time}, continues);
 }
 
@@ -195,7 +192,7 @@ void ResourceOgg::addProbedPage(Member& member, const ogg_page& page, std::uint6
 void ResourceOgg::secondPass() {
   PassProgress progress(*this, Phase::SecondPass);
   for (auto& [serial, member] : members_) {
-    if (!member.stream->headerSeen) damage.note({.kind = DamageKind::HeaderIncomplete, .stream = member.stream});
+    if (!member.stream->headerSeen()) damage.note({.kind = DamageKind::HeaderIncomplete, .stream = member.stream});
   }
   const auto addPage = [&](const ogg_page& page) {
     const auto member = members_.find(serialOf(page));
@@ -207,7 +204,7 @@ void ResourceOgg::secondPass() {
       Stream& stream = *member.stream;
       // The packets of a Stream without an accepted header are taken all the same, so that they do not pile up.
       takePackets(*member.logical, [&](ByteView packet) {
-        if (stream.headerAccepted) stream.scanPacket(packet);
+        if (stream.headerAccepted()) stream.take(packet, Pass::Scan);
         return false;
       });
     }
@@ -224,8 +221,8 @@ void ResourceOgg::secondPass() {
   for (auto& [serial, member] : members_) {
     Stream& stream = *member.stream;
     stream.counters = countersOf(member.logical->pages());
-    if (stream.counters.endPages == 0) damage.note({DamageKind::EndMissing, 1, &stream, stream.newestTime()});
-    stream.scanDone();
+    if (stream.counters.endPages == 0) damage.note({DamageKind::EndMissing, 1, &stream, stream.knownTime()});
+    stream.endScan();
     if (sound) member.logical->trustFile();
   }
   file_.close();

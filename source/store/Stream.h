@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,12 +9,10 @@
 #include "library/NavField.h"
 #include "library/Sample.h"
 #include "library/StreamCodec.h"
-#include "library/ValueType.h"
 #include "recording/TaggedPacket.h"
-#include "store/ColumnBlock.h"
 #include "store/Damage.h"
-#include "store/Logical.h"
-#include "tables/SignalInfo.h"
+#include "store/RangeSources.h"
+#include "tables/SignalTable.h"
 
 namespace Kvex::Sto {
 
@@ -34,15 +31,26 @@ enum class ResourceKind : std::int32_t {
 /// "[Kvex-" + the codec's printed name + "]": the tag of the primary packet of a stream of this codec.
 std::string primaryTag(StreamCodec codec);
 
-/// What the store tells about one Stream.
-struct StreamInfo {
-  std::int32_t resourceIndex = -1;
+/// What a Stream is, known when it is made.
+struct StreamIdentity {
+  StreamCodec codec = StreamCodec::None;
+  ResourceKind resourceKind = ResourceKind::Recording;
+  std::uint32_t serial = UINT32_MAX;  ///< Key of the Stream in its Resource.
+};
+
+/// What the store calls a Stream that it has taken in.
+struct StreamEntry {
+  std::int32_t resourceIndex = -1;  ///< Position of the owning Resource in the store.
+  std::int32_t index = -1;          ///< Store-wide stream id.
+  std::int32_t groupIndex = -1;     ///< The store's number of each distinct name.
+  std::string name = "?";
+};
+
+/// What the store shows of one Stream.
+struct StreamInfo : StreamEntry {
   std::int32_t resourceKind = 0;
   std::string resourcePath;
   std::string resourceExtension;
-  std::int32_t groupIndex = -1;
-  std::string name;
-  std::int32_t index = -1;
   std::uint32_t serial = UINT32_MAX;
   StreamCodec codec = StreamCodec::None;
   bool headerSeen = false;
@@ -52,141 +60,167 @@ struct StreamInfo {
   Nano endTime = 0;    ///< Time of the last record; 0 without time.
 };
 
-/// Hears how a long walk goes on, and can stop it.
-class WalkWatcher {
- public:
-  virtual ~WalkWatcher() = default;
-  /// Called from time to time with the Stream's clock. False ends the walk.
-  virtual bool goOn(Nano time) = 0;
+/// What a packet is decoded for.
+enum class Pass : std::uint8_t {
+  Probe,  ///< Finds where the Stream's time begins.
+  Scan,   ///< Runs to the end of the file, for the last record.
+  Walk,   ///< Reads values.
 };
 
-/// One decoded source of time-stamped signals. Packets go in through the probe, scan and walk operations; the store
-/// then asks for start and end, lists signals, subscribes them by name and copies their newest values into columns.
-/// A Stream keeps the newest record and one copy of the first and of the last; it holds no history.
+/// One decoded source of time-stamped signals: what the room of a protocol gives to the store. Packets go in, and the
+/// store asks for start and end, and reads the fields of the signals that it finds in the Stream's tables. A Stream
+/// keeps the newest record and one copy of the first and of the last; it holds no history, and knows nothing of files,
+/// subscriptions and walks. A packet that a Stream cannot use is ignored.
 ///
-/// Calling order: `headerReady`; the probe operation for each packet until it gives true or the file ends, then
-/// `probeDone`; the scan operation for each packet, then `scanDone`; then subscriptions, `prepareBlock` and walks.
+/// Calling order: `takeHeader`; `take` with `Pass::Probe` for each packet until it gives true or the file ends, then
+/// `endProbe`; `take` with `Pass::Scan` for each packet, then `endScan`; then `want`, `reset` and packets of a walk.
 /// Not synchronised: the store's data lock is held around every call.
 class Stream {
  public:
-  Stream(ResourceKind resourceKind, std::uint32_t serial, StreamCodec codec);
+  /// `tables`: the signals, in one table or two; a name is looked for in the first one first. They outlive the Stream.
+  Stream(const StreamIdentity& identity, std::vector<const SignalTable*> tables);
   virtual ~Stream() = default;
   Stream(const Stream&) = delete;
   Stream& operator=(const Stream&) = delete;
 
-  /// The primary tag of this Stream's codec.
-  std::string headerTag() const;
-
+  StreamCodec codec() const { return identity_.codec; }
+  ResourceKind resourceKind() const { return identity_.resourceKind; }
+  std::uint32_t serial() const { return identity_.serial; }
   StreamInfo info() const;
 
+  // Header.
+
+  /// Takes over the header of the logical stream, and builds what it defines.
+  void takeHeader(Com::TaggedHeader header, Com::TaggedPacket trailer);
+  /// A header has come.
+  bool headerSeen() const { return headerSeen_; }
+  /// The header has what the protocol needs: packets are decoded.
+  bool headerAccepted() const { return headerAccepted_; }
+  const Com::TaggedHeader& header() const { return header_; }
+  Com::TaggedHeader& header() { return header_; }
+  const Com::TaggedPacket& trailer() const { return trailer_; }
   /// The "Grouping" value of the header's "{Kvex-Grouping}" packet, or the empty text.
   std::string grouping() const;
 
-  // Packets. A raw packet comes from a bare protocol file, a recorded packet is one record of a recording.
-  // A packet that a Stream cannot use is ignored.
+  // Packets.
 
-  /// First pass. True when this Stream needs no more packets in this pass.
-  virtual bool probeRaw(ByteView packet) = 0;
-  virtual bool probePacket(ByteView packet) = 0;
-  /// Second pass, which runs to the end of the file.
-  virtual void scanRaw(ByteView packet) = 0;
-  virtual void scanPacket(ByteView packet) = 0;
-
-  /// `header` is in place. Builds what the header defines and sets `headerAccepted`; gives whether it is accepted.
-  virtual bool headerReady() = 0;
+  /// Decodes a packet: of a recording one record, of a bare file one raw packet. With `Pass::Probe`, true when this
+  /// Stream needs no more packets in this pass.
+  virtual bool take(ByteView packet, Pass pass) = 0;
+  /// Decodes the next step of a packet for which all its values are wanted: `from` is 0 at first, then what the last
+  /// call gave, until that is the packet's size or more. The live record is then up to date. A packet is one step where
+  /// the protocol does not divide it.
+  virtual std::size_t takeStep(ByteView packet, std::size_t from);
+  /// The message that the last step decoded, as in `SignalRow::message`; `kAnyMessage` where the protocol has none.
+  virtual std::int32_t stepMessage() const { return SignalRow::kAnyMessage; }
   /// End of the first pass: keeps the first record and sets the decoder up for the second pass.
-  virtual void probeDone() = 0;
+  virtual void endProbe() = 0;
   /// End of the second pass: keeps the last record, adds the "{Kvex-StreamScan}" packet, settles `hasTime`.
-  virtual void scanDone() = 0;
-  /// Decoder back to the state of a new walk.
+  virtual void endScan() = 0;
+  /// Back to the state of a new walk.
   virtual void reset() = 0;
+  /// Says what the next walk is for: these rows, and no others.
+  virtual void want(const std::vector<const SignalRow*>&) {}
 
-  // Signals.
+  // Records and signals.
 
-  /// Appends a listing of every signal whose group mask meets `mask`; gives the number appended.
-  virtual std::size_t listSignals(std::vector<SignalListing>& out, std::uint32_t mask) const = 0;
-  /// One listing per name, in listing order: of a name that stands in several types or tables, the row that a search by
-  /// name finds.
-  std::vector<SignalListing> namedSignals() const;
-  /// Value of a scalar signal in the first or last record; a default sample for an unknown name.
-  virtual Sample firstValue(std::string_view name) const = 0;
-  virtual Sample lastValue(std::string_view name) const = 0;
+  /// The scan found usable time: reading may start.
+  bool hasTime() const { return hasTime_; }
+  /// The time signal of the newest record. Its address stays.
+  virtual const Lib::NavField<Nano>& newestTime() const = 0;
+  /// The time that the newest record shows, also during a scan. `kNoTime` for none.
+  Nano knownTime() const { return newestTime().usable() ? newestTime().value : Lib::kNoTime; }
+  /// The record of newest values, brought up to date. Once the header is in, its fields keep their addresses.
+  virtual void* liveRecord() = 0;
+  virtual const void* firstRecord() const = 0;
+  virtual const void* lastRecord() const = 0;
   /// The time signal of the first or last record, as a sample of type int64.
   virtual Sample startSample() const = 0;
   virtual Sample endSample() const = 0;
 
-  // Subscriptions, kept in request blocks by Mode id, run by run.
+  /// The row of a run and name, or none.
+  const SignalRow* findRow(Run run, std::string_view name) const;
+  /// Appends a listing of every signal whose group mask meets `mask`; gives the number appended.
+  std::size_t listSignals(std::vector<SignalListing>& out, std::uint32_t mask) const;
+  /// One listing per name, in listing order: of a name that stands in several types or tables, the row that a search by
+  /// name finds.
+  std::vector<SignalListing> namedSignals() const;
+  /// Value of a scalar signal in the first or last record; a default sample for an unknown name.
+  Sample firstValue(std::string_view name) const { return valueIn(firstRecord(), name); }
+  Sample lastValue(std::string_view name) const { return valueIn(lastRecord(), name); }
 
-  /// Enters the signal of this name and run into a request set, with its first column position. False if the Stream has
-  /// no time or no such signal.
-  virtual bool subscribe(std::uint32_t block, std::uint32_t request, std::uint32_t position, Run run,
-                         std::string_view name) = 0;
-  virtual bool isSubscribed(std::uint32_t block, Run run, std::string_view name) const = 0;
-  /// Finds a subscribed signal by name: its listing and its row's source word.
-  virtual bool lookup(ColumnListing& out, std::uint32_t& source, std::uint32_t block, Run run,
-                      std::string_view name) const = 0;
-  /// The listing of the signal subscribed last in this run.
-  virtual bool lastSubscribed(ColumnListing& out, std::uint32_t block, Run run) const = 0;
-  /// Whether any request set of the block has an entry.
-  virtual bool hasRequests(std::uint32_t block) const = 0;
+  /// What a range system asks its range stream; none for other Streams.
+  virtual const RangeSources* rangeSources() const { return nullptr; }
 
-  /// Before a seek: tells the decoder what the block's subscriptions want.
-  virtual void prepareBlock(std::uint32_t block) = 0;
-  /// Copies the newest value, flags and stamp of every entry of a request set into the columns.
-  virtual void fillColumns(std::uint32_t block, std::uint32_t request, ColumnBlock& columns) = 0;
-  /// Grows the block's list of request sets to at least `count`.
-  virtual void reserveRequests(std::uint32_t block, std::uint32_t count) = 0;
-  virtual void clearRequests(std::uint32_t block) = 0;
-
-  // Walks. The store walks a Stream forward through its logical stream until the Stream's clock has reached a time.
-
-  bool timeReached(Nano t) const { return time >= t; }
-  /// The newest time that the decoder has read, also during a scan, when `time` stands still. `kNoTime` for none.
-  Nano newestTime() const { return liveTime().usable() ? liveTime().value : Lib::kNoTime; }
-  /// Puts the Stream at a place from which a forward walk to `t` can run. False without time or logical stream.
-  bool seekTo(Nano t);
-  /// The walk of a seek: forward until the time is reached. False when the data ends first or the watcher stops it.
-  bool skipTo(Nano t, WalkWatcher* watcher = nullptr);
-  /// The walk of a read. False without time, when the data ends first, or when the watcher stops it.
-  bool advanceTo(Nano t, WalkWatcher* watcher = nullptr);
-
-  const ResourceKind resourceKind;
-  const StreamCodec codec;
-  std::int32_t resourceIndex = -1;                    ///< Position of the owning Resource in the store.
-  const std::uint32_t serial;                         ///< Key of the Stream in its Resource.
-  std::int32_t index = -1;                            ///< Store-wide stream id.
-  std::string name = "?";                             ///< Display name, set by the store.
-  std::int32_t groupIndex = -1;                       ///< The store's number of each distinct name.
-  bool headerSeen = false;                            ///< The Resource has put `header` in place.
-  bool headerAccepted = false;                        ///< `headerReady` has accepted the header.
-  bool hasTime = false;                               ///< The scan found usable time: reading may start.
-  bool live = true;                                   ///< The logical stream still has data in the current walk.
-  Nano time = 0;                                      ///< Time of the newest record with usable time.
-  std::uint8_t timeFlags = Lib::Flag::kNeverWritten;  ///< Flags of the newest record's time.
-  std::int64_t previousPosition = 0;
-  std::int64_t position = 0;
-  Nano requestedTime = INT64_MAX;  ///< The time up to which the Stream was last brought.
-  Com::TaggedHeader header;        ///< The first tagged packet of the logical stream, and the list of further ones.
-  Com::TaggedPacket trailer;
-  std::unique_ptr<Logical> logical;  ///< What feeds this Stream; none where no packet was found.
-  StreamCounters counters;           ///< What the second pass counted.
+  StreamEntry entry;        ///< Set by the store.
+  StreamCounters counters;  ///< Set by the Resource: what its second pass counted.
 
  protected:
-  /// One packet of a walk; the caller then takes the decoder's time over with `followTime`.
-  virtual void walkRaw(ByteView packet) = 0;
-  virtual void walkPacket(ByteView packet) = 0;
-  /// Value and flags of the time signal of the newest record.
-  virtual const Lib::NavField<Nano>& liveTime() const = 0;
-
-  /// Takes over the decoder's time after a packet or a reset: the clock moves only on usable time.
-  void followTime(std::int64_t newPosition);
+  /// Reads what the header defines. Gives whether it has what the protocol needs.
+  virtual bool readHeader() = 0;
 
   /// The empty "{Kvex-StreamScan}" packet with its first key, the codec's name.
   Com::TaggedPacket scanTag() const;
 
+  bool hasTime_ = false;
+
  private:
-  bool walkOnePacket();
-  bool walkTo(Nano t, WalkWatcher* watcher, bool& stopped);
+  Sample valueIn(const void* record, std::string_view name) const;
+
+  const StreamIdentity identity_;
+  const std::vector<const SignalTable*> tables_;
+  Com::TaggedHeader header_;  ///< The first tagged packet of the logical stream, and the list of further ones.
+  Com::TaggedPacket trailer_;
+  bool headerSeen_ = false;
+  bool headerAccepted_ = false;
+};
+
+/// A Stream that decodes into a `Record`, which has `time()`, the field of its time signal.
+template <class Record>
+class RecordStream : public Stream {
+ public:
+  using Stream::Stream;
+
+  void endProbe() final {
+    reset();
+    if (headerAccepted()) first_ = live();
+    prepareScan();
+  }
+
+  void endScan() final {
+    if (headerAccepted()) last_ = live();
+    reset();
+    Com::TaggedPacket tag = scanTag();
+    describeScan(tag);
+    header().addHeader(std::move(tag));
+    hasTime_ = settleTime();
+  }
+
+  void* liveRecord() final { return &live(); }
+  const void* firstRecord() const final { return &first_; }
+  const void* lastRecord() const final { return &last_; }
+  Sample startSample() const final { return timeSample(first_); }
+  Sample endSample() const final { return timeSample(last_); }
+
+ protected:
+  /// The record of newest values, brought up to date.
+  virtual Record& live() = 0;
+  /// Sets the decoder up for the second pass.
+  virtual void prepareScan() {}
+  /// Enters what the scan has found into the scan tag, and into the header.
+  virtual void describeScan(Com::TaggedPacket&) {}
+  /// Whether the scan found usable time.
+  virtual bool settleTime() { return newestTime().usable() && first_.time().usable() && last_.time().usable(); }
+
+  Record first_{};
+  Record last_{};
+
+ private:
+  static Sample timeSample(const Record& record) {
+    Sample sample;
+    sample.set(record.time());
+    return sample;
+  }
 };
 
 }  // namespace Kvex::Sto

@@ -11,7 +11,7 @@ std::int32_t decimalsOf(double resolution) {
   return 0;
 }
 
-std::string SignalListing::elementName(std::uint32_t element) const {
+std::string SignalInfo::elementName(std::uint32_t element) const {
   if (!isArray) return name;
   return name + "[" + (elementLabel != nullptr ? elementLabel(element) : std::to_string(element)) + "]";
 }

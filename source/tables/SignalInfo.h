@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "library/Enumerations.h"
 #include "library/Sample.h"
 #include "library/ValueType.h"
 
@@ -18,7 +19,9 @@ inline constexpr std::uint32_t kDefinedGroup = 2;  ///< Rows of a recording's ow
 
 /// What every signal tells about itself, and what a listing hands out.
 struct SignalInfo {
-  std::string name;         ///< Case-sensitive; unique within its table.
+  std::string name;  ///< Case-sensitive; unique among the signals of its run.
+  ValueType valueType = ValueType::None;
+  bool isArray = false;
   std::uint32_t count = 1;  ///< Elements: 1 for a scalar, else the array length.
   std::string unit;         ///< As shown to a user, UTF-8. "-" (no dimension) and empty (none given) differ.
   std::string description;  ///< One sentence.
@@ -38,6 +41,15 @@ struct SignalInfo {
 
   /// The text form of a value of this signal, for signals whose value has one. The sample is of the row's type.
   std::string (*valueText)(const Sample& value, const SignalInfo& info) = nullptr;
+  /// The names of a coded value, which `valueText` then gives; none for other signals.
+  const Lib::Enumeration* enumeration = nullptr;
+
+  /// The table that native samples of this signal stand in: signals of one table are written together.
+  std::string table;
+
+  Lib::Run run() const { return {valueType, isArray ? Shape::Array : Shape::Scalar}; }
+  /// The name of one element, "Name[label]", for an array; the plain name for a scalar.
+  std::string elementName(std::uint32_t element) const;
 };
 
 /// The decimal places that a resolution asks for: 0.001 gives 3, 1 gives 0; 0 (none declared) gives -1.
@@ -45,13 +57,7 @@ std::int32_t decimalsOf(double resolution);
 
 /// One signal of one stream, as a listing gives it.
 struct SignalListing : SignalInfo {
-  ValueType valueType = ValueType::None;
-  bool isArray = false;
   std::int32_t streamId = -1;
-
-  Lib::Run run() const { return {valueType, isArray ? Shape::Array : Shape::Scalar}; }
-  /// The name of one element, "Name[label]", for an array; the plain name for a scalar.
-  std::string elementName(std::uint32_t element) const;
 };
 
 /// A listing with the place of its values: the request block (Mode id), the request and the first column position.

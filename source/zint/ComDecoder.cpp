@@ -35,12 +35,15 @@ void ComDecoder::buildInboxes() {
   plans_.clear();
   inboxes_.clear();
   inboxById_.clear();
+  carriers_.assign(definitions_.carriedSignals.size(), {});
   std::map<const std::vector<Signal*>*, const Plan*> planOf;  // messages that share a list share its plan
   for (const Message& message : definitions_.messages) {
     if (message.id > UINT16_MAX) break;  // no packet can carry such an id
     const Plan*& plan = planOf[message.signals.get()];
     if (plan == nullptr) {
       auto built = std::make_unique<Plan>();
+      built->number = static_cast<std::int32_t>(plans_.size());
+      noteCarriers(message, built->number);
       for (const Signal* signal : *message.signals) {
         built->payloadReach = std::max(built->payloadReach, signal->payloadReach());
         if (signal == timeSignal_) {
@@ -57,6 +60,15 @@ void ComDecoder::buildInboxes() {
   }
   waiting_.clear();
   waiting_.reserve(inboxes_.size());
+}
+
+void ComDecoder::noteCarriers(const Message& message, std::int32_t list) {
+  for (const Signal* signal : *message.signals) {
+    Carrier& carrier = carriers_[signal->listIndex];
+    const bool first = carrier.name.empty();
+    carrier.list = first ? list : kNoList;
+    if (first) carrier.name = message.name.empty() ? "Message " + std::to_string(message.id) : message.name;
+  }
 }
 
 ComDecoder::Inbox* ComDecoder::inboxOf(ByteView packet) {
@@ -89,8 +101,10 @@ void ComDecoder::probe(ByteView packet) {
 
 void ComDecoder::decode(ByteView packet) {
   Inbox* inbox = inboxOf(packet);
+  lastList_ = kIgnored;
   if (inbox == nullptr) return;
   const Plan& plan = *inbox->plan;
+  lastList_ = plan.number;
   const ByteView payload = packet.from(kIdSize, plan.payloadReach);
   inbox->before = mark();
   if (plan.hasTime) takeTime(payload);
@@ -117,7 +131,7 @@ void ComDecoder::extractWaiting() {
   waiting_.clear();
 }
 
-const ComData& ComDecoder::data() {
+ComData& ComDecoder::data() {
   extractWaiting();
   return data_;
 }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <nlohmann/json_fwd.hpp>
+#include <string>
 #include <vector>
 
 #include "library/ByteView.h"
@@ -35,10 +37,24 @@ class ComDecoder {
   /// Back to the state of a new walk: no values, and the time at the first time if that is known.
   void reset();
 
+  /// Where a signal comes from.
+  struct Carrier {
+    /// Number of the one list of signals that has it; `kNoList` where several have it.
+    std::int32_t list = kNoList;
+    std::string name;  ///< Of the first message that carries it.
+  };
+  static constexpr std::int32_t kNoList = -1;
+  static constexpr std::int32_t kIgnored = -2;  ///< A packet that was ignored.
+
+  /// By place among the signals that messages carry.
+  const std::vector<Carrier>& carriers() const { return carriers_; }
+  /// Number of the list of signals that the last packet carried; `kIgnored` for one of no message.
+  std::int32_t lastList() const { return lastList_; }
+
   State state() const { return state_; }
   const Definitions& definitions() const { return definitions_; }
   /// The newest value of every signal.
-  const ComData& data();
+  ComData& data();
   /// The newest time, without bringing anything else up to date.
   const Lib::NavField<Lib::Nano>& time() const { return data_.time(); }
 
@@ -50,6 +66,7 @@ class ComDecoder {
     std::vector<const Signal*> afterTime;
     bool hasTime = false;
     std::size_t payloadReach = 0;  ///< Payload bytes that the signals read.
+    std::int32_t number = 0;       ///< In the order of the first messages.
   };
 
   /// The newest packet of a message.
@@ -67,6 +84,7 @@ class ComDecoder {
   static constexpr std::uint32_t kNoInbox = UINT32_MAX;
 
   void buildInboxes();
+  void noteCarriers(const Message& message, std::int32_t list);
   Inbox* inboxOf(ByteView packet);
   TimeMark mark() const;
   void takeTime(ByteView payload);
@@ -82,6 +100,8 @@ class ComDecoder {
   std::vector<std::uint32_t> inboxById_;  ///< Index in `inboxes_` by message id.
   std::vector<Inbox*> waiting_;           ///< Those that hold a packet not extracted yet.
   std::uint64_t arrivals_ = 0;
+  std::vector<Carrier> carriers_;
+  std::int32_t lastList_ = kIgnored;
 };
 
 }  // namespace Kvex::Zint

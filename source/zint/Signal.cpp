@@ -183,10 +183,9 @@ class SignalX final : public SignalM<U> {
   }
 
   void capture(ComData& data, const TimeMark& mark, ByteView payload) const override {
-    data.at<U>(this->slot) = {.stamp = mark.stamp,
-                              .flags = static_cast<std::uint8_t>(mark.flags & Lib::Flag::kUntimed),
-                              .stamp2 = mark.stamp2,
-                              .value = value(payload)};
+    Lib::NavField<U>& field = data.at<U>(this->slot);
+    field.write(value(payload), mark.stamp, mark.flags & Lib::Flag::kUntimed);
+    field.stamp2 = mark.stamp2;
   }
 };
 

@@ -128,6 +128,7 @@ TEST(StatusChannels, MarkersAndConversions) {
       {"antenna far out", 57, {0x18, 0xFC, 0, 0, 0, 0, 149, 3}, of(&R::GAPx), {0, -3}},
       {"antenna factor of ones", 57, {0x18, 0xFC, 0, 0, 0, 0, 0, 255}, of(&R::GAPx), {0, -1}},
       {"antenna factor of 0", 57, {0x18, 0xFC, 0, 0, 0, 0, 0, 0}, of(&R::GAPx), {80, 0}},
+      {"filter type above its enumeration", 87, {0x1E}, of(&R::LinJerkFiltType), {0, 13}},
       {"negative filter parameter", 63, bytesOf(-1.0F, 0.5F), of(&R::AngAccFiltFreq), {80, 0}},
       {"filter parameter that is no number", 74, bytesOf(std::nanf(""), 0.5F), of(&R::LinAccFiltFreq), {80, 0}},
       {"script id", 30, {0, 0, 0, 0x39, 0x30, 0}, of(&R::OsScriptID), {0, double(0x353433323130)}},
@@ -199,6 +200,21 @@ TEST(StatusChannels, UnwantedFields) {
     unit.setField(unit.record.ImuAccelType, 5);
     unit.feed(c.channel, c.bytes);
     EXPECT_EQ(c.read(unit.record), c.expected) << c.what;
+  }
+
+  // Counts that go to 0 take the time of each packet, also behind one without time.
+  for (const int channel : {2, 17, 18, 61}) {
+    Unit unit;
+    unit.wants.wantAll(false);
+    unit.record.reset();
+    unit.feed(channel, {});
+    unit.setTime(kNow);
+    unit.record.BlockNano = unit.record.Nano;
+    unit.feed(channel, {});
+    const ReceiverBlock& receiver = unit.record.receivers[channel == 2 ? 0 : channel == 17 ? 1 : 2];
+    const NavField<std::uint32_t>& count = channel == 18 ? unit.record.ImuChars : receiver.Chars;
+    EXPECT_EQ(count.flags, Lib::Flag::kNotAvailable) << channel;
+    EXPECT_EQ(count.stamp, kNow) << channel;
   }
 }
 

@@ -50,9 +50,9 @@ class Parts {
 };
 
 std::shared_ptr<std::byte[]> allocateBlock(std::size_t bytes) {
-  auto* block = static_cast<std::byte*>(::operator new(bytes, std::align_val_t{kAlignment}));
+  auto* block = static_cast<std::byte*>(::operator new (bytes, std::align_val_t{kAlignment}));
   std::memset(block, 0, bytes);
-  return {block, [](std::byte* old) { ::operator delete(old, std::align_val_t{kAlignment}); }};
+  return {block, [](std::byte* old) { ::operator delete (old, std::align_val_t{kAlignment}); }};
 }
 
 }  // namespace
@@ -60,7 +60,8 @@ std::shared_ptr<std::byte[]> allocateBlock(std::size_t bytes) {
 std::size_t rowBytes(const std::vector<Signal>& signals, const ReadOptions& options) {
   std::size_t bytes = sizeof(Nano);
   for (const Signal& signal : signals) {
-    bytes += signal.count() * (sizeOf(signal.type()) + (options.flags ? 1 : 0) + (options.stamps ? sizeof(Nano) : 0)) + 1;
+    bytes +=
+        signal.count() * (sizeOf(signal.type()) + (options.flags ? 1 : 0) + (options.stamps ? sizeof(Nano) : 0)) + 1;
   }
   return bytes;
 }

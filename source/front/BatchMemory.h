@@ -6,6 +6,7 @@
 #include <kvex/Options.h>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "library/ValueType.h"
@@ -43,6 +44,28 @@ struct ColumnWriter {
   Nano* stamps = nullptr;         ///< Null unless asked for.
   std::size_t children = 0;       ///< Elements written to a list so far.
   std::uint32_t count = 1;        ///< Elements of the signal.
+
+  template <class T>
+  void putValue(std::size_t place, T value, std::uint8_t valueFlags, Nano stamp) const {
+    if constexpr (std::is_same_v<T, bool>) {
+      static_cast<std::uint8_t*>(values)[place >> 3] |= static_cast<std::uint8_t>(value << (place & 7));
+    } else {
+      static_cast<T*>(values)[place] = value;
+    }
+    if (flags != nullptr) flags[place] = valueFlags;
+    if (stamps != nullptr) stamps[place] = stamp;
+  }
+
+  /// Adds an element to the newest row of a list.
+  template <class T>
+  void addElement(T value, std::uint8_t valueFlags, Nano stamp, bool sampled) {
+    const std::size_t place = children++;
+    putValue(place, value, valueFlags, stamp);
+    if (!sampled) return;
+    const auto bit = static_cast<std::uint8_t>(1U << (place & 7));
+    childPresent[place >> 3] |= bit;
+    if (usable(valueFlags)) childValidity[place >> 3] |= bit;
+  }
 };
 
 /// Bytes that a row of these columns takes; bitmaps counted as whole bits, and a time counted in.

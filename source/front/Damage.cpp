@@ -21,7 +21,7 @@ class Teller {
   std::string tell(const Sto::Damage& damage) const {
     const bool one = damage.count == 1;
     const std::string pages = counted(damage.count, "page");
-    const std::string of = damage.stream == nullptr ? "" : "stream " + std::to_string(damage.stream->index);
+    const std::string of = damage.stream == nullptr ? "" : "stream " + std::to_string(damage.stream->entry.index);
     const std::string place = near(damage.time);
     switch (damage.kind) {
       case Sto::DamageKind::HeaderIncomplete:
@@ -85,10 +85,10 @@ std::string sentenceOn(Judgement judgement, const std::vector<Place>& places, st
 std::vector<std::string> notesOn(const Sto::Resource& resource) {
   std::vector<std::string> notes;
   for (const auto& [serial, stream] : resource.streams) {
-    const std::string number = std::to_string(stream->index);
-    if (stream->headerSeen && !stream->headerAccepted) {
+    const std::string number = std::to_string(stream->entry.index);
+    if (stream->headerSeen() && !stream->headerAccepted()) {
       notes.push_back("the header of stream " + number + " does not define its signals");
-    } else if (stream->headerAccepted && !stream->hasTime) {
+    } else if (stream->headerAccepted() && !stream->hasTime()) {
       notes.push_back("stream " + number + " has no time, so that its values cannot be read");
     }
   }
@@ -103,7 +103,7 @@ Damage DamageAccess::judge(const Sto::Resource& resource, Span span) {
   for (const Sto::Damage& damage : resource.damage.places()) {
     Place& place = data->places.emplace_back();
     place.kind = static_cast<DamageKind>(damage.kind);
-    if (damage.stream != nullptr) place.stream = static_cast<std::uint32_t>(damage.stream->index);
+    if (damage.stream != nullptr) place.stream = static_cast<std::uint32_t>(damage.stream->entry.index);
     place.from = damage.time;
     place.count = damage.count;
     place.lost = losesData(damage.kind);

@@ -62,7 +62,7 @@ Activity activityOf(Sto::Phase phase) {
 }
 
 /// Takes all reports that are there, and hands the newest one on.
-void handOn(Sto::ProgressRing& ring, const ProgressCallback& progress) {
+void handOn(Sto::ProgressSource& ring, const ProgressCallback& progress) {
   std::optional<Sto::ProgressRecord> newest;
   while (const auto record = ring.take()) newest = record;
   if (newest) progress({activityOf(newest->phase), static_cast<double>(newest->percent) / 100.0});
@@ -98,17 +98,15 @@ OpenedFile::OpenedFile(const std::string& filePath, const OpenOptions& options)
 void OpenedFile::scan(const OpenOptions& options) {
   const std::stop_callback cancelOnStop(options.stop, [this] { store.cancel(); });
   std::vector<std::uint32_t> ids;
-  Sto::StoreStatus status = Sto::StoreStatus::Success;
+  Sto::StoreStatus status;
   doWatched(store, options.progress, [&] { status = store.addFile(path, ids); });
-  if (status == Sto::StoreStatus::Cancelled) throw Error(ErrorCode::Cancelled, "opening was cancelled", path);
-  if (status != Sto::StoreStatus::Success) {
-    throw Error(ErrorCode::Empty, "it holds no stream of a known kind", path);
-  }
+  if (options.stop.stop_requested()) throw Error(ErrorCode::Cancelled, "opening was cancelled", path);
+  if (!(status == Sto::StoreStatus::Success)) throw Error(ErrorCode::Empty, std::string(status.reason), path);
 }
 
 void OpenedFile::describe() {
-  hasTime = store.startTime(span.start) == Sto::StoreStatus::Success;
-  store.endTime(span.end);
+  const bool hasStart = store.startTime(span.start) == Sto::StoreStatus::Success;
+  hasTime = store.endTime(span.end) == Sto::StoreStatus::Success && hasStart;
   const Span damageSpan = hasTime ? span : Span{};
   std::uint32_t id = 0;
   while (store.visitStream(id, [&](const Sto::Stream& stream, const Sto::Resource& resource) {
@@ -132,7 +130,8 @@ std::vector<Signal> OpenedFile::readable(const SignalList& list) const {
     }
     if (!data.hasTime) {
       throw Error(ErrorCode::NoTime,
-                  "stream " + std::to_string(signal.stream()) + " has no time, so that its values cannot be read", path);
+                  "stream " + std::to_string(signal.stream()) + " has no time, so that its values cannot be read",
+                  path);
     }
   }
   return found;

@@ -6,6 +6,7 @@
 #include <kvex/Options.h>
 #include <kvex/Signal.h>
 #include <kvex/Stream.h>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <stop_token>
@@ -14,6 +15,7 @@
 
 #include "front/SignalFinder.h"
 #include "store/DataStore.h"
+#include "store/NativeReader.h"
 
 namespace Kvex::Front {
 
@@ -43,6 +45,8 @@ class OpenedFile {
   std::optional<Damage> damage;
   std::mutex readingLock;           ///< Held to begin a reading and to cancel one from another thread.
   std::uint64_t newestReading = 0;  ///< The number of the reading that the store is at.
+  /// What that reading walks with, if it reads native samples: it must be gone when the store is used in another way.
+  std::unique_ptr<Sto::NativeReader> native;
 
  private:
   void scan(const OpenOptions& options);

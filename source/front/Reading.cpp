@@ -8,12 +8,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kProgressInterval{100};
 
-/// A store whose work was cancelled works again.
-template <class Store>
-void clearCancel(Store& store) {
-  if constexpr (requires { store.clearCancel(); }) store.clearCancel();
-}
-
 }  // namespace
 
 Reading::Reading(std::shared_ptr<OpenedFile> file, const ReadOptions& options)
@@ -21,7 +15,8 @@ Reading::Reading(std::shared_ptr<OpenedFile> file, const ReadOptions& options)
       options_(options),
       number_([this] {
         const std::lock_guard lock(file_->readingLock);
-        clearCancel(file_->store);
+        file_->native.reset();
+        file_->store.clearCancel();
         return ++file_->newestReading;
       }()),
       told_(Clock::now()),

@@ -9,9 +9,8 @@ namespace Kvex::Front {
 /// The same value with the same state, as the public `Value` and as the record of the floors below.
 inline Value valueOf(const Lib::Sample& sample) {
   Value value;
-  Lib::withType(sample.type, [&](auto tag) {
-    value = Value(sample.as<typename decltype(tag)::Type>(), sample.time, sample.flags);
-  });
+  Lib::withType(sample.type,
+                [&](auto tag) { value = Value(sample.as<typename decltype(tag)::Type>(), sample.time, sample.flags); });
   return value;
 }
 

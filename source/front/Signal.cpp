@@ -66,7 +66,7 @@ const std::string& Signal::description() const {
 }
 
 const std::string& Signal::table() const {
-  return data_->table;
+  return data_->listing.table;
 }
 
 double Signal::resolution() const {

@@ -11,13 +11,12 @@ namespace Kvex {
 
 struct Signal::Data {
   Sto::SignalListing listing;
-  std::string table;
   std::vector<ValueText> texts;
   std::optional<Value> first;
   std::optional<Value> last;
   std::uint64_t file = 0;  ///< The number of the opened file that it is of.
-  bool hasTime = false;        ///< Whether its stream has time.
-  bool named = true;           ///< Whether its name means this signal, and not another one of its stream.
+  bool hasTime = false;    ///< Whether its stream has time.
+  bool named = true;       ///< Whether its name means this signal, and not another one of its stream.
 };
 
 /// What the front door's own code may do with a `Signal`.

@@ -177,13 +177,20 @@ void SignalFinder::failUnknown(std::string_view text) const {
   const QualifiedText asked(text);
   const auto isAsked = [&](const Stream& stream) { return stream.id() == asked.stream; };
   if (asked.stream && std::ranges::none_of(streams_, isAsked)) {
-    throw Error(ErrorCode::NoSuchStream, "there is no stream " + std::to_string(*asked.stream) + "; the file has " +
-                                             std::to_string(streams_.size()) + ", numbered from 0", path_);
+    failNoStream(*asked.stream);
   }
   const std::vector<std::string> near = nearNames(asked.name, signals_);
   throw Error(ErrorCode::NoSuchSignal,
               "no signal matches " + quoted(text) + (near.empty() ? "" : "; did you mean " + listed(near) + '?'), path_,
               {}, near);
+}
+
+void SignalFinder::failNoStream(std::uint32_t id) const {
+  const std::size_t count = streams_.size();
+  throw Error(ErrorCode::NoSuchStream,
+              "there is no stream " + std::to_string(id) + "; the file has " + std::to_string(count) +
+                  (count == 1 ? " stream" : " streams") + ", numbered from 0",
+              path_);
 }
 
 std::vector<Signal> SignalFinder::match(std::string_view pattern) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <kvex/Signal.h>
 #include <kvex/Stream.h>
 #include <string>
@@ -19,6 +20,8 @@ class SignalFinder {
   std::vector<Signal> match(std::string_view pattern) const;
   std::vector<Signal> search(std::string_view words) const;
   std::vector<Signal> resolve(const SignalList& list) const;
+
+  [[noreturn]] void failNoStream(std::uint32_t id) const;
 
  private:
   std::vector<Signal> named(std::string_view text) const;

@@ -1,5 +1,5 @@
 #include <kvex/Stream.h>
-#include <unordered_set>
+#include <unordered_map>
 
 #include "front/Samples.h"
 #include "front/SignalData.h"
@@ -46,23 +46,30 @@ std::optional<Value> rowValue(const Lib::Sample& found, const Sto::SignalListing
   return Front::valueOf(found);
 }
 
+std::vector<ValueText> textsOf(const Lib::Enumeration* enumeration) {
+  std::vector<ValueText> texts;
+  if (enumeration == nullptr) return texts;
+  for (std::int64_t value = 0; value <= enumeration->last(); ++value) {
+    texts.push_back({value, std::string(enumeration->name(static_cast<std::uint64_t>(value)))});
+  }
+  return texts;
+}
+
 std::vector<Signal> signalsOf(const Sto::Stream& stream, std::uint64_t file) {
+  // Of a name that stands in several runs, a search finds the one that `namedSignals` lists.
+  std::unordered_map<std::string, Lib::Run> named;
+  for (const Sto::SignalListing& row : stream.namedSignals()) named.emplace(row.name, row.run());
   std::vector<Sto::SignalListing> listings;
   stream.listSignals(listings, ~0U);
-  // Of a name that stands in several runs, a search finds the one that `namedSignals` lists.
-  std::unordered_set<std::int64_t> named;
-  const auto keyOf = [](const Sto::SignalListing& row) {
-    return (std::int64_t{row.ordinal} << 8) | (static_cast<int>(row.valueType) << 1) | (row.isArray ? 1 : 0);
-  };
-  for (const Sto::SignalListing& row : stream.namedSignals()) named.insert(keyOf(row));
   std::vector<Signal> signals;
   signals.reserve(listings.size());
   for (Sto::SignalListing& row : listings) {
     auto data = std::make_shared<SignalAccess::Data>();
     data->file = file;
-    data->hasTime = stream.hasTime;
-    data->named = named.contains(keyOf(row));
-    if (!row.isArray && stream.hasTime) {
+    data->hasTime = stream.hasTime();
+    data->named = named.at(row.name) == row.run();
+    data->texts = textsOf(row.enumeration);
+    if (!row.isArray && stream.hasTime()) {
       data->first = rowValue(stream.firstValue(row.name), row);
       data->last = rowValue(stream.lastValue(row.name), row);
     }
@@ -94,9 +101,9 @@ Stream StreamAccess::make(const Sto::Stream& stream, const Sto::Resource& resour
   data->info.resourceKind = static_cast<std::int32_t>(resource.kind);
   data->info.resourcePath = resource.path;
   data->info.resourceExtension = resource.extension;
-  data->codec = Lib::kStreamCodecNames.nameOfRaw(static_cast<std::uint8_t>(stream.codec));
-  data->header = headerOf(stream.header.primary);
-  for (const Com::TaggedPacket& packet : stream.header.headers) data->headers.push_back(headerOf(packet));
+  data->codec = Lib::kStreamCodecNames.nameOfRaw(static_cast<std::uint8_t>(stream.codec()));
+  data->header = headerOf(stream.header().primary);
+  for (const Com::TaggedPacket& packet : stream.header().headers) data->headers.push_back(headerOf(packet));
   data->counters = countersOf(stream, resource);
   data->signals = signalsOf(stream, file);
   return Stream(std::move(data));

@@ -35,8 +35,8 @@ std::string Value::text() const {
 }
 
 void Value::failType(ValueType asked) const {
-  throw Error(ErrorCode::InvalidArgument, "a value of type " + std::string(nameOf(type_)) + " cannot be taken as " +
-                                              std::string(nameOf(asked)));
+  throw Error(ErrorCode::InvalidArgument,
+              "a value of type " + std::string(nameOf(type_)) + " cannot be taken as " + std::string(nameOf(asked)));
 }
 
 }  // namespace Kvex

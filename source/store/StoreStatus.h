@@ -13,7 +13,7 @@ enum class StoreCode : std::uint32_t {
 };
 
 /// The result of a store operation: its code, and for any but success the reason.
-struct [[nodiscard]] StoreStatus {
+struct StoreStatus {
   using enum StoreCode;
 
   StoreCode code = Success;

@@ -61,7 +61,7 @@ class DamageTeller {
 
   std::string tell(const Damage& damage) const {
     const std::string pages = counted(damage.count, "page");
-    const std::string of = damage.stream == nullptr ? "" : fmt::format("stream {}", damage.stream->index);
+    const std::string of = damage.stream == nullptr ? "" : fmt::format("stream {}", damage.stream->entry.index);
     const std::string were = verb(damage.count, "was", "were");
     switch (damage.kind) {
       case DamageKind::HeaderIncomplete:
@@ -129,13 +129,13 @@ struct Report {
 };
 
 void addStream(Report& report, const Sto::Stream& stream, const Sto::Resource& resource) {
-  report.streams.push_back({stream.index, stream.serial,
-                            std::string(Lib::kStreamCodecNames.name(static_cast<std::uint8_t>(stream.codec))),
-                            stream.name, streamCounters(stream, resource)});
-  if (stream.headerSeen && !stream.headerAccepted) {
-    report.notes.push_back(fmt::format("the header of stream {} does not define its signals", stream.index));
-  } else if (stream.headerAccepted && !stream.hasTime) {
-    report.notes.push_back(fmt::format("stream {} has no time, so that its values cannot be read", stream.index));
+  report.streams.push_back({stream.entry.index, stream.serial(),
+                            std::string(Lib::kStreamCodecNames.name(static_cast<std::uint8_t>(stream.codec()))),
+                            stream.entry.name, streamCounters(stream, resource)});
+  if (stream.headerSeen() && !stream.headerAccepted()) {
+    report.notes.push_back(fmt::format("the header of stream {} does not define its signals", stream.entry.index));
+  } else if (stream.headerAccepted() && !stream.hasTime()) {
+    report.notes.push_back(fmt::format("stream {} has no time, so that its values cannot be read", stream.entry.index));
   }
 }
 
@@ -147,7 +147,7 @@ void addDamage(Report& report, const OpenedFile& file, const Sto::Resource& reso
   for (const Damage& damage : resource.damage.places()) {
     PlaceReport& place =
         report.places.emplace_back(PlaceReport{damage.kind, damage.count, {}, {}, teller.tell(damage)});
-    if (damage.stream != nullptr) place.streamId = damage.stream->index;
+    if (damage.stream != nullptr) place.streamId = damage.stream->entry.index;
     if (damage.time != Lib::kNoTime) place.time = damage.time;
   }
 }

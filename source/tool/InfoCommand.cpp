@@ -21,7 +21,7 @@ struct InfoOptions {
 };
 
 std::string_view codecName(const Sto::Stream& stream) {
-  return Lib::kStreamCodecNames.name(static_cast<std::uint8_t>(stream.codec));
+  return Lib::kStreamCodecNames.name(static_cast<std::uint8_t>(stream.codec()));
 }
 
 Json packetJson(const Com::TaggedPacket& packet) {
@@ -33,7 +33,7 @@ Json packetJson(const Com::TaggedPacket& packet) {
 Json streamJson(const Sto::Stream& stream, const Sto::Resource& resource) {
   const Sto::StreamInfo info = stream.info();
   Json headers = Json::array();
-  for (const Com::TaggedPacket& packet : stream.header.headers) headers.push_back(packetJson(packet));
+  for (const Com::TaggedPacket& packet : stream.header().headers) headers.push_back(packetJson(packet));
   Json counters = Json::object();
   for (const auto& [name, count] : streamCounters(stream, resource)) counters[std::string(name)] = count;
   for (const auto& [name, count] : fileCounters(resource)) counters[std::string(name)] = count;
@@ -54,7 +54,7 @@ Json streamJson(const Sto::Stream& stream, const Sto::Resource& resource) {
           {"start", info.startTime},
           {"end", info.endTime},
           {"signals", OpenedFile::signalsOf(stream).size()},
-          {"header", packetJson(stream.header.primary)},
+          {"header", packetJson(stream.header().primary)},
           {"headers", std::move(headers)},
           {"counters", std::move(counters)}};
 }
@@ -89,8 +89,8 @@ std::string packetsText(const Sto::StreamInfo& info, std::uint64_t packets) {
 }
 
 std::string headersText(const Sto::Stream& stream) {
-  std::string text = stream.header.primary.tag;
-  for (const Com::TaggedPacket& packet : stream.header.headers) {
+  std::string text = stream.header().primary.tag;
+  for (const Com::TaggedPacket& packet : stream.header().headers) {
     text += ' ' + (packet.tag.empty() ? "?" : packet.tag);
   }
   return text;

@@ -36,7 +36,7 @@ const char* titleOf(Sto::Phase phase) {
 
 }  // namespace
 
-void ProgressBar::follow(Sto::ProgressRing& ring) {
+void ProgressBar::follow(Sto::ProgressSource& ring) {
   {
     const std::lock_guard guard(mutex_);
     ring_ = &ring;

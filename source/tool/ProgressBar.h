@@ -21,7 +21,7 @@ class ProgressBar {
 
   /// Shows what a store reports; this thread is then the one reader of `ring`, which must outlive the bar or its
   /// `stop`.
-  void follow(Sto::ProgressRing& ring);
+  void follow(Sto::ProgressSource& ring);
   /// Shows what `setPercent` tells, under this title. A ring that was followed is still read, and not shown.
   void begin(std::string title);
   void setPercent(double percent) { percent_.store(percent, std::memory_order_relaxed); }
@@ -36,7 +36,7 @@ class ProgressBar {
   std::mutex mutex_;  ///< Guards what follows, but for the percentage.
   std::condition_variable wake_;
   bool stopping_ = false;
-  Sto::ProgressRing* ring_ = nullptr;
+  Sto::ProgressSource* ring_ = nullptr;
   std::string title_;
   std::atomic<double> percent_ = 0;
   bool painted_ = false;

@@ -85,8 +85,8 @@ std::vector<Sto::SignalListing> chooseSignals(const OpenedFile& file, const Sign
   std::vector<Sto::SignalListing> chosen;
   std::vector<std::string> offered;
   file.forEachStream([&](const Sto::Stream& stream, const Sto::Resource&) {
-    const auto id = static_cast<std::uint32_t>(stream.index);
-    if (!stream.hasTime || !choice.takesStream(id)) return;
+    const auto id = static_cast<std::uint32_t>(stream.entry.index);
+    if (!stream.hasTime() || !choice.takesStream(id)) return;
     for (Sto::SignalListing& listing : stream.namedSignals()) {
       offered.push_back(listing.name);
       bool matches = patterns.empty();

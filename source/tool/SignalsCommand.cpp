@@ -44,13 +44,13 @@ std::vector<ListedSignal> listSignals(const OpenedFile& file, const SignalsOptio
   std::vector<ListedSignal> listed;
   std::vector<std::string> offered;
   file.forEachStream([&](const Sto::Stream& stream, const Sto::Resource&) {
-    const auto id = static_cast<std::uint32_t>(stream.index);
+    const auto id = static_cast<std::uint32_t>(stream.entry.index);
     if (!options.choice.takesStream(id)) return;
     for (const Sto::SignalListing& row : OpenedFile::signalsOf(stream)) {
       offered.push_back(row.name);
       if (!pattern.matches(id, row.name)) continue;
       ListedSignal& signal = listed.emplace_back(ListedSignal{row, {}, {}});
-      if (row.isArray || !stream.hasTime) continue;
+      if (row.isArray || !stream.hasTime()) continue;
       signal.first = valueOf(stream.firstValue(row.name), row);
       signal.last = valueOf(stream.lastValue(row.name), row);
     }

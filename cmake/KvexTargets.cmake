@@ -5,6 +5,7 @@ add_library(kvex_options INTERFACE)
 # g++ 12 warns of overlapping copies in plain string concatenations that it has inlined (-Wrestrict), where there are none.
 target_compile_options(kvex_options INTERFACE -ffp-contract=off -Wall -Wextra -Wno-missing-field-initializers -Wnon-virtual-dtor
                                                $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local -Wno-restrict>)
+target_include_directories(kvex_options INTERFACE ${PROJECT_SOURCE_DIR}/include)
 if(KVEX_SANITIZERS)
   target_compile_options(kvex_options INTERFACE -fsanitize=${KVEX_SANITIZERS} -fno-sanitize-recover=all
                                                 -fno-omit-frame-pointer)

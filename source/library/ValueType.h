@@ -3,29 +3,13 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <kvex/ValueType.h>
 #include <tuple>
-#include <type_traits>
 
 namespace Kvex::Lib {
 
-/// The code of a value's type. The numbers are those of listings and samples; their printed names are in
-/// `kValueTypeNames` (Enumerations.h).
-enum class ValueType : std::uint8_t {
-  None = 0,
-  Bool = 1,
-  Char = 2,
-  Float = 3,
-  Double = 4,
-  UInt8 = 5,
-  UInt16 = 6,
-  UInt32 = 7,
-  UInt64 = 8,
-  Int8 = 9,
-  Int16 = 10,
-  Int32 = 11,
-  Int64 = 12,
-  Unknown = 13,
-};
+using Kvex::kValueTypeOf;
+using Kvex::ValueType;
 
 template <class... Ts>
 struct TypeList {};
@@ -43,22 +27,6 @@ struct TypeTag {
 
 namespace Detail {
 
-template <class T>
-struct CodeOf;
-// clang-format off
-template <> struct CodeOf<bool> : std::integral_constant<ValueType, ValueType::Bool> {};
-template <> struct CodeOf<float> : std::integral_constant<ValueType, ValueType::Float> {};
-template <> struct CodeOf<double> : std::integral_constant<ValueType, ValueType::Double> {};
-template <> struct CodeOf<std::uint8_t> : std::integral_constant<ValueType, ValueType::UInt8> {};
-template <> struct CodeOf<std::uint16_t> : std::integral_constant<ValueType, ValueType::UInt16> {};
-template <> struct CodeOf<std::uint32_t> : std::integral_constant<ValueType, ValueType::UInt32> {};
-template <> struct CodeOf<std::uint64_t> : std::integral_constant<ValueType, ValueType::UInt64> {};
-template <> struct CodeOf<std::int8_t> : std::integral_constant<ValueType, ValueType::Int8> {};
-template <> struct CodeOf<std::int16_t> : std::integral_constant<ValueType, ValueType::Int16> {};
-template <> struct CodeOf<std::int32_t> : std::integral_constant<ValueType, ValueType::Int32> {};
-template <> struct CodeOf<std::int64_t> : std::integral_constant<ValueType, ValueType::Int64> {};
-// clang-format on
-
 template <template <class> class Box, class List>
 struct TupleOf;
 template <template <class> class Box, class... Ts>
@@ -74,10 +42,6 @@ struct CountOf<TypeList<Ts...>> : std::integral_constant<std::size_t, sizeof...(
 }  // namespace Detail
 
 inline constexpr std::size_t kSignalTypeCount = Detail::CountOf<SignalTypes>::value;
-
-/// The code of a C++ type that a signal can have.
-template <class T>
-inline constexpr ValueType kValueTypeOf = Detail::CodeOf<T>::value;
 
 /// One `Box<T>` for each of the eleven types.
 template <template <class> class Box>

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <kvex/Batch.h>
+#include <kvex/Damage.h>
+#include <kvex/Error.h>
+#include <kvex/Grid.h>
+#include <kvex/Options.h>
+#include <kvex/Overview.h>
+#include <kvex/Reader.h>
+#include <kvex/Signal.h>
+#include <kvex/States.h>
+#include <kvex/Statistics.h>
+#include <kvex/Stream.h>
+#include <kvex/Time.h>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Kvex {
+
+/// An opened recording (.vrel) or bare protocol file (.quon, .dask, .yeld).
+///
+/// Opening reads the file from end to end to find its streams, their times and its damage, and keeps no values. Values
+/// are read afterwards, always forward, in batches of bounded memory. All failures are thrown as `Error`.
+///
+/// Thread safety: a file serves one thread at a time, its readers counted in. Several files may be read in parallel.
+/// What it hands out about itself (streams, signals, damage) and batches may be used by any thread. A stop token may be
+/// triggered from any thread.
+class File {
+ public:
+  /// Throws `NotFound`, `Unreadable`, `UnknownKind`, `Empty` and `Cancelled`. A damaged file opens: see `damage`.
+  explicit File(const std::string& path, const OpenOptions& options = {});
+  File(File&&) noexcept;
+  File& operator=(File&&) noexcept;
+  ~File();
+
+  const std::string& path() const;
+  /// Whether any stream has time; without, no values can be read.
+  bool hasTime() const;
+  /// The span over which a grid goes by default: from the earliest start of all streams, and 100 ms later if they do
+  /// not all start at the same time, to the latest end. Without time, `start` is the largest time and `end` is 0.
+  Span span() const;
+
+  const std::vector<Stream>& streams() const;
+  /// Throws `NoSuchStream`.
+  const Stream& stream(std::uint32_t id) const;
+  /// The signals of all streams, in the order of the streams and of their lists.
+  const std::vector<Signal>& signals() const;
+  const Damage& damage() const;
+  Judgement judgement() const { return damage().judgement(); }
+
+  /// The one signal that a text names: "Name", "2:Name" for that of stream 2, "Name[3]" for element 3 of an array. A
+  /// name that a stream carries in several types means the first of them. Streams without time are only looked at where
+  /// no other has the name. Throws `NoSuchSignal`, `NoSuchStream` and `Ambiguous`, each with candidates.
+  Signal signal(std::string_view text) const;
+  /// The signals with values over time whose name matches a pattern as in a shell: "*" stands for any characters, "?"
+  /// for one, "[a-c]" and "[!a-c]" for one of a set; "2:Gnss*" for those of stream 2.
+  std::vector<Signal> match(std::string_view pattern) const;
+  /// The signals with values over time in which each of the words occurs, in name, description, unit or table, in any
+  /// case: those first that have the words in their names.
+  std::vector<Signal> search(std::string_view words) const;
+  /// The signals of a list; a text that is no name is taken as a pattern. Throws as `signal` does.
+  std::vector<Signal> resolve(const SignalList& signals) const;
+
+  // Reading. Each reading takes the place of the one before. All throw what `resolve` throws; `InvalidArgument` for no
+  // signal, and `NoTime` for a signal of a stream without time. Start and end are held against the stream's own times.
+
+  /// All samples of signals as the recording carried them, in one table with a column for each signal. A row is a
+  /// record (a packet, or in CAN a frame) that gave any of them a sample; cells that it did not write are null. The
+  /// time is the stream's clock after the record, which need not rise. Throws `InvalidArgument` for signals of more
+  /// than one stream.
+  Reader native(const SignalList& signals, const ReadOptions& options = {});
+  /// The same in one table for each `Signal::table`, all in one walk: each batch belongs to one table and has columns
+  /// for the signals of that table. The quick way to read many signals.
+  Reader nativeTables(const SignalList& signals, const ReadOptions& options = {});
+  /// Sample and hold: at each time of the grid, the values that stood after each stream's first record at or after it.
+  /// Nothing is interpolated. The signals may be of several streams. A cell is valid where the value is usable.
+  Reader grid(const SignalList& signals, const Grid& grid, const ReadOptions& options = {});
+  /// What signals did in each of `slices` equal slices of a span: by default of all times of their streams. One walk of
+  /// each stream. Throws `InvalidArgument` for no slices and for more than a million.
+  Overview overview(const SignalList& signals, std::size_t slices, const ReadOptions& options = {});
+  /// One entry for each signal, and of an array one for each element. One walk of each stream.
+  std::vector<Statistics> statistics(const SignalList& signals, const ReadOptions& options = {});
+  /// The intervals during which a scalar signal or an element held each value, cut to the span asked for. Throws
+  /// `InvalidArgument` for an array.
+  States states(const SignalList::Item& signal, const ReadOptions& options = {});
+
+ private:
+  struct Data;
+
+  std::shared_ptr<Data> data_;
+};
+
+}  // namespace Kvex

@@ -1,0 +1,123 @@
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <kvex/Value.h>
+#include <kvex/ValueType.h>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Kvex {
+
+class File;
+
+/// A value of an enumeration and the text it stands for.
+struct ValueText {
+  std::int64_t value = 0;
+  std::string text;
+
+  bool operator==(const ValueText&) const = default;
+};
+
+/// A signal of a file, or one element of an array: what is known of it without reading values. Cheap to copy, and valid
+/// also when its `File` is gone. Two are equal if they mean the same signal of the same opened file.
+/// Thread safety: may be read by several threads.
+class Signal {
+ public:
+  /// The id of the stream that it belongs to.
+  std::uint32_t stream() const;
+  /// Its place in the stream's list of signals, from 0.
+  std::uint32_t ordinal() const;
+  /// "Lat"; of an element "SatUsed[3]". Case counts. A stream may carry a name in several types.
+  const std::string& name() const;
+  /// "2:Lat": the stream's id and the name.
+  std::string qualifiedName() const;
+  ValueType type() const;
+  /// Elements: 1 for a scalar and for one element, else the length of the array.
+  std::uint32_t count() const;
+  bool isArray() const;
+  /// Which element of an array this is, from 0; none for a whole signal.
+  std::optional<std::uint32_t> element() const;
+  /// One element of an array. Throws `NoSuchSignal` beyond `count`, and for what is no array.
+  Signal at(std::uint32_t element) const;
+  /// What the element of an array is called: its number, if it has no better name.
+  std::string elementLabel(std::uint32_t element) const;
+  /// UTF-8, as shown to a person. "-" (no dimension) and empty (none given) differ.
+  const std::string& unit() const;
+  /// One sentence.
+  const std::string& description() const;
+  /// The table that it belongs to: signals of one table come from the same records. See `File::nativeTables`.
+  const std::string& table() const;
+  /// The smallest step of the shown value; 0 where none is given.
+  double resolution() const;
+  /// Decimal places for display; -1 where they are not fixed.
+  int decimals() const;
+  /// The range for display.
+  double rangeLow() const;
+  double rangeHigh() const;
+  /// The position of `rangeLow` on a round gauge, and the way from there to `rangeHigh`, in degrees.
+  double dialStart() const;
+  double dialSweep() const;
+  /// Group bits: 1 for signals that a protocol has in every file, 2 for those that the recording defines.
+  std::uint32_t mask() const;
+
+  /// Whether its values have a text form of their own, such as the name of a mode or a date.
+  bool hasTexts() const;
+  /// The values of an enumeration with their texts, in order; empty for a signal without such.
+  const std::vector<ValueText>& texts() const;
+  /// The text form of a value of this signal; where it has none, the number as `Value::text` gives it.
+  std::string text(const Value& value) const;
+
+  /// The value in the first or last record of the stream; none for an array, for an element, and where the name stands
+  /// for another type.
+  std::optional<Value> first() const;
+  std::optional<Value> last() const;
+
+  bool operator==(const Signal& other) const;
+
+ private:
+  friend class SignalAccess;
+  struct Data;
+
+  explicit Signal(std::shared_ptr<const Data> data, std::optional<std::uint32_t> element = {});
+
+  std::shared_ptr<const Data> data_;
+  std::optional<std::uint32_t> element_;
+  std::string elementName_;
+};
+
+/// What a reading is asked for: signals, or texts that name them. A text is what `File::signal` takes, or a pattern as
+/// `File::match` takes it, which stands for all signals that match. Made in place: `{"2:Lat", "Lon"}`, a list of texts,
+/// a list of signals, or one of either.
+class SignalList {
+ public:
+  /// One entry: a text or a signal.
+  struct Item {
+    Item(const char* name) : text(name) {}             // NOLINT(google-explicit-constructor)
+    Item(std::string name) : text(std::move(name)) {}  // NOLINT(google-explicit-constructor)
+    Item(std::string_view name) : text(name) {}        // NOLINT(google-explicit-constructor)
+    Item(Signal asked) : signal(std::move(asked)) {}   // NOLINT(google-explicit-constructor)
+
+    std::string text;
+    std::optional<Signal> signal;
+  };
+
+  SignalList() = default;
+  SignalList(std::initializer_list<Item> items) : items_(items) {}
+  SignalList(Item item) : items_{std::move(item)} {}                                          // NOLINT
+  SignalList(const char* name) : SignalList(Item(name)) {}                                    // NOLINT
+  SignalList(const std::string& name) : SignalList(Item(name)) {}                             // NOLINT
+  SignalList(const Signal& signal) : SignalList(Item(signal)) {}                              // NOLINT
+  SignalList(const std::vector<std::string>& names) : items_(names.begin(), names.end()) {}   // NOLINT
+  SignalList(const std::vector<Signal>& signals) : items_(signals.begin(), signals.end()) {}  // NOLINT
+
+  const std::vector<Item>& items() const { return items_; }
+
+ private:
+  std::vector<Item> items_;
+};
+
+}  // namespace Kvex

@@ -1,0 +1,110 @@
+#include <algorithm>
+#include <kvex/File.h>
+
+#include "front/GridSource.h"
+#include "front/NativeSource.h"
+#include "front/OpenedFile.h"
+#include "front/OverviewData.h"
+#include "front/SignalStatistics.h"
+#include "front/StatesSource.h"
+
+namespace Kvex {
+
+struct File::Data : Front::OpenedFile {
+  using OpenedFile::OpenedFile;
+
+  std::vector<Signal> readableOfOneStream(const SignalList& list) const {
+    std::vector<Signal> found = readable(list);
+    const auto sameStream = [&](const Signal& signal) { return signal.stream() == found.front().stream(); };
+    if (!std::ranges::all_of(found, sameStream)) {
+      throw Error(ErrorCode::InvalidArgument, "native samples are read from one stream at a time", path);
+    }
+    return found;
+  }
+};
+
+File::File(const std::string& path, const OpenOptions& options) : data_(std::make_shared<Data>(path, options)) {}
+File::File(File&&) noexcept = default;
+File& File::operator=(File&&) noexcept = default;
+File::~File() = default;
+
+const std::string& File::path() const {
+  return data_->path;
+}
+
+bool File::hasTime() const {
+  return data_->hasTime;
+}
+
+Span File::span() const {
+  return data_->span;
+}
+
+const std::vector<Stream>& File::streams() const {
+  return data_->streams;
+}
+
+const Stream& File::stream(std::uint32_t id) const {
+  if (id < data_->streams.size()) return data_->streams[id];
+  data_->finder().failNoStream(id);
+}
+
+const std::vector<Signal>& File::signals() const {
+  return data_->signals;
+}
+
+const Damage& File::damage() const {
+  return *data_->damage;
+}
+
+Signal File::signal(std::string_view text) const {
+  return data_->finder().one(text);
+}
+
+std::vector<Signal> File::match(std::string_view pattern) const {
+  return data_->finder().match(pattern);
+}
+
+std::vector<Signal> File::search(std::string_view words) const {
+  return data_->finder().search(words);
+}
+
+std::vector<Signal> File::resolve(const SignalList& signals) const {
+  return data_->finder().resolve(signals);
+}
+
+Reader File::native(const SignalList& signals, const ReadOptions& options) {
+  return ReaderAccess::make(std::make_unique<Front::NativeSource>(data_, data_->readableOfOneStream(signals),
+                                                                  Front::NativeSource::Tables::One, options));
+}
+
+Reader File::nativeTables(const SignalList& signals, const ReadOptions& options) {
+  return ReaderAccess::make(std::make_unique<Front::NativeSource>(data_, data_->readableOfOneStream(signals),
+                                                                  Front::NativeSource::Tables::BySignal, options));
+}
+
+Reader File::grid(const SignalList& signals, const Grid& grid, const ReadOptions& options) {
+  return ReaderAccess::make(std::make_unique<Front::GridSource>(data_, data_->readable(signals), grid, options));
+}
+
+Overview File::overview(const SignalList& signals, std::size_t slices, const ReadOptions& options) {
+  std::vector<Signal> elements = Front::elementsOf(data_->readable(signals));
+  Front::Reading reading(data_, options);
+  return OverviewAccess::read(reading, std::move(elements), slices);
+}
+
+std::vector<Statistics> File::statistics(const SignalList& signals, const ReadOptions& options) {
+  const std::vector<Signal> elements = Front::elementsOf(data_->readable(signals));
+  Front::Reading reading(data_, options);
+  return Front::readStatistics(reading, elements);
+}
+
+States File::states(const SignalList::Item& signal, const ReadOptions& options) {
+  const std::vector<Signal> found = data_->readable(SignalList(signal));
+  if (found.size() != 1 || found.front().isArray()) {
+    throw Error(ErrorCode::InvalidArgument, "states are of one scalar signal or one element of an array", path());
+  }
+  return States(std::make_unique<States::Source>(data_, found.front(), options));
+}
+
+}  // namespace Kvex

@@ -108,8 +108,8 @@ RangeTable makeTable() {
       table, {#Name, Count, Unit, Resolution, Text::TextName, Description});
 #include "tables/RangeTargetSignals.def"
 #define KVEX_BODY_SIGNAL(Name, Type, Count, Unit, Resolution, Group, TextName, Description) \
-  insertBody<Type, &RangeBody::Name, BodyGroup::Group>(                                     \
-      table, {#Name, Count, Unit, Resolution, Text::TextName, Description});
+  insertBody<Type, &RangeBody::Name, BodyGroup::Group>(table,                               \
+                                                       {#Name, Count, Unit, Resolution, Text::TextName, Description});
 #include "tables/RangeBodySignals.def"
   return table;
 }

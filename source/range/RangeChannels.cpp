@@ -12,7 +12,7 @@
 #include "library/Enumerations.h"
 #include "nav/ExtendedCount.h"
 #include "nav/UnitDate.h"
-#include "range/FieldRun.h"
+#include "range/FieldRow.h"
 #include "range/RangeLayouts.h"
 
 namespace Kvex::Rng {
@@ -273,80 +273,80 @@ void readAddresses(const ChannelPacket& packet) {
 constexpr Reading kLatency{Raw::U16, kMilli};
 constexpr Reading kOffset{Raw::I16, kMilli};
 constexpr Reading kNumber8{Raw::U8, kWhole};
-constexpr Reading kFeatSet8{Raw::U8, kWhole, Mark::kNone | Mark::kZeroNoValue};
-constexpr Reading kFeatSet16{Raw::U16, kWhole, Mark::kNone | Mark::kZeroNoValue};
+constexpr Reading kFeatSet8{Raw::U8, kWhole, Marker::kNone | Marker::kZeroNoValue};
+constexpr Reading kFeatSet16{Raw::U16, kWhole, Marker::kNone | Marker::kZeroNoValue};
 constexpr Reading kLatLon{Raw::I32, kTenMillionth};
 constexpr Reading kAltitude{Raw::I32, kMilli};
 constexpr Reading kHeading{Raw::U16, kCentidegree};
 constexpr Reading kArm24{Raw::S24, kMilli};
 constexpr Reading kArm16{Raw::I16, kMilli};
-constexpr Reading kLength{Raw::U16, kMilli, Mark::kNone | Mark::kTop | Mark::kZeroLow};
+constexpr Reading kLength{Raw::U16, kMilli, Marker::kNone | Marker::kTop | Marker::kZeroLow};
 constexpr Reading kUtcOffset{Raw::I16, kWhole};
 constexpr Reading kCpuLoad{Raw::U8, {0.4}};
 
-constexpr FieldRun<RangeTarget> kTargetLatency[] = {{TargetGroup::ModeStatus, 6, kLatency, {&RangeTarget::Latency}}};
-constexpr FieldRun<RangeBody> kHunterLatency[] = {
+constexpr FieldRow<RangeTarget> kTargetLatency[] = {{TargetGroup::ModeStatus, 6, kLatency, {&RangeTarget::Latency}}};
+constexpr FieldRow<RangeBody> kHunterLatency[] = {
     {BodyGroup::Hunter_Latency, 0, kLatency, {&RangeBody::Hunter_Latency}}};
-constexpr FieldRun<RangeTarget> kOffsetLon[] = {
+constexpr FieldRow<RangeTarget> kOffsetLon[] = {
     {TargetGroup::RangeOffsetLon, 2, kOffset, {&RangeTarget::RangeOffsetLon}}};
-constexpr FieldRun<RangeBody> kOsVersion[] = {
+constexpr FieldRow<RangeBody> kOsVersion[] = {
     {BodyGroup::OsVersion1, 0, kNumber8, {&RangeBody::OsVersion1, &RangeBody::OsVersion2, &RangeBody::OsVersion3}}};
-constexpr FieldRun<RangeBody> kUnitStatus[] = {
+constexpr FieldRow<RangeBody> kUnitStatus[] = {
     {BodyGroup::TimeWeekCount, 0, kUtcOffset, {&RangeBody::TimeUtcOffset}},
     {BodyGroup::FeatSetRefNum, 3, kFeatSet8, {&RangeBody::FeatSetRefNum}},
     {BodyGroup::FeatSetRefNum, 4, kFeatSet16, {&RangeBody::FeatSetNumFeats}},
     {BodyGroup::FeatSetRefNum, 6, kFeatSet8, {&RangeBody::FeatSetCellMax}},
     {BodyGroup::CpuLoad, 7, kCpuLoad, {&RangeBody::CpuLoad}},
 };
-constexpr FieldRun<RangeTarget> kFixedPoint[] = {
+constexpr FieldRow<RangeTarget> kFixedPoint[] = {
     {TargetGroup::FixedPointLat, 0, kLatLon, {&RangeTarget::FixedPointLat, &RangeTarget::FixedPointLon}}};
-constexpr FieldRun<RangeTarget> kFixedPointHeight[] = {
+constexpr FieldRow<RangeTarget> kFixedPointHeight[] = {
     {TargetGroup::FixedPointLat, 0, kAltitude, {&RangeTarget::FixedPointAlt}},
     {TargetGroup::FixedPointLat, 4, kHeading, {&RangeTarget::FixedPointHeading}}};
-constexpr FieldRun<RangeBody> kReference[] = {
+constexpr FieldRow<RangeBody> kReference[] = {
     {BodyGroup::Hunter_RefLat, 0, kLatLon, {&RangeBody::Hunter_RefLat, &RangeBody::Hunter_RefLon}}};
-constexpr FieldRun<RangeBody> kReferenceHeight[] = {
+constexpr FieldRow<RangeBody> kReferenceHeight[] = {
     {BodyGroup::Hunter_RefLat, 0, kAltitude, {&RangeBody::Hunter_RefAlt}},
     {BodyGroup::Hunter_RefLat, 4, {Raw::U32, kTenMillionth}, {&RangeBody::Hunter_RefHeading}}};
-constexpr FieldRun<RangeBody> kHunterArm[] = {
+constexpr FieldRow<RangeBody> kHunterArm[] = {
     {BodyGroup::Hunter_DisplacementArmX,
      0,
      kArm24,
      {&RangeBody::Hunter_DisplacementArmX, &RangeBody::Hunter_DisplacementArmY}},
     {BodyGroup::Hunter_DisplacementArmX, 6, kArm16, {&RangeBody::Hunter_DisplacementArmZ}}};
-constexpr FieldRun<RangeTarget> kTargetArm[] = {
+constexpr FieldRow<RangeTarget> kTargetArm[] = {
     {TargetGroup::DisplacementArmX, 0, kArm24, {&RangeTarget::DisplacementArmX, &RangeTarget::DisplacementArmY}},
     {TargetGroup::DisplacementArmX, 6, kArm16, {&RangeTarget::DisplacementArmZ}}};
-constexpr FieldRun<RangeTarget> kAccuracy[] = {
+constexpr FieldRow<RangeTarget> kAccuracy[] = {
     {TargetGroup::RangeLonStd,
      0,
      kLength,
      {&RangeTarget::RangeLonStd, &RangeTarget::RangeLatStd, &RangeTarget::RangeVerStd, &RangeTarget::RangeResStd}}};
-constexpr FieldRun<RangeTarget> kTargetVehicle[] = {
+constexpr FieldRow<RangeTarget> kTargetVehicle[] = {
     {TargetGroup::VehicleLength, 0, kLength, {&RangeTarget::VehicleLength, &RangeTarget::VehicleWidth}},
     {TargetGroup::VehicleLength, 4, {Raw::U16, kWhole}, {&RangeTarget::PolygonNumber}},
     {TargetGroup::VehicleLength, 6, kLength, {&RangeTarget::VehicleHeight}},
 };
-constexpr FieldRun<RangeTarget> kFeatPoint[] = {
+constexpr FieldRow<RangeTarget> kFeatPoint[] = {
     {TargetGroup::FeatPointLat, 0, kLatLon, {&RangeTarget::FeatPointLat, &RangeTarget::FeatPointLon}}};
-constexpr FieldRun<RangeTarget> kFeatPointHeight[] = {
+constexpr FieldRow<RangeTarget> kFeatPointHeight[] = {
     {TargetGroup::FeatPointLat, 0, kAltitude, {&RangeTarget::FeatPointAlt}},
     {TargetGroup::FeatPointLat, 4, kHeading, {&RangeTarget::FeatPointHeading}}};
-constexpr FieldRun<RangeBody> kHunterVehicle[] = {
+constexpr FieldRow<RangeBody> kHunterVehicle[] = {
     {BodyGroup::Hunter_VehicleLength, 0, kLength, {&RangeBody::Hunter_VehicleLength, &RangeBody::Hunter_VehicleWidth}},
     {BodyGroup::Hunter_VehicleLength, 4, {Raw::U16, kWhole}, {&RangeBody::Hunter_PolygonNumber}},
     {BodyGroup::Hunter_VehicleLength, 6, kLength, {&RangeBody::Hunter_VehicleHeight}},
 };
-constexpr FieldRun<RangeBody> kLaneMap[] = {
+constexpr FieldRow<RangeBody> kLaneMap[] = {
     {BodyGroup::Lane_MapNumber, 0, {Raw::U8, kWhole, 0}, {&RangeBody::Lane_MapNumber}}};
-constexpr FieldRun<RangeBody> kLaneStatus[] = {kUnitStatus[0], kUnitStatus[4]};
-constexpr FieldRun<RangeBody> kPointA[] = {
+constexpr FieldRow<RangeBody> kLaneStatus[] = {kUnitStatus[0], kUnitStatus[4]};
+constexpr FieldRow<RangeBody> kPointA[] = {
     {BodyGroup::Lane_PointAArmX, 0, kArm24, {&RangeBody::Lane_PointAArmX, &RangeBody::Lane_PointAArmY}},
     {BodyGroup::Lane_PointAArmX, 6, kArm16, {&RangeBody::Lane_PointAArmZ}}};
-constexpr FieldRun<RangeBody> kPointB[] = {
+constexpr FieldRow<RangeBody> kPointB[] = {
     {BodyGroup::Lane_PointBArmX, 0, kArm24, {&RangeBody::Lane_PointBArmX, &RangeBody::Lane_PointBArmY}},
     {BodyGroup::Lane_PointBArmX, 6, kArm16, {&RangeBody::Lane_PointBArmZ}}};
-constexpr FieldRun<RangeBody> kPointC[] = {
+constexpr FieldRow<RangeBody> kPointC[] = {
     {BodyGroup::Lane_PointCArmX, 0, kArm24, {&RangeBody::Lane_PointCArmX, &RangeBody::Lane_PointCArmY}},
     {BodyGroup::Lane_PointCArmX, 6, kArm16, {&RangeBody::Lane_PointCArmZ}}};
 
@@ -413,8 +413,8 @@ void decodeChannel(RangeState& state, RangeTimeState& clock, const PacketHead& h
   const ByteView data = packet.from(head.channelOffset + 1U, 8);
   const bool markUnwanted = std::exchange(state.markUnwanted, true);
   const auto& [layout, readRest] = channels[id];
-  readRuns(state, state.record.targets[head.target], state.wants.targets[head.target], layout.target, data);
-  readRuns(state, state.record.body, state.wants.body, layout.body, data);
+  readRows(state, state.record.targets[head.target], state.wants.targets[head.target], layout.target, data);
+  readRows(state, state.record.body, state.wants.body, layout.body, data);
   if (readRest != nullptr) readRest({state, clock, head, data});
   state.markUnwanted = markUnwanted;
 }

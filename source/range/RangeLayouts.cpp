@@ -4,17 +4,17 @@ namespace Kvex::Rng {
 
 namespace {
 
-constexpr std::uint8_t kNoneAndEnds = Mark::kNone | Mark::kEnds;
-constexpr std::uint8_t kNoneOfShort = Mark::kNone | Mark::kShortNone;
+constexpr std::uint8_t kNoneAndEnds = Marker::kNone | Marker::kEnds;
+constexpr std::uint8_t kNoneOfShort = Marker::kNone | Marker::kShortNone;
 constexpr Scale kFraction{0.004};
 
 constexpr Reading kNumber{Raw::U8, kWhole};
 constexpr Reading kPosition{Raw::I32, kMilli};
 constexpr Reading kHeading{Raw::U16, kCentidegree};
 
-constexpr FieldRun<RangeTarget> kShortTarget[] = {
+constexpr FieldRow<RangeTarget> kShortTarget[] = {
     {TargetGroup::RangeLon, 6, {Raw::I16, kMilli, kNoneAndEnds}, {&RangeTarget::RangeLat}},
-    {TargetGroup::RangeLon, 8, {Raw::I32, kMilli, kNoneOfShort | Mark::kEnds}, {&RangeTarget::RangeLon}},
+    {TargetGroup::RangeLon, 8, {Raw::I32, kMilli, kNoneOfShort | Marker::kEnds}, {&RangeTarget::RangeLon}},
     {TargetGroup::RangeRateLon,
      12,
      {Raw::I16, kCenti, kNoneAndEnds},
@@ -23,11 +23,11 @@ constexpr FieldRun<RangeTarget> kShortTarget[] = {
     {TargetGroup::PosX, 24, {Raw::I32, kMilli, kNoneOfShort}, {&RangeTarget::PosX, &RangeTarget::PosY}},
     {TargetGroup::Heading, 34, kHeading, {&RangeTarget::Heading}},
 };
-constexpr FieldRun<RangeBody> kShortBody[] = {
+constexpr FieldRow<RangeBody> kShortBody[] = {
     {BodyGroup::Hunter_Heading, 32, kHeading, {&RangeBody::Hunter_Heading}},
 };
 
-constexpr FieldRun<RangeTarget> kLongTarget[] = {
+constexpr FieldRow<RangeTarget> kLongTarget[] = {
     {TargetGroup::RangeLon, 8, {Raw::I32, kMilli, kNoneAndEnds}, {&RangeTarget::RangeLat, &RangeTarget::RangeLon}},
     {TargetGroup::RangeRateLon,
      16,
@@ -64,7 +64,7 @@ constexpr FieldRun<RangeTarget> kLongTarget[] = {
     {TargetGroup::PosX, 98, kPosition, {&RangeTarget::UnitPosX, &RangeTarget::UnitPosY}, 106},
     {TargetGroup::Heading, 110, {Raw::I16, kCenti}, {&RangeTarget::Pitch, &RangeTarget::Roll}, 114},
 };
-constexpr FieldRun<RangeBody> kLongBody[] = {
+constexpr FieldRow<RangeBody> kLongBody[] = {
     {BodyGroup::Hunter_Latency, 7, {Raw::U8, kWhole, 0}, {&RangeBody::Hunter_TargetTotal}},
     {BodyGroup::Hunter_Heading, 36, kHeading, {&RangeBody::Hunter_Heading}},
     {BodyGroup::Hunter_UnitPosX,
@@ -82,7 +82,7 @@ constexpr Reading kLaneCurvature{Raw::I16, kTenthMilli};
 constexpr std::uint8_t kLaneMiddle = 74;
 constexpr std::uint8_t kLaneFull = 132;
 
-constexpr FieldRun<RangeBody> kLaneBody[] = {
+constexpr FieldRow<RangeBody> kLaneBody[] = {
     {BodyGroup::Lane_LineNumberAL, 6, kNumber, {&RangeBody::Lane_LineNumberAL, &RangeBody::Lane_LineNumberAR}},
     {BodyGroup::Lane_DisAlongLine1, 8, kPosition, {&RangeBody::Lane_DisAlongLine1}},
     {BodyGroup::Lane_LatDisALtoA, 12, kLaneDistance, {&RangeBody::Lane_LatDisALtoA}},

@@ -245,7 +245,7 @@ struct ProductIdentity {
   constexpr bool operator==(const ProductIdentity&) const = default;
 };
 
-/// The identity of the device whose model text, in lower case, and generation these are; "Unknown" thrice if the
+/// The identity of the device whose model text, in lower case, and generation these are; "Unknown" three times if the
 /// reference data does not hold it.
 ProductIdentity productIdentity(std::string_view modelText, std::uint32_t generation);
 

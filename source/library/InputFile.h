@@ -20,7 +20,7 @@ class InputFile {
   void close();
   bool isOpen() const { return descriptor_ >= 0; }
 
-  /// Length of the open file in bytes; 0 where it cannot be told.
+  /// Length of the open file in bytes; 0 where it is not known.
   std::int64_t size() const;
   /// Reads up to `count` bytes at `offset`. Gives the number read: 0 at the end, on an error, or with no file open.
   std::size_t readAt(std::int64_t offset, void* bytes, std::size_t count) const;

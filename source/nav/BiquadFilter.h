@@ -7,7 +7,7 @@ namespace Kvex::Nav {
 /// spacing any more once it runs.
 class BiquadFilter {
  public:
-  /// Sets the cut-off `frequency` (Hz) and the `damping` ratio and designs the filter anew from the samples that it
+  /// Sets the cut-off `frequency` (Hz) and the `damping` ratio and designs the filter from the samples that it
   /// holds. Nothing happens unless both are above 0 and either is new.
   void configure(double frequency, double damping);
 

@@ -19,7 +19,7 @@ struct ChannelState {
   std::array<std::uint8_t, kEventCount> eventNumbers{};  ///< Running number of the last event of each channel.
   std::optional<Lib::Nano> newEvent;                     ///< Time of the event that the present packet reports.
 
-  /// The reference frame as the unit gives it outright, in two halves: degrees and metres.
+  /// The reference frame as the unit sends it whole, in two halves: degrees and metres.
   struct {
     std::optional<double> lat;
     std::optional<double> lon;

@@ -11,7 +11,7 @@ namespace {
 
 using Lib::kDegreesPerRadian;
 
-// The forms that channels are made of. What a byte or word reads when it tells nothing is all bits set, mostly.
+// The forms that channels are made of. A byte or word that holds nothing has all bits set, mostly.
 
 constexpr Form kBit{.width = 1};
 constexpr Form kNibble{.width = 4, .marker = Marker::Ones};
@@ -45,8 +45,8 @@ constexpr Form kLeverArm = kSignedWord.when(kConfigured).scaled(0.001);
 constexpr Form kLeverArmAcc = kWord.when(kConfigured).scaled(0.0001);
 constexpr Form kMounting = kSignedWord.when(kConfigured).scaled(kDegreesPerRadian * 0.0001);
 
-/// Whether flags are told at all: the byte is inverted, and so is its top bit.
-constexpr Gate toldBy(std::uint8_t byte) {
+/// Whether flags are reported at all: the byte is inverted, and so is its top bit.
+constexpr Gate reportedBy(std::uint8_t byte) {
   return {.byte = byte, .limit = 128};
 }
 constexpr Form kInvertedBit{.width = 1, .isInverted = true};
@@ -223,12 +223,13 @@ consteval void addIdentity(RowList& list) {
 
   list.add(31, {0}, kByteOrNone,
            {ImuType, GpsInt1.Type, GpsExt1.Type, InterPcbType, FrontPcbType, InterSwId, HwConfig});
-  list.add(31, {7, 0}, kInvertedBit.when(toldBy(7)), {PsrDiffEnabled, SBASEnabled});
-  list.add(31, {7, 3}, kInvertedBit.when(toldBy(7)), {OmniVBSEnabled, OmniHPEnabled, L1DiffEnabled, L1L2DiffEnabled});
+  list.add(31, {7, 0}, kInvertedBit.when(reportedBy(7)), {PsrDiffEnabled, SBASEnabled});
+  list.add(31, {7, 3}, kInvertedBit.when(reportedBy(7)),
+           {OmniVBSEnabled, OmniHPEnabled, L1DiffEnabled, L1L2DiffEnabled});
   list.add(64, {0}, kByteOrNone, {CpuPcbType, GpsInt2.Type, GpsInt2.Format, DualPortRamStatus});
   list.add(64, {4}, kNibble, {GpsInt1.PosRate, GpsInt1.VelRate, GpsInt1.RawRate, GpsExt1.RawRate});
   list.add(
-      64, {6}, kInvertedBit.when(toldBy(6)),
+      64, {6}, kInvertedBit.when(reportedBy(6)),
       {GnssGlonassEnabled, GnssGalileoEnabled, RawRngEnabled, RawDopEnabled, RawL1Enabled, RawL2Enabled, RawL5Enabled});
   list.add(64, {7}, kByteOrNone.replacedBy(0), {ProductType});
   list.add(82, {0}, kByteOrNone, {ImuPcbType, GpsPcbType, FlexPcbType, AdkPcbType});
@@ -243,7 +244,7 @@ consteval void addHousekeeping(RowList& list) {
   list.add(59, {6}, kWordOrNone.scaled(0.01).offsetBy(kCelsius).ifUnwanted(Unwanted::Keep), {ImuTemp});
   list.add(83, {0}, kCount16, {ImuAccelSatCount, ImuGyroSatCount, SdnSkipCount});
   list.add(83, {6}, kByteOrNone.scaled(1000), {CrystalError});
-  list.add(83, {7, 0}, kInvertedBit.when(toldBy(7)), {MemoryTempAlert});
+  list.add(83, {7, 0}, kInvertedBit.when(reportedBy(7)), {MemoryTempAlert});
   list.add(84, {0}, kCount16, {ImuGyroErrorCountX, ImuGyroErrorCountY, ImuGyroErrorCountZ});
 
   list.add(78, {0}, kCount16, {CanTxNum, CanRxNum});

@@ -43,14 +43,14 @@ struct EarthRadii {
 /// The radii at a latitude, given by its sine.
 EarthRadii earthRadii(double sinLat);
 
-// What the unit tells about its filters, which the filtered values here follow; none where a report gives no value.
+// What the unit reports about its filters, which the filtered values here follow; none where a report has no value.
 
 /// The filter of linear acceleration: cut-off in Hz and damping ratio.
-void tellLinAccFilter(NavState& state, std::optional<double> freq, std::optional<double> zeta);
+void configureLinAccFilter(NavState& state, std::optional<double> freq, std::optional<double> zeta);
 /// The filter of angular acceleration: cut-off in Hz and damping ratio.
-void tellAngAccFilter(NavState& state, std::optional<double> freq, std::optional<double> zeta);
+void configureAngAccFilter(NavState& state, std::optional<double> freq, std::optional<double> zeta);
 /// The filter of jerk: `LinJerkFiltType`, even order, cut-off in Hz, and length of the moving average in seconds.
-void tellLinJerkFilter(NavState& state, std::optional<std::uint8_t> type, std::optional<std::int32_t> order,
-                       std::optional<double> freq, double movAvgLen);
+void configureLinJerkFilter(NavState& state, std::optional<std::uint8_t> type, std::optional<std::int32_t> order,
+                            std::optional<double> freq, double movAvgLen);
 
 }  // namespace Kvex::Nav

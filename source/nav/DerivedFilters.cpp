@@ -33,7 +33,7 @@ void filterAxes(NavState& state, AxisFilters<Filter>& filters, const Axes& from,
 }
 
 template <class T>
-void tell(NavState& state, NavField<T>& field, std::optional<T> value) {
+void setOrMark(NavState& state, NavField<T>& field, std::optional<T> value) {
   if (value) {
     state.setField(field, *value);
   } else {
@@ -44,20 +44,20 @@ void tell(NavState& state, NavField<T>& field, std::optional<T> value) {
 /// Takes over the two parameters that switch a filter off when both are 0. They are looked at after each of them: a
 /// pair of one new and one old value counts.
 template <class Filter, class T>
-void tellPair(NavState& state, AxisFilters<Filter>& filters, NavField<T>& first, std::optional<T> firstValue,
-              NavField<double>& second, std::optional<double> secondValue) {
+void setPair(NavState& state, AxisFilters<Filter>& filters, NavField<T>& first, std::optional<T> firstValue,
+             NavField<double>& second, std::optional<double> secondValue) {
   const auto look = [&] {
     if (allUsable(first, second) && first.value == T{} && second.value == 0.0) filters.bypass = true;
   };
-  tell(state, first, firstValue);
+  setOrMark(state, first, firstValue);
   look();
-  tell(state, second, secondValue);
+  setOrMark(state, second, secondValue);
   look();
 }
 
-void tellLowPass(NavState& state, AxisFilters<BiquadFilter>& filters, NavField<double>& freq,
-                 std::optional<double> freqValue, NavField<double>& zeta, std::optional<double> zetaValue) {
-  tellPair(state, filters, freq, freqValue, zeta, zetaValue);
+void configureLowPass(NavState& state, AxisFilters<BiquadFilter>& filters, NavField<double>& freq,
+                      std::optional<double> freqValue, NavField<double>& zeta, std::optional<double> zetaValue) {
+  setPair(state, filters, freq, freqValue, zeta, zetaValue);
   if (!allUsable(freq, zeta)) return;
   for (BiquadFilter& filter : filters.axes) filter.configure(freq.value, zeta.value);
 }
@@ -78,29 +78,30 @@ void deriveFiltered(NavState& state) {
   }
 }
 
-void tellLinAccFilter(NavState& state, std::optional<double> freq, std::optional<double> zeta) {
+void configureLinAccFilter(NavState& state, std::optional<double> freq, std::optional<double> zeta) {
   NavRecord& record = state.record;
-  tellLowPass(state, state.derived.accelerationFilter, record.LinAccFiltFreq, freq, record.LinAccFiltZeta, zeta);
+  configureLowPass(state, state.derived.accelerationFilter, record.LinAccFiltFreq, freq, record.LinAccFiltZeta, zeta);
 }
 
-void tellAngAccFilter(NavState& state, std::optional<double> freq, std::optional<double> zeta) {
+void configureAngAccFilter(NavState& state, std::optional<double> freq, std::optional<double> zeta) {
   NavRecord& record = state.record;
-  tellLowPass(state, state.derived.angularAccelerationFilter, record.AngAccFiltFreq, freq, record.AngAccFiltZeta, zeta);
+  configureLowPass(state, state.derived.angularAccelerationFilter, record.AngAccFiltFreq, freq, record.AngAccFiltZeta,
+                   zeta);
 }
 
-void tellLinJerkFilter(NavState& state, std::optional<std::uint8_t> type, std::optional<std::int32_t> order,
-                       std::optional<double> freq, double movAvgLen) {
+void configureLinJerkFilter(NavState& state, std::optional<std::uint8_t> type, std::optional<std::int32_t> order,
+                            std::optional<double> freq, double movAvgLen) {
   NavRecord& record = state.record;
   DerivedState& derived = state.derived;
-  tell(state, record.LinJerkFiltType, type);
-  tellPair(state, derived.jerkFilter, record.LinJerkFiltOrder, order, record.LinJerkFiltFreq, freq);
+  setOrMark(state, record.LinJerkFiltType, type);
+  setPair(state, derived.jerkFilter, record.LinJerkFiltOrder, order, record.LinJerkFiltFreq, freq);
   state.setField(record.LinJerkMovAvgLen, movAvgLen);
 
-  const bool told = allUsable(record.LinJerkFiltType, record.LinJerkFiltOrder, record.LinJerkFiltFreq);
+  const bool known = allUsable(record.LinJerkFiltType, record.LinJerkFiltOrder, record.LinJerkFiltFreq);
   for (std::array<JerkFilter, 3>* filters : {&derived.jerkFilter.axes, &derived.isoJerkFilter}) {
     for (JerkFilter& filter : *filters) {
       filter.average.setWindow(movAvgLen);
-      if (!told) continue;
+      if (!known) continue;
       filter.lowPass.configure(record.LinJerkFiltType.value, static_cast<std::uint8_t>(record.LinJerkFiltOrder.value),
                                record.LinJerkFiltFreq.value);
     }

@@ -22,7 +22,7 @@ constexpr std::span<const DecisionRow<6>> kFamilies{};
 constexpr std::span<const DecisionRow<7>> kGroups{};
 constexpr std::span<const DecisionRow<15, kModelColumns>> kModels{};
 
-/// Place of the letter in `DevID` that tells the kind of unit.
+/// Place of the letter in `DevID` that stands for the kind of unit.
 constexpr std::size_t kKindLetter = 6;
 
 std::uint8_t imuKey(std::uint8_t imuType) {
@@ -56,7 +56,7 @@ void setProduct(NavState& state, const Lib::ProductIdentity& product) {
   state.setField(state.record.ProductGroup, product.group);
 }
 
-/// A unit whose product name tells what it is.
+/// A unit that is known by its product name.
 void identifyByName(NavState& state) {
   NavRecord& r = state.record;
   if (!allUsable(r.HwConfig, r.receivers[0].Type, r.ProductVersion, r.ProductType)) return;

@@ -4,7 +4,7 @@
 #include "nav/Derived.h"
 
 // The axes of the ISO frames: of the earth-fixed one east, north, up; of the intermediate one forward, left, up along
-// the heading; of the vehicle's forward, left, up in the vehicle. The decoder reckons in north, east, down and in
+// the heading; of the vehicle's forward, left, up in the vehicle. The decoder works in north, east, down and in
 // forward, right, down.
 
 namespace Kvex::Nav {
@@ -67,7 +67,7 @@ Vector3 vehicleAxes(const Vector3& v) {
   return {v[0], -v[1], -v[2]};
 }
 
-/// Sets the intermediate and the vehicle form of a vector told as north, east, down.
+/// Sets the intermediate and the vehicle form of a vector given as north, east, down.
 void setInner(NavState& state, const IsoVector& iso, const Vector3& ned) {
   Attitude& attitude = state.derived.attitude;
   if (!(state.wants.*iso.intermediate.want) || !attitude.known()) return;
@@ -83,7 +83,7 @@ void setFromEarth(NavState& state, const IsoVector& iso, const Vector3& ned) {
   setInner(state, iso, ned);
 }
 
-/// Sets the forms of a vector told on the body's axes. REQUIRES: the attitude is known.
+/// Sets the forms of a vector given on the body's axes. REQUIRES: the attitude is known.
 void setFromBody(NavState& state, const IsoVector& iso, const Vector3& body) {
   Attitude& attitude = state.derived.attitude;
   if (!(state.wants.*iso.vehicle.want)) return;

@@ -14,7 +14,7 @@ namespace Kvex::Nav {
 template <class Filter>
 struct AxisFilters {
   std::array<Filter, 3> axes;
-  bool bypass = false;  ///< The unit has told zeros for the parameters: values pass as they are.
+  bool bypass = false;  ///< The unit has reported zeros for the parameters: values pass as they are.
 };
 
 /// What derived quantities remember from packet to packet beside the record: filters, integrators, and the rotations of
@@ -32,7 +32,7 @@ struct DerivedState {
   AxisFilters<BiquadFilter> accelerationFilter;
   AxisFilters<BiquadFilter> angularAccelerationFilter;
   AxisFilters<JerkFilter> jerkFilter;
-  std::array<JerkFilter, 3> isoJerkFilter;  ///< Told and bypassed together with `jerkFilter`.
+  std::array<JerkFilter, 3> isoJerkFilter;  ///< Configured and bypassed together with `jerkFilter`.
 
   /// For `Dist2d`, `Dist2dHold`, `Dist3d`, `Dist3dHold`.
   std::array<DistanceIntegrator, 4> distances;

@@ -8,7 +8,7 @@ namespace Kvex::Nav {
 /// and one trapezoid spans the gap.
 class DistanceIntegrator {
  public:
-  /// Takes the speed (m/s) at the time `t` (seconds) and gives the distance up to there in metres, 0 for the first one.
+  /// Takes the speed (m/s) at the time `t` (seconds); returns the distance up to there in metres, 0 for the first one.
   double step(double t, double speed);
 
   /// The distance at `t` without taking the speed in; none before the first step.

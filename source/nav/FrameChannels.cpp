@@ -97,11 +97,11 @@ void readFrameOffset(NavState& state, ByteView bytes) {
 }
 
 void readAngAccFilter(NavState& state, ByteView bytes) {
-  tellAngAccFilter(state, parameterAt(bytes, 0), parameterAt(bytes, 4));
+  configureAngAccFilter(state, parameterAt(bytes, 0), parameterAt(bytes, 4));
 }
 
 void readLinAccFilter(NavState& state, ByteView bytes) {
-  tellLinAccFilter(state, parameterAt(bytes, 0), parameterAt(bytes, 4));
+  configureLinAccFilter(state, parameterAt(bytes, 0), parameterAt(bytes, 4));
 }
 
 void readLinJerkFilter(NavState& state, ByteView bytes) {
@@ -113,7 +113,7 @@ void readLinJerkFilter(NavState& state, ByteView bytes) {
   std::optional<std::int32_t> order;
   if (reported && rawType != kNone) type = static_cast<std::uint8_t>(Lib::kLinJerkFiltTypeNames.clamped(rawType));
   if (reported && rawOrder != kNone) order = rawOrder;
-  tellLinJerkFilter(state, type, order, parameterAt(bytes, 1), bytes.u24(5) * 0.001);
+  configureLinJerkFilter(state, type, order, parameterAt(bytes, 1), bytes.u24(5) * 0.001);
 }
 
 }  // namespace Kvex::Nav

@@ -56,26 +56,26 @@ void readOmniStarSerial(NavState& state, ByteView bytes) {
 
 void readServices(NavState& state, ByteView bytes) {
   NavRecord& record = state.record;
-  const auto told = static_cast<std::uint8_t>(~bytes.u8(7));
-  const bool isTold = told > 127;
-  const auto bit = [&](unsigned number) { return (told >> number & 1) != 0; };
+  const auto services = static_cast<std::uint8_t>(~bytes.u8(7));
+  const bool isReported = services > 127;
+  const auto bit = [&](unsigned number) { return (services >> number & 1) != 0; };
 
   const NavField<std::uint8_t>& type = record.receivers[0].Type;
   const auto lacksService = [&] {
     constexpr std::array<std::uint8_t, 5> kTypes{0, 1, 3, 4, 10};
     return type.usable() && std::ranges::find(kTypes, type.value) != kTypes.end();
   };
-  if (state.wants.PsrDiffEnabled && (isTold || lacksService())) {
-    state.setField(record.TerraStarDEnabled, isTold && bit(0));
+  if (state.wants.PsrDiffEnabled && (isReported || lacksService())) {
+    state.setField(record.TerraStarDEnabled, isReported && bit(0));
   } else {
     markNotAvailable(record.TerraStarDEnabled);
   }
 
-  // Devices of before 2018 have GPS and no BeiDou, and do not tell.
+  // Devices of before 2018 have GPS and no BeiDou, and do not report either.
   markNotAvailable(record.GnssGpsEnabled, record.GnssBeiDouEnabled);
   if (!state.wants.GnssGpsEnabled || !record.DevIDText.usable()) return;
   const bool isOld = textOf(record.DevIDText) < "180000";
-  if (!isOld && !isTold) return;
+  if (!isOld && !isReported) return;
   state.setField(record.GnssGpsEnabled, isOld || bit(1));
   state.setField(record.GnssBeiDouEnabled, !isOld && bit(2));
 }

@@ -51,7 +51,7 @@ constexpr std::size_t kTxPacketCounter = 66;
 constexpr std::size_t kStatusBits = 68;
 }  // namespace Offset
 
-/// Values of `InsNavMode` that the decoder tells apart.
+/// Values of `InsNavMode` that the decoder treats differently.
 enum NavMode : std::uint8_t {
   kInvalid = 0,
   kRawInertial = 1,
@@ -367,7 +367,7 @@ void NavDecoder::textPacket(ByteView packet) {
   std::copy_n(packet.data() + 3, 18, text.begin());
   std::copy_n(packet.data() + 23, 48, text.begin() + 18);
   setText(record.ProductName, {text.data(), text.size()});
-  if (protocol.textTellsIdentity) deriveIdentity(*this);
+  if (protocol.textRenewsIdentity) deriveIdentity(*this);
 }
 
 std::optional<Nano> NavDecoder::decodePacketChannel(ByteView packet) {
@@ -398,7 +398,7 @@ void NavDecoder::decodeMotion(ByteView packet, bool trigger) {
   if (mode >= kReadyToInitialise) deriveIso(*this, trigger);
   deriveIdentity(*this);
   if (trigger) return;
-  // The channel comes last: what it tells is used from the next packet on.
+  // The channel comes last: what it reports is used from the next packet on.
   expireValues(*this);
   decodePacketChannel(packet);
 }

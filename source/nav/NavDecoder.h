@@ -18,7 +18,7 @@ enum class FeedResult : std::uint8_t {
 };
 
 /// Decodes the packets of one navigation stream into a record, and keeps the stream's time. Bad data is no error: what
-/// a packet does not tell stays marked as not available. `QuonDecoder` and `DaskDecoder` are its two forms.
+/// a packet does not hold stays marked as not available. `QuonDecoder` and `DaskDecoder` are its two forms.
 ///
 /// A stream is read more than once. The first pass finds the time references and the first known values and writes
 /// nothing but `Index`; later passes, each begun with `finishScan`, give a time to packets ahead of the first timed one

@@ -22,7 +22,7 @@ struct NavProtocol {
   bool hasHeave;              ///< Heave, packet counter and status bits stand in the packet.
   bool hasJerk;               ///< Jerk and everything made of it is worked out.
   bool scansImu2Veh;          ///< The first pass looks for the `Imu2Veh` angles.
-  bool textTellsIdentity;     ///< A packet with the product text renews the product identity at once.
+  bool textRenewsIdentity;    ///< A packet with the product text renews the product identity at once.
 };
 
 inline constexpr NavProtocol kQuonProtocol{.self = Protocols::Quon,
@@ -33,7 +33,7 @@ inline constexpr NavProtocol kQuonProtocol{.self = Protocols::Quon,
                                            .hasHeave = false,
                                            .hasJerk = true,
                                            .scansImu2Veh = true,
-                                           .textTellsIdentity = true};
+                                           .textRenewsIdentity = true};
 
 inline constexpr NavProtocol kDaskProtocol{.self = Protocols::Dask,
                                            .sync = 0xE8,
@@ -43,6 +43,6 @@ inline constexpr NavProtocol kDaskProtocol{.self = Protocols::Dask,
                                            .hasHeave = true,
                                            .hasJerk = false,
                                            .scansImu2Veh = false,
-                                           .textTellsIdentity = false};
+                                           .textRenewsIdentity = false};
 
 }  // namespace Kvex::Nav

@@ -67,7 +67,7 @@ struct NavRecord {
 
   TextField<9> DevIDText;          ///< The eight bytes of `DevID`.
   TextField<11> OsScriptIDText;    ///< `OsScriptID` in decimal.
-  TextField<66> ProductName;       ///< As the unit gives it.
+  TextField<66> ProductName;       ///< As the unit sends it.
   TextField<5> BaseStationIDText;  ///< The four bytes of `BaseStationID`.
   TextField<15> OmniStarSerial;    ///< `OmniStarSerialRaw` as it is printed.
 
@@ -75,7 +75,7 @@ struct NavRecord {
 
   /// Brings every field to the state in which a walk starts.
   void reset();
-  /// Takes all marks of being written back: what a decoder lays in at the start of a walk is no write.
+  /// Clears the mark of being written in all fields: what a decoder puts in at the start of a walk is no write.
   void clearWritten();
 };
 

@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kSourceSize = 5;
 constexpr std::uint8_t kNoProvenance = 255;
 
-// Values of `Provenance` that tell what an address is. Those between are serial ports.
+// Values of `Provenance` that say what an address is. Those between are serial ports.
 constexpr std::uint8_t kUdp = 0;
 constexpr std::uint8_t kFile = 16;
 

@@ -9,8 +9,8 @@ class QuonDecoder : public NavDecoder {
  public:
   explicit QuonDecoder(bool scanFirst) : NavDecoder(kQuonProtocol, scanFirst) {}
 
-  /// Decodes a block: five bytes that tell the source, an address and a provenance, and behind them whole packets.
-  /// `check`: passes over packets that are not good; nothing is searched for inside a block. Gives the result of the
+  /// Decodes a block: five bytes that name the source, an address and a provenance, and behind them whole packets.
+  /// `check`: passes over packets that are not good; nothing is searched for inside a block. Returns the result of the
   /// last packet decoded. The end of the first pass ends the block.
   FeedResult feedBlock(Lib::ByteView block, bool check);
 

@@ -10,7 +10,7 @@
 
 namespace Kvex::Nav {
 
-// Fields as the tags of a scan tell them: the empty text where a field is not usable.
+// Fields as the tags of a scan show them: the empty text where a field is not usable.
 
 inline std::string scanText(const NavField<double>& field) {
   if (!field.usable()) return {};

@@ -216,7 +216,7 @@ constexpr auto kHandlers = [] {
   return handlers;
 }();
 
-/// The four station slots of channel 77 are told as none in two ways; brings the rarer one to all bits set.
+/// The four station slots of channel 77 say in two ways that there is none; brings the rarer one to all bits set.
 std::uint64_t withPlainMarkers(std::uint8_t channel, std::uint64_t word) {
   constexpr unsigned kSlots = 24;
   constexpr std::uint64_t kNoSlots = 0xFFFFFFFF00;

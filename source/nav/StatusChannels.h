@@ -10,9 +10,9 @@ namespace Kvex::Nav {
 
 /// Decodes the status channel of a packet into the record, in the way of the state's protocol. `bytes` are the eight
 /// bytes behind the channel number. A channel that the protocol does not have does nothing. A signal whose group is not
-/// wanted is marked as not available and not decoded; one that the channel gives no value for keeps its old value under
+/// wanted is marked as not available and not decoded; one that the channel has no value for keeps its old value under
 /// that mark.
-/// Gives the time of the event where the channel reports a trigger event that it has not reported before.
+/// Returns the time of the event where the channel reports a trigger event that it has not reported before.
 std::optional<Lib::Nano> decodeChannel(NavState& state, std::uint8_t channel, Lib::ByteView bytes);
 
 /// Marks innovations that have not been renewed for a minute as expired.

@@ -95,7 +95,7 @@ void readHardware(NavState& state, ByteView bytes) {
     markNotAvailable(record.ImuRate);
     return;
   }
-  // The later models tell their rate on a channel of their own.
+  // The later models report their rate on a channel of their own.
   constexpr std::uint8_t kLastWithoutRate = 5;
   const ImuModel model = modelOf(record.ImuType);
   if (model.rate != 0.0 && record.ImuType.value <= kLastWithoutRate) state.setField(record.ImuRate, model.rate);
@@ -122,8 +122,8 @@ void readImuParts(NavState& state, ByteView bytes) {
 void readCalibrationDate(NavState& state, ByteView bytes) {
   NavRecord& record = state.record;
   const std::uint16_t days = bytes.u16(4);
-  const bool told = state.wants.NanoFirmware && days != 0xFFFF;
-  setDate(state, record.NanoCalibration, record.DateCalibration, told ? std::optional(dateOfDay(days)) : std::nullopt);
+  const bool known = state.wants.NanoFirmware && days != 0xFFFF;
+  setDate(state, record.NanoCalibration, record.DateCalibration, known ? std::optional(dateOfDay(days)) : std::nullopt);
 }
 
 void readLoad(NavState& state, ByteView bytes) {

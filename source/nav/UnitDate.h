@@ -8,7 +8,7 @@
 
 namespace Kvex::Nav {
 
-/// A day that a unit tells about itself, in the two forms that its signals have.
+/// A day that a unit reports about itself, in the two forms that its signals have.
 struct UnitDate {
   Lib::Nano start;       ///< 00:00:00 UTC of the day.
   std::uint32_t digits;  ///< 20240531 for the last of May 2024; 0 for a month or day that two digits do not hold.

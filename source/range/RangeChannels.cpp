@@ -12,17 +12,13 @@
 #include "library/Enumerations.h"
 #include "nav/ExtendedCount.h"
 #include "nav/UnitDate.h"
-#include "range/FieldRun.h"
+#include "range/FieldRow.h"
 #include "range/RangeLayouts.h"
 
 namespace Kvex::Rng {
 
 namespace {
 
-using T = RangeTarget;
-using B = RangeBody;
-using TG = TargetGroup;
-using BG = BodyGroup;
 using Lib::Flag::kNotAvailable;
 
 /// What a channel's own reader works on.
@@ -34,8 +30,8 @@ struct ChannelPacket {
 
   RangeBody& body() const { return state.record.body; }
   RangeTarget& target() const { return state.record.targets[head.target]; }
-  bool wants(BG group) const { return state.wants.body[group]; }
-  bool wants(TG group) const { return state.wants.targets[head.target][group]; }
+  bool wants(BodyGroup group) const { return state.wants.body[group]; }
+  bool wants(TargetGroup group) const { return state.wants.targets[head.target][group]; }
 };
 
 /// A channel: the fields that are plain scaled numbers, and a reader for what else it holds.
@@ -62,14 +58,15 @@ void readPosMode(const ChannelPacket& packet, bool wanted, NavField<std::uint8_t
 
 void readMinuteAndModes(const ChannelPacket& packet) {
   readMinute(packet);
-  readPosMode(packet, packet.wants(BG::Hunter_Latency), packet.body().Hunter_PosMode, 4);
-  readPosMode(packet, packet.wants(TG::ModeStatus), packet.target().PosMode, 5);
+  readPosMode(packet, packet.wants(BodyGroup::Hunter_Latency), packet.body().Hunter_PosMode, 4);
+  readPosMode(packet, packet.wants(TargetGroup::ModeStatus), packet.target().PosMode, 5);
 }
 
 /// The unit's firmware date, which its version text begins with.
 void writeFirmwareDate(const ChannelPacket& packet) {
   RangeBody& body = packet.body();
-  if (!packet.state.open(packet.wants(BG::NanoFirmware) && body.DevID.usable(), body.NanoFirmware, body.DateFirmware)) {
+  if (!packet.state.open(packet.wants(BodyGroup::NanoFirmware) && body.DevID.usable(), body.NanoFirmware,
+                         body.DateFirmware)) {
     return;
   }
   const auto version = std::bit_cast<std::array<char, 8>>(packet.data.u64(0));
@@ -84,7 +81,7 @@ void writeFirmwareDate(const ChannelPacket& packet) {
 }
 
 void readDevID(const ChannelPacket& packet) {
-  if (packet.state.open(packet.wants(BG::DevID), packet.body().DevID)) {
+  if (packet.state.open(packet.wants(BodyGroup::DevID), packet.body().DevID)) {
     packet.state.write(packet.body().DevID, packet.data.u64(0));
   }
   writeFirmwareDate(packet);
@@ -109,25 +106,26 @@ void readCounters(const ChannelPacket& packet, bool wanted, Fields&... fields) {
 
 void readWirelessCounters(const ChannelPacket& packet) {
   RangeTarget& target = packet.target();
-  readCounters(packet, packet.wants(TG::WirelessChars), target.WirelessChars, target.WirelessPkts,
+  readCounters(packet, packet.wants(TargetGroup::WirelessChars), target.WirelessChars, target.WirelessPkts,
                target.WirelessCharsSkipped);
 }
 
 void readHunterCounters(const ChannelPacket& packet) {
   RangeBody& body = packet.body();
-  readCounters(packet, packet.wants(BG::Hunter_Chars), body.Hunter_Chars, body.Hunter_Pkts, body.Hunter_CharsSkipped);
+  readCounters(packet, packet.wants(BodyGroup::Hunter_Chars), body.Hunter_Chars, body.Hunter_Pkts,
+               body.Hunter_CharsSkipped);
 }
 
 void readCommandCounters(const ChannelPacket& packet) {
   RangeBody& body = packet.body();
-  readCounters(packet, packet.wants(BG::Range_CmdChars), body.Range_CmdChars, body.Range_CmdPkts,
+  readCounters(packet, packet.wants(BodyGroup::Range_CmdChars), body.Range_CmdChars, body.Range_CmdPkts,
                body.Range_CmdCharsSkipped, body.Range_CmdErrors);
 }
 
 /// The lateral offset, which short packets do not have.
 void readOffsetLat(const ChannelPacket& packet) {
   NavField<double>& field = packet.target().RangeOffsetLat;
-  if (!packet.state.open(packet.wants(TG::RangeOffsetLon), field)) return;
+  if (!packet.state.open(packet.wants(TargetGroup::RangeOffsetLon), field)) return;
   if (packet.head.type == PacketType::Long) {
     readField(packet.state, field, packet.data, 4, {Raw::I16, kMilli});
   } else {
@@ -140,7 +138,7 @@ void readScriptID(const ChannelPacket& packet) {
   constexpr std::uint32_t kNoScript = 0xFFFFFF;
   constexpr int kLeastDigits = 6;
   NavField<std::uint64_t>& field = packet.body().OsScriptID;
-  if (!packet.state.open(packet.wants(BG::OsScriptID), field)) return;
+  if (!packet.state.open(packet.wants(BodyGroup::OsScriptID), field)) return;
   std::uint32_t number = packet.data.u24(3);
   if (number == kNoScript) {
     field.flags = kNotAvailable;
@@ -154,12 +152,12 @@ void readScriptID(const ChannelPacket& packet) {
 
 void readMeasPlane(const ChannelPacket& packet) {
   NavField<std::uint8_t>& field = packet.target().MeasPlane;
-  if (!packet.state.open(packet.wants(TG::ModeStatus), field)) return;
+  if (!packet.state.open(packet.wants(TargetGroup::ModeStatus), field)) return;
   packet.state.write(field, Lib::kMeasPlaneNames.clamped(packet.data.u8(2)));
 }
 
 /// A filter frequency and its damping as singles. What is negative or not a number is no value.
-void readFilter(const ChannelPacket& packet, TG group, NavField<double>& frequency, NavField<double>& zeta) {
+void readFilter(const ChannelPacket& packet, TargetGroup group, NavField<double>& frequency, NavField<double>& zeta) {
   if (!packet.state.open(packet.wants(group), frequency, zeta)) return;
   std::size_t offset = 0;
   for (NavField<double>* field : {&frequency, &zeta}) {
@@ -174,11 +172,12 @@ void readFilter(const ChannelPacket& packet, TG group, NavField<double>& frequen
 }
 
 void readAccelFilter(const ChannelPacket& packet) {
-  readFilter(packet, TG::AccelFilterFreq, packet.target().AccelFilterFreq, packet.target().AccelFilterZeta);
+  readFilter(packet, TargetGroup::AccelFilterFreq, packet.target().AccelFilterFreq, packet.target().AccelFilterZeta);
 }
 
 void readExtrapolFilter(const ChannelPacket& packet) {
-  readFilter(packet, TG::ExtrapolFilterFreq, packet.target().ExtrapolFilterFreq, packet.target().ExtrapolFilterZeta);
+  readFilter(packet, TargetGroup::ExtrapolFilterFreq, packet.target().ExtrapolFilterFreq,
+             packet.target().ExtrapolFilterZeta);
 }
 
 // Addresses.
@@ -194,7 +193,7 @@ constexpr std::uint32_t kHunterFile = packed("hunt");
 constexpr std::array<std::uint32_t, kTargets> kTargetFiles = {packed("tgt1"), packed("tgt2"), packed("tgt3"),
                                                               packed("tgt4")};
 
-/// Codes of `Provenance` that an address tells.
+/// Codes of `Provenance` that an address stands for.
 namespace Provenance {
 inline constexpr std::uint8_t kUdp = 0;
 inline constexpr std::uint8_t kFile = 16;
@@ -202,7 +201,7 @@ inline constexpr std::uint8_t kAlgorithmic = 17;
 inline constexpr std::uint8_t kInvalid = 18;
 }  // namespace Provenance
 
-/// The five fields that tell where a vehicle's data comes from.
+/// The five fields that say where a vehicle's data comes from.
 struct AddressFields {
   NavField<std::uint32_t>& ipv4Adr;
   NavField<std::uint8_t>& provenance;
@@ -259,12 +258,12 @@ void readAddress(const ChannelPacket& packet, bool wanted, const AddressFields& 
 
 void readAddresses(const ChannelPacket& packet) {
   RangeBody& body = packet.body();
-  readAddress(packet, packet.wants(BG::Hunter_IPv4Adr),
+  readAddress(packet, packet.wants(BodyGroup::Hunter_IPv4Adr),
               {body.Hunter_IPv4Adr, body.Hunter_Provenance, body.Hunter_Address, body.Hunter_AddressIPv4,
                body.Hunter_AddressFile},
               0, kHunterFile, true);
   RangeTarget& target = packet.target();
-  readAddress(packet, packet.wants(TG::IPv4Adr),
+  readAddress(packet, packet.wants(TargetGroup::IPv4Adr),
               {target.IPv4Adr, target.Provenance, target.Address, target.AddressIPv4, target.AddressFile}, 4,
               kTargetFiles[packet.head.target], target.ModeStatus.value == kTargetModeMobile);
 }
@@ -274,62 +273,82 @@ void readAddresses(const ChannelPacket& packet) {
 constexpr Reading kLatency{Raw::U16, kMilli};
 constexpr Reading kOffset{Raw::I16, kMilli};
 constexpr Reading kNumber8{Raw::U8, kWhole};
-constexpr Reading kFeatSet8{Raw::U8, kWhole, Mark::kNone | Mark::kZeroNoValue};
-constexpr Reading kFeatSet16{Raw::U16, kWhole, Mark::kNone | Mark::kZeroNoValue};
+constexpr Reading kFeatSet8{Raw::U8, kWhole, Marker::kNone | Marker::kZeroNoValue};
+constexpr Reading kFeatSet16{Raw::U16, kWhole, Marker::kNone | Marker::kZeroNoValue};
 constexpr Reading kLatLon{Raw::I32, kTenMillionth};
 constexpr Reading kAltitude{Raw::I32, kMilli};
 constexpr Reading kHeading{Raw::U16, kCentidegree};
 constexpr Reading kArm24{Raw::S24, kMilli};
 constexpr Reading kArm16{Raw::I16, kMilli};
-constexpr Reading kLength{Raw::U16, kMilli, Mark::kNone | Mark::kTop | Mark::kZeroLow};
+constexpr Reading kLength{Raw::U16, kMilli, Marker::kNone | Marker::kTop | Marker::kZeroLow};
 constexpr Reading kUtcOffset{Raw::I16, kWhole};
 constexpr Reading kCpuLoad{Raw::U8, {0.4}};
 
-constexpr FieldRun<T> kTargetLatency[] = {{TG::ModeStatus, 6, kLatency, {&T::Latency}}};
-constexpr FieldRun<B> kHunterLatency[] = {{BG::Hunter_Latency, 0, kLatency, {&B::Hunter_Latency}}};
-constexpr FieldRun<T> kOffsetLon[] = {{TG::RangeOffsetLon, 2, kOffset, {&T::RangeOffsetLon}}};
-constexpr FieldRun<B> kOsVersion[] = {{BG::OsVersion1, 0, kNumber8, {&B::OsVersion1, &B::OsVersion2, &B::OsVersion3}}};
-constexpr FieldRun<B> kUnitStatus[] = {
-    {BG::TimeWeekCount, 0, kUtcOffset, {&B::TimeUtcOffset}},
-    {BG::FeatSetRefNum, 3, kFeatSet8, {&B::FeatSetRefNum}},
-    {BG::FeatSetRefNum, 4, kFeatSet16, {&B::FeatSetNumFeats}},
-    {BG::FeatSetRefNum, 6, kFeatSet8, {&B::FeatSetCellMax}},
-    {BG::CpuLoad, 7, kCpuLoad, {&B::CpuLoad}},
+constexpr FieldRow<RangeTarget> kTargetLatency[] = {{TargetGroup::ModeStatus, 6, kLatency, {&RangeTarget::Latency}}};
+constexpr FieldRow<RangeBody> kHunterLatency[] = {
+    {BodyGroup::Hunter_Latency, 0, kLatency, {&RangeBody::Hunter_Latency}}};
+constexpr FieldRow<RangeTarget> kOffsetLon[] = {
+    {TargetGroup::RangeOffsetLon, 2, kOffset, {&RangeTarget::RangeOffsetLon}}};
+constexpr FieldRow<RangeBody> kOsVersion[] = {
+    {BodyGroup::OsVersion1, 0, kNumber8, {&RangeBody::OsVersion1, &RangeBody::OsVersion2, &RangeBody::OsVersion3}}};
+constexpr FieldRow<RangeBody> kUnitStatus[] = {
+    {BodyGroup::TimeWeekCount, 0, kUtcOffset, {&RangeBody::TimeUtcOffset}},
+    {BodyGroup::FeatSetRefNum, 3, kFeatSet8, {&RangeBody::FeatSetRefNum}},
+    {BodyGroup::FeatSetRefNum, 4, kFeatSet16, {&RangeBody::FeatSetNumFeats}},
+    {BodyGroup::FeatSetRefNum, 6, kFeatSet8, {&RangeBody::FeatSetCellMax}},
+    {BodyGroup::CpuLoad, 7, kCpuLoad, {&RangeBody::CpuLoad}},
 };
-constexpr FieldRun<T> kFixedPoint[] = {{TG::FixedPointLat, 0, kLatLon, {&T::FixedPointLat, &T::FixedPointLon}}};
-constexpr FieldRun<T> kFixedPointHeight[] = {{TG::FixedPointLat, 0, kAltitude, {&T::FixedPointAlt}},
-                                             {TG::FixedPointLat, 4, kHeading, {&T::FixedPointHeading}}};
-constexpr FieldRun<B> kReference[] = {{BG::Hunter_RefLat, 0, kLatLon, {&B::Hunter_RefLat, &B::Hunter_RefLon}}};
-constexpr FieldRun<B> kReferenceHeight[] = {{BG::Hunter_RefLat, 0, kAltitude, {&B::Hunter_RefAlt}},
-                                            {BG::Hunter_RefLat, 4, {Raw::U32, kTenMillionth}, {&B::Hunter_RefHeading}}};
-constexpr FieldRun<B> kHunterArm[] = {
-    {BG::Hunter_DisplacementArmX, 0, kArm24, {&B::Hunter_DisplacementArmX, &B::Hunter_DisplacementArmY}},
-    {BG::Hunter_DisplacementArmX, 6, kArm16, {&B::Hunter_DisplacementArmZ}}};
-constexpr FieldRun<T> kTargetArm[] = {{TG::DisplacementArmX, 0, kArm24, {&T::DisplacementArmX, &T::DisplacementArmY}},
-                                      {TG::DisplacementArmX, 6, kArm16, {&T::DisplacementArmZ}}};
-constexpr FieldRun<T> kAccuracy[] = {
-    {TG::RangeLonStd, 0, kLength, {&T::RangeLonStd, &T::RangeLatStd, &T::RangeVerStd, &T::RangeResStd}}};
-constexpr FieldRun<T> kTargetVehicle[] = {
-    {TG::VehicleLength, 0, kLength, {&T::VehicleLength, &T::VehicleWidth}},
-    {TG::VehicleLength, 4, {Raw::U16, kWhole}, {&T::PolygonNumber}},
-    {TG::VehicleLength, 6, kLength, {&T::VehicleHeight}},
+constexpr FieldRow<RangeTarget> kFixedPoint[] = {
+    {TargetGroup::FixedPointLat, 0, kLatLon, {&RangeTarget::FixedPointLat, &RangeTarget::FixedPointLon}}};
+constexpr FieldRow<RangeTarget> kFixedPointHeight[] = {
+    {TargetGroup::FixedPointLat, 0, kAltitude, {&RangeTarget::FixedPointAlt}},
+    {TargetGroup::FixedPointLat, 4, kHeading, {&RangeTarget::FixedPointHeading}}};
+constexpr FieldRow<RangeBody> kReference[] = {
+    {BodyGroup::Hunter_RefLat, 0, kLatLon, {&RangeBody::Hunter_RefLat, &RangeBody::Hunter_RefLon}}};
+constexpr FieldRow<RangeBody> kReferenceHeight[] = {
+    {BodyGroup::Hunter_RefLat, 0, kAltitude, {&RangeBody::Hunter_RefAlt}},
+    {BodyGroup::Hunter_RefLat, 4, {Raw::U32, kTenMillionth}, {&RangeBody::Hunter_RefHeading}}};
+constexpr FieldRow<RangeBody> kHunterArm[] = {
+    {BodyGroup::Hunter_DisplacementArmX,
+     0,
+     kArm24,
+     {&RangeBody::Hunter_DisplacementArmX, &RangeBody::Hunter_DisplacementArmY}},
+    {BodyGroup::Hunter_DisplacementArmX, 6, kArm16, {&RangeBody::Hunter_DisplacementArmZ}}};
+constexpr FieldRow<RangeTarget> kTargetArm[] = {
+    {TargetGroup::DisplacementArmX, 0, kArm24, {&RangeTarget::DisplacementArmX, &RangeTarget::DisplacementArmY}},
+    {TargetGroup::DisplacementArmX, 6, kArm16, {&RangeTarget::DisplacementArmZ}}};
+constexpr FieldRow<RangeTarget> kAccuracy[] = {
+    {TargetGroup::RangeLonStd,
+     0,
+     kLength,
+     {&RangeTarget::RangeLonStd, &RangeTarget::RangeLatStd, &RangeTarget::RangeVerStd, &RangeTarget::RangeResStd}}};
+constexpr FieldRow<RangeTarget> kTargetVehicle[] = {
+    {TargetGroup::VehicleLength, 0, kLength, {&RangeTarget::VehicleLength, &RangeTarget::VehicleWidth}},
+    {TargetGroup::VehicleLength, 4, {Raw::U16, kWhole}, {&RangeTarget::PolygonNumber}},
+    {TargetGroup::VehicleLength, 6, kLength, {&RangeTarget::VehicleHeight}},
 };
-constexpr FieldRun<T> kFeatPoint[] = {{TG::FeatPointLat, 0, kLatLon, {&T::FeatPointLat, &T::FeatPointLon}}};
-constexpr FieldRun<T> kFeatPointHeight[] = {{TG::FeatPointLat, 0, kAltitude, {&T::FeatPointAlt}},
-                                            {TG::FeatPointLat, 4, kHeading, {&T::FeatPointHeading}}};
-constexpr FieldRun<B> kHunterVehicle[] = {
-    {BG::Hunter_VehicleLength, 0, kLength, {&B::Hunter_VehicleLength, &B::Hunter_VehicleWidth}},
-    {BG::Hunter_VehicleLength, 4, {Raw::U16, kWhole}, {&B::Hunter_PolygonNumber}},
-    {BG::Hunter_VehicleLength, 6, kLength, {&B::Hunter_VehicleHeight}},
+constexpr FieldRow<RangeTarget> kFeatPoint[] = {
+    {TargetGroup::FeatPointLat, 0, kLatLon, {&RangeTarget::FeatPointLat, &RangeTarget::FeatPointLon}}};
+constexpr FieldRow<RangeTarget> kFeatPointHeight[] = {
+    {TargetGroup::FeatPointLat, 0, kAltitude, {&RangeTarget::FeatPointAlt}},
+    {TargetGroup::FeatPointLat, 4, kHeading, {&RangeTarget::FeatPointHeading}}};
+constexpr FieldRow<RangeBody> kHunterVehicle[] = {
+    {BodyGroup::Hunter_VehicleLength, 0, kLength, {&RangeBody::Hunter_VehicleLength, &RangeBody::Hunter_VehicleWidth}},
+    {BodyGroup::Hunter_VehicleLength, 4, {Raw::U16, kWhole}, {&RangeBody::Hunter_PolygonNumber}},
+    {BodyGroup::Hunter_VehicleLength, 6, kLength, {&RangeBody::Hunter_VehicleHeight}},
 };
-constexpr FieldRun<B> kLaneMap[] = {{BG::Lane_MapNumber, 0, {Raw::U8, kWhole, 0}, {&B::Lane_MapNumber}}};
-constexpr FieldRun<B> kLaneStatus[] = {kUnitStatus[0], kUnitStatus[4]};
-constexpr FieldRun<B> kPointA[] = {{BG::Lane_PointAArmX, 0, kArm24, {&B::Lane_PointAArmX, &B::Lane_PointAArmY}},
-                                   {BG::Lane_PointAArmX, 6, kArm16, {&B::Lane_PointAArmZ}}};
-constexpr FieldRun<B> kPointB[] = {{BG::Lane_PointBArmX, 0, kArm24, {&B::Lane_PointBArmX, &B::Lane_PointBArmY}},
-                                   {BG::Lane_PointBArmX, 6, kArm16, {&B::Lane_PointBArmZ}}};
-constexpr FieldRun<B> kPointC[] = {{BG::Lane_PointCArmX, 0, kArm24, {&B::Lane_PointCArmX, &B::Lane_PointCArmY}},
-                                   {BG::Lane_PointCArmX, 6, kArm16, {&B::Lane_PointCArmZ}}};
+constexpr FieldRow<RangeBody> kLaneMap[] = {
+    {BodyGroup::Lane_MapNumber, 0, {Raw::U8, kWhole, 0}, {&RangeBody::Lane_MapNumber}}};
+constexpr FieldRow<RangeBody> kLaneStatus[] = {kUnitStatus[0], kUnitStatus[4]};
+constexpr FieldRow<RangeBody> kPointA[] = {
+    {BodyGroup::Lane_PointAArmX, 0, kArm24, {&RangeBody::Lane_PointAArmX, &RangeBody::Lane_PointAArmY}},
+    {BodyGroup::Lane_PointAArmX, 6, kArm16, {&RangeBody::Lane_PointAArmZ}}};
+constexpr FieldRow<RangeBody> kPointB[] = {
+    {BodyGroup::Lane_PointBArmX, 0, kArm24, {&RangeBody::Lane_PointBArmX, &RangeBody::Lane_PointBArmY}},
+    {BodyGroup::Lane_PointBArmX, 6, kArm16, {&RangeBody::Lane_PointBArmZ}}};
+constexpr FieldRow<RangeBody> kPointC[] = {
+    {BodyGroup::Lane_PointCArmX, 0, kArm24, {&RangeBody::Lane_PointCArmX, &RangeBody::Lane_PointCArmY}},
+    {BodyGroup::Lane_PointCArmX, 6, kArm16, {&RangeBody::Lane_PointCArmZ}}};
 
 /// Channels of packets of one target, by id. Short packets have those up to `kLastShortChannel`.
 constexpr std::array<Channel, 23> kTargetChannels = {{
@@ -394,8 +413,8 @@ void decodeChannel(RangeState& state, RangeTimeState& clock, const PacketHead& h
   const ByteView data = packet.from(head.channelOffset + 1U, 8);
   const bool markUnwanted = std::exchange(state.markUnwanted, true);
   const auto& [layout, readRest] = channels[id];
-  readRuns(state, state.record.targets[head.target], state.wants.targets[head.target], layout.target, data);
-  readRuns(state, state.record.body, state.wants.body, layout.body, data);
+  readRows(state, state.record.targets[head.target], state.wants.targets[head.target], layout.target, data);
+  readRows(state, state.record.body, state.wants.body, layout.body, data);
   if (readRest != nullptr) readRest({state, clock, head, data});
   state.markUnwanted = markUnwanted;
 }

@@ -2,7 +2,7 @@
 
 #include "library/Enumerations.h"
 #include "library/Wrapping.h"
-#include "range/FieldRun.h"
+#include "range/FieldRow.h"
 #include "range/RangeChannels.h"
 #include "range/RangeDerived.h"
 #include "range/RangeLayouts.h"
@@ -71,7 +71,7 @@ void readFeature(RangeState& state, std::size_t index, ByteView packet) {
 void readSensorViews(RangeState& state, std::size_t index, ByteView packet) {
   constexpr std::size_t kOffset = 114;
   constexpr std::size_t kBlock = 6;
-  constexpr Reading kDistance{Raw::U32, kMilli, Mark::kNone | Mark::kTop};
+  constexpr Reading kDistance{Raw::U32, kMilli, Marker::kNone | Marker::kTop};
   constexpr Reading kPercent{Raw::U8, kWhole};
   RangeTarget& target = state.record.targets[index];
   if (!state.open(state.wants.targets[index][TargetGroup::Range_SensorPointsDist2d], target.Range_SensorPointsDist2d,
@@ -153,22 +153,22 @@ void RangeDecoder::decodePacket(ByteView packet) {
 }
 
 void RangeDecoder::decodeShort(const PacketHead& head, ByteView packet) {
-  readRuns(state_, state_.record.targets[0], state_.wants.targets[0], kShortLayout.target, packet);
-  readRuns(state_, state_.record.body, state_.wants.body, kShortLayout.body, packet);
+  readRows(state_, state_.record.targets[0], state_.wants.targets[0], kShortLayout.target, packet);
+  readRows(state_, state_.record.body, state_.wants.body, kShortLayout.body, packet);
   readModeStatus(state_, head, packet.u8(36));
   deriveRanges(state_, head.target);
   decodeChannel(state_, clock_, head, packet);
 }
 
 void RangeDecoder::decodeLane(const PacketHead& head, ByteView packet) {
-  readRuns(state_, state_.record.body, state_.wants.body, kLaneLayout.body, packet);
+  readRows(state_, state_.record.body, state_.wants.body, kLaneLayout.body, packet);
   decodeChannel(state_, clock_, head, packet);
   deriveLane(state_);
 }
 
 void RangeDecoder::decodeLong(const PacketHead& head, ByteView packet) {
-  readRuns(state_, state_.record.targets[head.target], state_.wants.targets[head.target], kLongLayout.target, packet);
-  readRuns(state_, state_.record.body, state_.wants.body, kLongLayout.body, packet);
+  readRows(state_, state_.record.targets[head.target], state_.wants.targets[head.target], kLongLayout.target, packet);
+  readRows(state_, state_.record.body, state_.wants.body, kLongLayout.body, packet);
   readModeStatus(state_, head, packet.u8(40));
   readFeature(state_, head.target, packet);
   readSensorViews(state_, head.target, packet);

@@ -31,7 +31,7 @@ class RangeDecoder {
   /// Decodes one whole packet into the record.
   void decodePacket(ByteView packet);
 
-  /// Back to the start of a walk, with what the first pass found laid into the record. Ends the first pass.
+  /// Back to the start of a walk, with what the first pass found in the record. Ends the first pass.
   void reset();
 
   /// What the next packets are decoded for. Takes a settled tree.

@@ -11,8 +11,6 @@ namespace Kvex::Rng {
 
 namespace {
 
-using T = TargetGroup;
-
 constexpr std::uint8_t kBothEnds = Lib::Flag::kLow | Lib::Flag::kHigh;
 
 // What the resultants read when an input stands at an end of its range.
@@ -110,10 +108,10 @@ void deriveTimeWithAcceleration(RangeState& state, Scalar& time, const Scalar& r
 
 void deriveRanges(RangeState& state, std::size_t target) {
   RangeTarget& t = state.record.targets[target];
-  const WantSet<T>& wants = state.wants.targets[target];
-  deriveRange(state, t, wants[T::RangeLon]);
-  deriveRangeRate(state, t, wants[T::RangeRateLon]);
-  if (state.open(wants[T::TimeToImpactLon], t.TimeToImpactLon, t.TimeToImpactLat)) {
+  const WantSet<TargetGroup>& wants = state.wants.targets[target];
+  deriveRange(state, t, wants[TargetGroup::RangeLon]);
+  deriveRangeRate(state, t, wants[TargetGroup::RangeRateLon]);
+  if (state.open(wants[TargetGroup::TimeToImpactLon], t.TimeToImpactLon, t.TimeToImpactLat)) {
     deriveTime(state, t.TimeToImpactLon, t.RangeLon, t.RangeRateLon, -1.0);
     deriveTime(state, t.TimeToImpactLat, t.RangeLat, t.RangeRateLat, -1.0);
   }
@@ -121,12 +119,12 @@ void deriveRanges(RangeState& state, std::size_t target) {
 
 void deriveMotion(RangeState& state, std::size_t target) {
   RangeTarget& t = state.record.targets[target];
-  const WantSet<T>& wants = state.wants.targets[target];
-  if (state.open(wants[T::TimeGapForward], t.TimeGapForward)) {
+  const WantSet<TargetGroup>& wants = state.wants.targets[target];
+  if (state.open(wants[TargetGroup::TimeGapForward], t.TimeGapForward)) {
     deriveTime(state, t.TimeGapForward, t.RangeLon, t.HunterVelF, 1.0);
   }
-  deriveRangeAcceleration(state, t, wants[T::RangeAccLon]);
-  if (state.open(wants[T::TimeToImpactwALon], t.TimeToImpactwALat, t.TimeToImpactwALon)) {
+  deriveRangeAcceleration(state, t, wants[TargetGroup::RangeAccLon]);
+  if (state.open(wants[TargetGroup::TimeToImpactwALon], t.TimeToImpactwALat, t.TimeToImpactwALon)) {
     deriveTimeWithAcceleration(state, t.TimeToImpactwALat, t.RangeLat, t.RangeRateLat, t.RangeAccLat);
     deriveTimeWithAcceleration(state, t.TimeToImpactwALon, t.RangeLon, t.RangeRateLon, t.RangeAccLon);
   }

@@ -14,8 +14,6 @@ namespace {
 
 using Lib::Matrix3;
 using Lib::Vector3;
-using B = BodyGroup;
-using T = TargetGroup;
 
 template <std::size_t Count>
 using Scalars = std::array<Scalar, Count>;
@@ -50,8 +48,8 @@ void deriveHunterFrames(RangeState& state, Frames& frames) {
   RangeBody& body = state.record.body;
   frames.hunter = attitude(body.Hunter_Heading, body.Hunter_Pitch, body.Hunter_Roll);
 
-  if (state.open(state.wants.body[B::Range_Ned2RangeHeading], body.Range_Ned2RangeHeading, body.Range_Ned2RangePitch,
-                 body.Range_Ned2RangeRoll)) {
+  if (state.open(state.wants.body[BodyGroup::Range_Ned2RangeHeading], body.Range_Ned2RangeHeading,
+                 body.Range_Ned2RangePitch, body.Range_Ned2RangeRoll)) {
     if (frames.hunter) {
       state.write(body.Range_Ned2RangeHeading, body.Hunter_Heading.value);
       state.write(body.Range_Ned2RangePitch, 0.0);
@@ -62,7 +60,7 @@ void deriveHunterFrames(RangeState& state, Frames& frames) {
     }
   }
 
-  if (state.open(state.wants.body[B::Hunter_Range2HunterHeading], body.Hunter_Range2HunterHeading,
+  if (state.open(state.wants.body[BodyGroup::Hunter_Range2HunterHeading], body.Hunter_Range2HunterHeading,
                  body.Hunter_Range2HunterPitch, body.Hunter_Range2HunterRoll)) {
     if (frames.hunter) {
       state.write(body.Hunter_Range2HunterHeading, 0.0);
@@ -221,20 +219,22 @@ struct EdgePoint {
   Scalar RangeTarget::*posY;
 };
 
-using R = RangeTarget;
-
 constexpr std::array<EdgePoint, 2> kOnHunterOutline{{
-    {&R::NearestHunPolyPtToTarPtLeft, &R::NearestHunPolyPtToTarPtRight, &R::NearestHunPolyPtToTarPtScale,
-     &R::NearestHunPolyPtToTarPtPosX, &R::NearestHunPolyPtToTarPtPosY},
-    {&R::NearestHunPolyPtToTarPolyLeft, &R::NearestHunPolyPtToTarPolyRight, &R::NearestHunPolyPtToTarPolyScale,
-     &R::NearestHunPolyPtToTarPolyPosX, &R::NearestHunPolyPtToTarPolyPosY},
+    {&RangeTarget::NearestHunPolyPtToTarPtLeft, &RangeTarget::NearestHunPolyPtToTarPtRight,
+     &RangeTarget::NearestHunPolyPtToTarPtScale, &RangeTarget::NearestHunPolyPtToTarPtPosX,
+     &RangeTarget::NearestHunPolyPtToTarPtPosY},
+    {&RangeTarget::NearestHunPolyPtToTarPolyLeft, &RangeTarget::NearestHunPolyPtToTarPolyRight,
+     &RangeTarget::NearestHunPolyPtToTarPolyScale, &RangeTarget::NearestHunPolyPtToTarPolyPosX,
+     &RangeTarget::NearestHunPolyPtToTarPolyPosY},
 }};
 
 constexpr std::array<EdgePoint, 2> kOnTargetOutline{{
-    {&R::NearestTarPolyPtToHunPtLeft, &R::NearestTarPolyPtToHunPtRight, &R::NearestTarPolyPtToHunPtScale,
-     &R::NearestTarPolyPtToHunPtPosX, &R::NearestTarPolyPtToHunPtPosY},
-    {&R::NearestTarPolyPtToHunPolyLeft, &R::NearestTarPolyPtToHunPolyRight, &R::NearestTarPolyPtToHunPolyScale,
-     &R::NearestTarPolyPtToHunPolyPosX, &R::NearestTarPolyPtToHunPolyPosY},
+    {&RangeTarget::NearestTarPolyPtToHunPtLeft, &RangeTarget::NearestTarPolyPtToHunPtRight,
+     &RangeTarget::NearestTarPolyPtToHunPtScale, &RangeTarget::NearestTarPolyPtToHunPtPosX,
+     &RangeTarget::NearestTarPolyPtToHunPtPosY},
+    {&RangeTarget::NearestTarPolyPtToHunPolyLeft, &RangeTarget::NearestTarPolyPtToHunPolyRight,
+     &RangeTarget::NearestTarPolyPtToHunPolyScale, &RangeTarget::NearestTarPolyPtToHunPolyPosX,
+     &RangeTarget::NearestTarPolyPtToHunPolyPosY},
 }};
 
 void placeOnEdge(const RangeState& state, RangeTarget& t, const EdgePoint& point, const Outline& xs,
@@ -291,38 +291,38 @@ constexpr std::int32_t kCorners = 4;
 void placeVehicles(RangeState& state, std::size_t target) {
   RangeBody& b = state.record.body;
   RangeTarget& t = state.record.targets[target];
-  const WantSet<B>& wants = state.wants.body;
-  const WantSet<T>& targetWants = state.wants.targets[target];
+  const WantSet<BodyGroup>& wants = state.wants.body;
+  const WantSet<TargetGroup>& targetWants = state.wants.targets[target];
 
   Frames frames;
   deriveHunterFrames(state, frames);
-  deriveTargetFrames(state, t, targetWants[T::Range2TargetHeading], frames);
-  deriveLocalAngle(state, wants[B::Hunter_LocalAngle], b.Hunter_LocalAngle, b.Hunter_Heading);
-  deriveLocalAngle(state, targetWants[T::LocalAngle], t.LocalAngle, t.Heading);
-  deriveHunterPositions(state, t, targetWants[T::HunterLonPosX]);
+  deriveTargetFrames(state, t, targetWants[TargetGroup::Range2TargetHeading], frames);
+  deriveLocalAngle(state, wants[BodyGroup::Hunter_LocalAngle], b.Hunter_LocalAngle, b.Hunter_Heading);
+  deriveLocalAngle(state, targetWants[TargetGroup::LocalAngle], t.LocalAngle, t.Heading);
+  deriveHunterPositions(state, t, targetWants[TargetGroup::HunterLonPosX]);
   // Written from whatever stands there, wanted or not.
   state.write(t.HunterRelLatDist, b.Hunter_UnitPosX.value - t.PosX.value);
 
   const std::optional<Placement> hunter =
       placement(b.Hunter_PolygonOriginPosX, b.Hunter_PolygonOriginPosY, b.Hunter_LocalAngle, frames.rangeToHunter);
-  if (state.open(wants[B::Hunter_PolygonPointsPosX], b.Hunter_PolygonPointsPosX, b.Hunter_PolygonPointsPosY)) {
+  if (state.open(wants[BodyGroup::Hunter_PolygonPointsPosX], b.Hunter_PolygonPointsPosX, b.Hunter_PolygonPointsPosY)) {
     placePoints(state, hunter, b.Hunter_PolygonPointsUsed, b.Hunter_PolygonPointsLon, b.Hunter_PolygonPointsLat,
                 b.Hunter_PolygonPointsPosX, b.Hunter_PolygonPointsPosY);
   }
-  if (state.open(targetWants[T::PolygonPointsPosX], t.PolygonPointsPosX, t.PolygonPointsPosY)) {
+  if (state.open(targetWants[TargetGroup::PolygonPointsPosX], t.PolygonPointsPosX, t.PolygonPointsPosY)) {
     // The target's own axes are already turned against the range frame, so the hunter's angle takes them further.
     placePoints(state, placement(t.PolygonOriginPosX, t.PolygonOriginPosY, b.Hunter_LocalAngle, frames.rangeToTarget),
                 t.PolygonPointsUsed, t.PolygonPointsLon, t.PolygonPointsLat, t.PolygonPointsPosX, t.PolygonPointsPosY);
   }
-  placeNearestPoints(state, t, targetWants[T::NearestHunPolyPtToTarPtPosX], kOnHunterOutline,
+  placeNearestPoints(state, t, targetWants[TargetGroup::NearestHunPolyPtToTarPtPosX], kOnHunterOutline,
                      b.Hunter_PolygonPointsPosX, b.Hunter_PolygonPointsPosY);
-  placeNearestPoints(state, t, targetWants[T::NearestTarPolyPtToHunPtPosX], kOnTargetOutline, t.PolygonPointsPosX,
-                     t.PolygonPointsPosY);
-  if (state.open(wants[B::Hunter_SensorPointsPosX], b.Hunter_SensorPointsPosX, b.Hunter_SensorPointsPosY)) {
+  placeNearestPoints(state, t, targetWants[TargetGroup::NearestTarPolyPtToHunPtPosX], kOnTargetOutline,
+                     t.PolygonPointsPosX, t.PolygonPointsPosY);
+  if (state.open(wants[BodyGroup::Hunter_SensorPointsPosX], b.Hunter_SensorPointsPosX, b.Hunter_SensorPointsPosY)) {
     placePoints(state, hunter, b.Hunter_SensorPointsUsed, b.Hunter_SensorPointsLon, b.Hunter_SensorPointsLat,
                 b.Hunter_SensorPointsPosX, b.Hunter_SensorPointsPosY);
   }
-  if (state.open(wants[B::Hunter_SensorRegionNearCentrePosX], b.Hunter_SensorRegionNearCentrePosX,
+  if (state.open(wants[BodyGroup::Hunter_SensorRegionNearCentrePosX], b.Hunter_SensorRegionNearCentrePosX,
                  b.Hunter_SensorRegionNearCentrePosY, b.Hunter_SensorRegionFarCentrePosX,
                  b.Hunter_SensorRegionFarCentrePosY)) {
     placeSensorRegions(state, hunter);
@@ -332,15 +332,15 @@ void placeVehicles(RangeState& state, std::size_t target) {
 void deriveParking(RangeState& state, std::size_t target) {
   const RangeBody& b = state.record.body;
   RangeTarget& t = state.record.targets[target];
-  const WantSet<T>& wants = state.wants.targets[target];
+  const WantSet<TargetGroup>& wants = state.wants.targets[target];
 
   const bool parkingSpace = t.ModeStatus.value == kFixedPoint && t.PolygonPointsUsed.value == kCorners;
-  if (state.open(wants[T::ModeStatus], t.StaticTargetType)) {
+  if (state.open(wants[TargetGroup::ModeStatus], t.StaticTargetType)) {
     state.write(t.StaticTargetType, parkingSpace ? kParkingSpace : kUnknownType);
   }
 
   Scalar& distance = t.RelDistanceHunterCentreToTargetCentre;
-  if (!state.open(wants[T::NearestTarPolyPtToHunPtPosX], distance, t.RelHeadingDiff)) return;
+  if (!state.open(wants[TargetGroup::NearestTarPolyPtToHunPtPosX], distance, t.RelHeadingDiff)) return;
   if (!parkingSpace) {
     RangeState::mark(distance, Lib::Flag::kNeverWritten);
     RangeState::mark(t.RelHeadingDiff, Lib::Flag::kNeverWritten);

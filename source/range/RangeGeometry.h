@@ -11,7 +11,8 @@ namespace Kvex::Rng {
 void placeVehicles(RangeState& state, std::size_t target);
 
 /// Whether the target is a parking space (a fixed point with four corners), and how far from its centre and direction
-/// the hunter stands. The hunter's centre is the centroid of its outline; an outline without area gives no number.
+/// the hunter stands. The hunter's centre is the centroid of its outline; that of an outline without area is not a
+/// number.
 void deriveParking(RangeState& state, std::size_t target);
 
 }  // namespace Kvex::Rng

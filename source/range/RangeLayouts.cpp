@@ -4,66 +4,76 @@ namespace Kvex::Rng {
 
 namespace {
 
-using T = RangeTarget;
-using B = RangeBody;
-using TG = TargetGroup;
-using BG = BodyGroup;
-
-constexpr std::uint8_t kNoneAndEnds = Mark::kNone | Mark::kEnds;
-constexpr std::uint8_t kNoneOfShort = Mark::kNone | Mark::kShortNone;
+constexpr std::uint8_t kNoneAndEnds = Marker::kNone | Marker::kEnds;
+constexpr std::uint8_t kNoneOfShort = Marker::kNone | Marker::kShortNone;
 constexpr Scale kFraction{0.004};
 
 constexpr Reading kNumber{Raw::U8, kWhole};
 constexpr Reading kPosition{Raw::I32, kMilli};
 constexpr Reading kHeading{Raw::U16, kCentidegree};
 
-constexpr FieldRun<T> kShortTarget[] = {
-    {TG::RangeLon, 6, {Raw::I16, kMilli, kNoneAndEnds}, {&T::RangeLat}},
-    {TG::RangeLon, 8, {Raw::I32, kMilli, kNoneOfShort | Mark::kEnds}, {&T::RangeLon}},
-    {TG::RangeRateLon, 12, {Raw::I16, kCenti, kNoneAndEnds}, {&T::RangeRateLat, &T::RangeRateLon}},
-    {TG::HunterPosX, 16, kPosition, {&T::HunterPosX, &T::HunterPosY}},
-    {TG::PosX, 24, {Raw::I32, kMilli, kNoneOfShort}, {&T::PosX, &T::PosY}},
-    {TG::Heading, 34, kHeading, {&T::Heading}},
+constexpr FieldRow<RangeTarget> kShortTarget[] = {
+    {TargetGroup::RangeLon, 6, {Raw::I16, kMilli, kNoneAndEnds}, {&RangeTarget::RangeLat}},
+    {TargetGroup::RangeLon, 8, {Raw::I32, kMilli, kNoneOfShort | Marker::kEnds}, {&RangeTarget::RangeLon}},
+    {TargetGroup::RangeRateLon,
+     12,
+     {Raw::I16, kCenti, kNoneAndEnds},
+     {&RangeTarget::RangeRateLat, &RangeTarget::RangeRateLon}},
+    {TargetGroup::HunterPosX, 16, kPosition, {&RangeTarget::HunterPosX, &RangeTarget::HunterPosY}},
+    {TargetGroup::PosX, 24, {Raw::I32, kMilli, kNoneOfShort}, {&RangeTarget::PosX, &RangeTarget::PosY}},
+    {TargetGroup::Heading, 34, kHeading, {&RangeTarget::Heading}},
 };
-constexpr FieldRun<B> kShortBody[] = {
-    {BG::Hunter_Heading, 32, kHeading, {&B::Hunter_Heading}},
+constexpr FieldRow<RangeBody> kShortBody[] = {
+    {BodyGroup::Hunter_Heading, 32, kHeading, {&RangeBody::Hunter_Heading}},
 };
 
-constexpr FieldRun<T> kLongTarget[] = {
-    {TG::RangeLon, 8, {Raw::I32, kMilli, kNoneAndEnds}, {&T::RangeLat, &T::RangeLon}},
-    {TG::RangeRateLon, 16, {Raw::I16, kCenti, kNoneAndEnds}, {&T::RangeRateLat, &T::RangeRateLon}},
-    {TG::HunterPosX, 20, kPosition, {&T::HunterPosX, &T::HunterPosY}},
-    {TG::PosX, 28, kPosition, {&T::PosX, &T::PosY}},
-    {TG::Heading, 38, kHeading, {&T::Heading}},
-    {TG::HunterPosX, 50, {Raw::I16, kCenti}, {&T::HunterVelF, &T::HunterVelL}, 54},
-    {TG::RangeAccLon, 54, {Raw::I16, kCenti, kNoneAndEnds}, {&T::RangeAccLat, &T::RangeAccLon}, 61},
-    {TG::NearestHunPolyPtToTarPtLeft,
+constexpr FieldRow<RangeTarget> kLongTarget[] = {
+    {TargetGroup::RangeLon, 8, {Raw::I32, kMilli, kNoneAndEnds}, {&RangeTarget::RangeLat, &RangeTarget::RangeLon}},
+    {TargetGroup::RangeRateLon,
+     16,
+     {Raw::I16, kCenti, kNoneAndEnds},
+     {&RangeTarget::RangeRateLat, &RangeTarget::RangeRateLon}},
+    {TargetGroup::HunterPosX, 20, kPosition, {&RangeTarget::HunterPosX, &RangeTarget::HunterPosY}},
+    {TargetGroup::PosX, 28, kPosition, {&RangeTarget::PosX, &RangeTarget::PosY}},
+    {TargetGroup::Heading, 38, kHeading, {&RangeTarget::Heading}},
+    {TargetGroup::HunterPosX, 50, {Raw::I16, kCenti}, {&RangeTarget::HunterVelF, &RangeTarget::HunterVelL}, 54},
+    {TargetGroup::RangeAccLon,
+     54,
+     {Raw::I16, kCenti, kNoneAndEnds},
+     {&RangeTarget::RangeAccLat, &RangeTarget::RangeAccLon},
+     61},
+    {TargetGroup::NearestHunPolyPtToTarPtLeft,
      58,
      kNumber,
-     {&T::NearestTarPolyPtToHunPtLeft, &T::NearestTarPolyPtToHunPtRight, &T::Visible},
+     {&RangeTarget::NearestTarPolyPtToHunPtLeft, &RangeTarget::NearestTarPolyPtToHunPtRight, &RangeTarget::Visible},
      61},
-    {TG::NearestHunPolyPtToTarPtLeft,
+    {TargetGroup::NearestHunPolyPtToTarPtLeft,
      64,
      kNumber,
-     {&T::NearestHunPolyPtToTarPtLeft, &T::NearestHunPolyPtToTarPtRight, &T::NearestTarPolyPtToHunPolyLeft,
-      &T::NearestTarPolyPtToHunPolyRight, &T::NearestHunPolyPtToTarPolyLeft, &T::NearestHunPolyPtToTarPolyRight},
+     {&RangeTarget::NearestHunPolyPtToTarPtLeft, &RangeTarget::NearestHunPolyPtToTarPtRight,
+      &RangeTarget::NearestTarPolyPtToHunPolyLeft, &RangeTarget::NearestTarPolyPtToHunPolyRight,
+      &RangeTarget::NearestHunPolyPtToTarPolyLeft, &RangeTarget::NearestHunPolyPtToTarPolyRight},
      90},
-    {TG::NearestHunPolyPtToTarPtLeft,
+    {TargetGroup::NearestHunPolyPtToTarPtLeft,
      70,
      {Raw::U8, kFraction},
-     {&T::NearestTarPolyPtToHunPtScale, &T::NearestHunPolyPtToTarPtScale, &T::NearestTarPolyPtToHunPolyScale,
-      &T::NearestHunPolyPtToTarPolyScale},
+     {&RangeTarget::NearestTarPolyPtToHunPtScale, &RangeTarget::NearestHunPolyPtToTarPtScale,
+      &RangeTarget::NearestTarPolyPtToHunPolyScale, &RangeTarget::NearestHunPolyPtToTarPolyScale},
      90},
-    {TG::PosX, 82, kPosition, {&T::PolygonOriginPosX, &T::PolygonOriginPosY}, 90},
-    {TG::PosX, 98, kPosition, {&T::UnitPosX, &T::UnitPosY}, 106},
-    {TG::Heading, 110, {Raw::I16, kCenti}, {&T::Pitch, &T::Roll}, 114},
+    {TargetGroup::PosX, 82, kPosition, {&RangeTarget::PolygonOriginPosX, &RangeTarget::PolygonOriginPosY}, 90},
+    {TargetGroup::PosX, 98, kPosition, {&RangeTarget::UnitPosX, &RangeTarget::UnitPosY}, 106},
+    {TargetGroup::Heading, 110, {Raw::I16, kCenti}, {&RangeTarget::Pitch, &RangeTarget::Roll}, 114},
 };
-constexpr FieldRun<B> kLongBody[] = {
-    {BG::Hunter_Latency, 7, {Raw::U8, kWhole, 0}, {&B::Hunter_TargetTotal}},
-    {BG::Hunter_Heading, 36, kHeading, {&B::Hunter_Heading}},
-    {BG::Hunter_UnitPosX, 74, kPosition, {&B::Hunter_PolygonOriginPosX, &B::Hunter_PolygonOriginPosY}, 90},
-    {BG::Hunter_UnitPosX, 90, kPosition, {&B::Hunter_UnitPosX, &B::Hunter_UnitPosY}, 106},
-    {BG::Hunter_Heading, 106, {Raw::I16, kCenti}, {&B::Hunter_Pitch, &B::Hunter_Roll}, 114},
+constexpr FieldRow<RangeBody> kLongBody[] = {
+    {BodyGroup::Hunter_Latency, 7, {Raw::U8, kWhole, 0}, {&RangeBody::Hunter_TargetTotal}},
+    {BodyGroup::Hunter_Heading, 36, kHeading, {&RangeBody::Hunter_Heading}},
+    {BodyGroup::Hunter_UnitPosX,
+     74,
+     kPosition,
+     {&RangeBody::Hunter_PolygonOriginPosX, &RangeBody::Hunter_PolygonOriginPosY},
+     90},
+    {BodyGroup::Hunter_UnitPosX, 90, kPosition, {&RangeBody::Hunter_UnitPosX, &RangeBody::Hunter_UnitPosY}, 106},
+    {BodyGroup::Hunter_Heading, 106, {Raw::I16, kCenti}, {&RangeBody::Hunter_Pitch, &RangeBody::Hunter_Roll}, 114},
 };
 
 constexpr Reading kLaneDistance{Raw::I16, kMilli};
@@ -72,50 +82,64 @@ constexpr Reading kLaneCurvature{Raw::I16, kTenthMilli};
 constexpr std::uint8_t kLaneMiddle = 74;
 constexpr std::uint8_t kLaneFull = 132;
 
-constexpr FieldRun<B> kLaneBody[] = {
-    {BG::Lane_LineNumberAL, 6, kNumber, {&B::Lane_LineNumberAL, &B::Lane_LineNumberAR}},
-    {BG::Lane_DisAlongLine1, 8, kPosition, {&B::Lane_DisAlongLine1}},
-    {BG::Lane_LatDisALtoA, 12, kLaneDistance, {&B::Lane_LatDisALtoA}},
-    {BG::Lane_LatDisALtoA, 14, kLaneRate, {&B::Lane_LatVelALtoA, &B::Lane_LatAccALtoA}},
-    {BG::Lane_LatDisARtoA, 18, kLaneDistance, {&B::Lane_LatDisARtoA}},
-    {BG::Lane_LatDisARtoA, 20, kLaneRate, {&B::Lane_LatVelARtoA, &B::Lane_LatAccARtoA}},
-    {BG::Lane_LatDisLine1toA,
+constexpr FieldRow<RangeBody> kLaneBody[] = {
+    {BodyGroup::Lane_LineNumberAL, 6, kNumber, {&RangeBody::Lane_LineNumberAL, &RangeBody::Lane_LineNumberAR}},
+    {BodyGroup::Lane_DisAlongLine1, 8, kPosition, {&RangeBody::Lane_DisAlongLine1}},
+    {BodyGroup::Lane_LatDisALtoA, 12, kLaneDistance, {&RangeBody::Lane_LatDisALtoA}},
+    {BodyGroup::Lane_LatDisALtoA, 14, kLaneRate, {&RangeBody::Lane_LatVelALtoA, &RangeBody::Lane_LatAccALtoA}},
+    {BodyGroup::Lane_LatDisARtoA, 18, kLaneDistance, {&RangeBody::Lane_LatDisARtoA}},
+    {BodyGroup::Lane_LatDisARtoA, 20, kLaneRate, {&RangeBody::Lane_LatVelARtoA, &RangeBody::Lane_LatAccARtoA}},
+    {BodyGroup::Lane_LatDisLine1toA,
      24,
      kLaneDistance,
-     {&B::Lane_LatDisLine1toA, &B::Lane_LatDisLine2toA, &B::Lane_LatDisLine3toA, &B::Lane_LatDisLine4toA,
-      &B::Lane_LatDisLine5toA, &B::Lane_LatDisLine6toA, &B::Lane_LatDisLine7toA, &B::Lane_LatDisLine8toA}},
-    {BG::Lane_LatDisALtoB, 40, kLaneDistance, {&B::Lane_LatDisALtoB}},
-    {BG::Lane_LatDisARtoC, 42, kLaneDistance, {&B::Lane_LatDisARtoC}},
-    {BG::Lane_LineNumberAL,
+     {&RangeBody::Lane_LatDisLine1toA, &RangeBody::Lane_LatDisLine2toA, &RangeBody::Lane_LatDisLine3toA,
+      &RangeBody::Lane_LatDisLine4toA, &RangeBody::Lane_LatDisLine5toA, &RangeBody::Lane_LatDisLine6toA,
+      &RangeBody::Lane_LatDisLine7toA, &RangeBody::Lane_LatDisLine8toA}},
+    {BodyGroup::Lane_LatDisALtoB, 40, kLaneDistance, {&RangeBody::Lane_LatDisALtoB}},
+    {BodyGroup::Lane_LatDisARtoC, 42, kLaneDistance, {&RangeBody::Lane_LatDisARtoC}},
+    {BodyGroup::Lane_LineNumberAL,
      44,
      kNumber,
-     {&B::Lane_LineNumberBL, &B::Lane_LineNumberBR, &B::Lane_LineNumberCL, &B::Lane_LineNumberCR}},
-    {BG::Lane_LatVelLine1toA,
+     {&RangeBody::Lane_LineNumberBL, &RangeBody::Lane_LineNumberBR, &RangeBody::Lane_LineNumberCL,
+      &RangeBody::Lane_LineNumberCR}},
+    {BodyGroup::Lane_LatVelLine1toA,
      58,
      kLaneRate,
-     {&B::Lane_LatVelLine1toA, &B::Lane_LatVelLine2toA, &B::Lane_LatVelLine3toA, &B::Lane_LatVelLine4toA,
-      &B::Lane_LatVelLine5toA, &B::Lane_LatVelLine6toA, &B::Lane_LatVelLine7toA, &B::Lane_LatVelLine8toA},
+     {&RangeBody::Lane_LatVelLine1toA, &RangeBody::Lane_LatVelLine2toA, &RangeBody::Lane_LatVelLine3toA,
+      &RangeBody::Lane_LatVelLine4toA, &RangeBody::Lane_LatVelLine5toA, &RangeBody::Lane_LatVelLine6toA,
+      &RangeBody::Lane_LatVelLine7toA, &RangeBody::Lane_LatVelLine8toA},
      kLaneMiddle},
-    {BG::Lane_LatDisLine1toB,
+    {BodyGroup::Lane_LatDisLine1toB,
      74,
      kLaneDistance,
-     {&B::Lane_LatDisLine1toB, &B::Lane_LatDisLine2toB, &B::Lane_LatDisLine3toB, &B::Lane_LatDisLine4toB,
-      &B::Lane_LatDisLine5toB, &B::Lane_LatDisLine6toB, &B::Lane_LatDisLine7toB, &B::Lane_LatDisLine8toB},
+     {&RangeBody::Lane_LatDisLine1toB, &RangeBody::Lane_LatDisLine2toB, &RangeBody::Lane_LatDisLine3toB,
+      &RangeBody::Lane_LatDisLine4toB, &RangeBody::Lane_LatDisLine5toB, &RangeBody::Lane_LatDisLine6toB,
+      &RangeBody::Lane_LatDisLine7toB, &RangeBody::Lane_LatDisLine8toB},
      kLaneFull},
-    {BG::Lane_LatDisLine1toC,
+    {BodyGroup::Lane_LatDisLine1toC,
      90,
      kLaneDistance,
-     {&B::Lane_LatDisLine1toC, &B::Lane_LatDisLine2toC, &B::Lane_LatDisLine3toC, &B::Lane_LatDisLine4toC,
-      &B::Lane_LatDisLine5toC, &B::Lane_LatDisLine6toC, &B::Lane_LatDisLine7toC, &B::Lane_LatDisLine8toC},
+     {&RangeBody::Lane_LatDisLine1toC, &RangeBody::Lane_LatDisLine2toC, &RangeBody::Lane_LatDisLine3toC,
+      &RangeBody::Lane_LatDisLine4toC, &RangeBody::Lane_LatDisLine5toC, &RangeBody::Lane_LatDisLine6toC,
+      &RangeBody::Lane_LatDisLine7toC, &RangeBody::Lane_LatDisLine8toC},
      kLaneFull},
-    {BG::Lane_CurvLine1atA,
+    {BodyGroup::Lane_CurvLine1atA,
      106,
      kLaneCurvature,
-     {&B::Lane_CurvLine1atA, &B::Lane_CurvLine2atA, &B::Lane_CurvLine3atA, &B::Lane_CurvLine4atA, &B::Lane_CurvLine5atA,
-      &B::Lane_CurvLine6atA, &B::Lane_CurvLine7atA, &B::Lane_CurvLine8atA},
+     {&RangeBody::Lane_CurvLine1atA, &RangeBody::Lane_CurvLine2atA, &RangeBody::Lane_CurvLine3atA,
+      &RangeBody::Lane_CurvLine4atA, &RangeBody::Lane_CurvLine5atA, &RangeBody::Lane_CurvLine6atA,
+      &RangeBody::Lane_CurvLine7atA, &RangeBody::Lane_CurvLine8atA},
      kLaneFull},
-    {BG::Lane_CurvA, 122, kLaneCurvature, {&B::Lane_CurvA, &B::Lane_CurvB, &B::Lane_CurvC}, kLaneFull},
-    {BG::Lane_HeadAL, 128, {Raw::I16, kCentidegree}, {&B::Lane_HeadAL, &B::Lane_HeadAR}, kLaneFull},
+    {BodyGroup::Lane_CurvA,
+     122,
+     kLaneCurvature,
+     {&RangeBody::Lane_CurvA, &RangeBody::Lane_CurvB, &RangeBody::Lane_CurvC},
+     kLaneFull},
+    {BodyGroup::Lane_HeadAL,
+     128,
+     {Raw::I16, kCentidegree},
+     {&RangeBody::Lane_HeadAL, &RangeBody::Lane_HeadAR},
+     kLaneFull},
 };
 
 }  // namespace

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "range/FieldRun.h"
+#include "range/FieldRow.h"
 
 namespace Kvex::Rng {
 
@@ -8,8 +8,8 @@ namespace Kvex::Rng {
 
 /// Both sets of fields of one packet type or channel.
 struct Layout {
-  FieldRuns<RangeTarget> target;
-  FieldRuns<RangeBody> body;
+  FieldRows<RangeTarget> target;
+  FieldRows<RangeBody> body;
 };
 
 extern const Layout kShortLayout;

@@ -45,7 +45,7 @@ struct Frame {
 /// Looks for a frame at the front of `bytes`.
 Frame checkFrame(ByteView bytes);
 
-/// What a packet tells about its place in the stream.
+/// What a packet says about its place in the stream.
 struct PacketHead {
   PacketType type;
   std::uint8_t target = 0;         ///< From 0; 0 in packets of no target.

@@ -2,15 +2,15 @@
 
 #include <algorithm>
 
-#include "range/FieldRun.h"
+#include "range/FieldRow.h"
 
 namespace Kvex::Rng {
 
 namespace {
 
 constexpr std::size_t kPointsOffset = 10;
-constexpr std::uint8_t kNoneAndEnds = Mark::kNone | Mark::kEnds;
-constexpr std::uint8_t kNoneAndTop = Mark::kNone | Mark::kTop;
+constexpr std::uint8_t kNoneAndEnds = Marker::kNone | Marker::kEnds;
+constexpr std::uint8_t kNoneAndTop = Marker::kNone | Marker::kTop;
 
 /// The head of a packet of points.
 struct PointsHead {

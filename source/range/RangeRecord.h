@@ -23,7 +23,7 @@ using SignalField = std::conditional_t<Count == 1, NavField<T>, std::array<NavFi
 /// A navigation unit that feeds the range unit, known by packets that carry its own packets.
 struct RangeSource {
   NavField<std::uint8_t> provenance;  ///< The port it came in by, a `Provenance`.
-  NavField<std::uint32_t> address;    ///< 0 for a source that its port alone tells.
+  NavField<std::uint32_t> address;    ///< 0 for a source that is known by its port alone.
 };
 
 /// The signals of one target, named as in "Target1_" rows without that prefix.
@@ -53,7 +53,7 @@ struct RangeRecord {
 
   /// Every field without a value, as at the start of a walk: value and stamps 0, flags 144.
   void reset();
-  /// Takes all marks of being written back: what a decoder lays in at the start of a walk is no write.
+  /// Clears the mark of being written in all fields: what a decoder puts in at the start of a walk is no write.
   void clearWritten();
 };
 

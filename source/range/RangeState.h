@@ -36,8 +36,8 @@ struct RangeState {
     }
   }
 
-  /// Opens the fields of one step, or of one group of a packet. Wanted: their flags are cleared, and true tells the
-  /// caller to go on. Not wanted: they are marked as never written where that is still to be done.
+  /// Opens the fields of one step, or of one group of a packet. Wanted: their flags are cleared, and it
+  /// returns true: the caller goes on. Not wanted: they are marked as never written where that is still to be done.
   template <class... Fields>
   bool open(bool wanted, Fields&... fields) const {
     if (!wanted && !markUnwanted) return false;

@@ -27,7 +27,9 @@ void RangeWantTree::settleWants() {
           return body[group];
         }
       };
-      const auto requireAll = [&]([[maybe_unused]] bool wanted, auto... required) { (require(wanted, wantOf(required)), ...); };
+      const auto requireAll = [&]([[maybe_unused]] bool wanted, auto... required) {
+        (require(wanted, wantOf(required)), ...);
+      };
 #define KVEX_TARGET_GROUP(Name, Table, ...) requireAll(own[Target::Name] __VA_OPT__(, ) __VA_ARGS__);
 #include "tables/RangeTargetGroups.def"
       // What the body's values are worked out from in a target, they need of each target.

@@ -2,8 +2,8 @@
 
 namespace Kvex::Sto {
 
-/// Sets the flag of everything that a wanted value is worked out from, directly or through others. `visit` goes over all
-/// requirements, calling the given `require(wanted, required)` for each; it runs until a pass sets no flag.
+/// Sets the flag of everything that a wanted value is worked out from, directly or through others. `visit` goes over
+/// all requirements, calling the given `require(wanted, required)` for each; it runs until a pass sets no flag.
 template <class Visit>
 void settleRequirements(const Visit& visit) {
   bool changed = true;

@@ -5,7 +5,7 @@
 namespace Kvex::Lib {
 namespace {
 
-TEST(Enumerations, RawCodesReadAsTheirNames) {
+TEST(EnumerationsTest, RawCodesReadAsTheirNames) {
   struct Case {
     const Enumeration& enumeration;
     std::uint16_t last;
@@ -51,7 +51,7 @@ TEST(Enumerations, RawCodesReadAsTheirNames) {
   }
 }
 
-TEST(Enumerations, AnUnlistedModelHasNoIdentity) {
+TEST(EnumerationsTest, AnUnlistedModelHasNoIdentity) {
   EXPECT_EQ(productIdentity("a model", 3), (ProductIdentity{629, 13, 39}));
 }
 

@@ -26,7 +26,7 @@ Matrix withCapacity(int maxRows, int maxCols) {
 }
 
 // The same operations on matrices that fill their storage, on some that leave columns unused, and on fixed ones.
-TEST(Matrix, OperationsOnBothKinds) {
+TEST(MatrixTest, OperationsOnBothKinds) {
   Matrix a = withCapacity(2, 3);
   Matrix b = withCapacity(4, 5);
   Matrix c = withCapacity(4, 4);
@@ -56,7 +56,7 @@ TEST(Matrix, OperationsOnBothKinds) {
   expectNear(2.0 * Vector3{1, 2, 3} + Vector3{1, 1, 1} - Vector3{0, 1, 0}, Vector3{3, 4, 7}, 0);
 }
 
-TEST(Matrix, StorageGrowsOnlyWhenAsked) {
+TEST(MatrixTest, StorageGrowsOnlyWhenAsked) {
   Matrix small = withCapacity(1, 9);
   const double* const before = small.data.get();
   Matrix source;
@@ -78,7 +78,7 @@ TEST(Matrix, StorageGrowsOnlyWhenAsked) {
   EXPECT_EQ(small.data, nullptr);
 }
 
-TEST(Matrix, RefusedMemoryIsReported) {
+TEST(MatrixTest, RefusedMemoryIsReported) {
   constexpr std::int32_t kHuge = std::numeric_limits<std::int32_t>::max();
   for (const std::int32_t maxRows : {kHuge, -1}) {
     Matrix m = withCapacity(1, 1);
@@ -90,7 +90,7 @@ TEST(Matrix, RefusedMemoryIsReported) {
   }
 }
 
-TEST(Matrix, RotationsTurnAsNavigationDoes) {
+TEST(MatrixTest, RotationsTurnAsNavigationDoes) {
   const Vector3 forward{1, 0, 0};
   const Vector3 right{0, 1, 0};
   expectNear(headingRotation({kPi / 2, 1.0, 1.0}) * forward, right, 1e-15);
@@ -112,7 +112,7 @@ Matrix3 rotationOfOmegaPhiKappa(const Vector3& w) {
   return levelRotation({0, w[0], 0}) * levelRotation({0, 0, w[1]}) * headingRotation({-w[2], 0, 0});
 }
 
-TEST(Matrix, EulerAnglesLeadBackToTheirRotation) {
+TEST(MatrixTest, EulerAnglesLeadBackToTheirRotation) {
   std::mt19937 random(1);
   std::uniform_real_distribution<double> turn(-kPi, kPi);
   for (int i = 0; i < 500; ++i) {
@@ -122,7 +122,7 @@ TEST(Matrix, EulerAnglesLeadBackToTheirRotation) {
   }
 }
 
-TEST(Matrix, EulerAnglesAtThePoles) {
+TEST(MatrixTest, EulerAnglesAtThePoles) {
   for (const double pole : {kPi / 2, -kPi / 2}) {
     for (const double heading : {-3.0, -1.0, 0.0, 1.0, 3.0}) {
       for (const double roll : {-2.5, 0.0, 2.5}) {

@@ -6,7 +6,7 @@
 namespace Kvex::Lib {
 namespace {
 
-TEST(Status, ReportNamesItsPlaceAndMessage) {
+TEST(StatusTest, ReportNamesItsPlaceAndMessage) {
   struct Case {
     Status code;
     Severity severity;

@@ -13,7 +13,7 @@ namespace {
 constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
 
-TEST(TimeUnits, LeapTableHoldsThePublishedSeconds) {
+TEST(TimeUnitsTest, LeapTableHoldsThePublishedSeconds) {
   struct Case {
     std::size_t row;
     LeapSecond expected;
@@ -33,7 +33,7 @@ TEST(TimeUnits, LeapTableHoldsThePublishedSeconds) {
   }
 }
 
-TEST(TimeUnits, OffsetChangesAtEachLeapSecond) {
+TEST(TimeUnitsTest, OffsetChangesAtEachLeapSecond) {
   for (const LeapSecond& leap : leapSeconds()) {
     const std::int64_t t = leap.gpsSeconds;
     for (const std::int64_t step : {-1, 0, 1}) {
@@ -58,7 +58,7 @@ TEST(TimeUnits, OffsetChangesAtEachLeapSecond) {
 
 // Every second has a calendar time of its own, and that leads back to it: across all leap seconds, and over all years
 // that a calendar time can hold.
-TEST(TimeUnits, CalendarAndSecondsAreInverses) {
+TEST(TimeUnitsTest, CalendarAndSecondsAreInverses) {
   const auto expectInverse = [](std::int64_t t) {
     EXPECT_EQ(secondsFromCalendar(calendarFromSeconds(t, true, true), true), t);
     EXPECT_EQ(secondsFromCalendar(calendarFromSeconds(t, false, false), false), t);
@@ -73,7 +73,7 @@ TEST(TimeUnits, CalendarAndSecondsAreInverses) {
   }
 }
 
-TEST(TimeUnits, DaysFollowTheGregorianCalendar) {
+TEST(TimeUnitsTest, DaysFollowTheGregorianCalendar) {
   struct Case {
     std::int64_t days;
     CalendarDate date;
@@ -96,7 +96,7 @@ TEST(TimeUnits, DaysFollowTheGregorianCalendar) {
   EXPECT_EQ(calendarFromSeconds(kMax, true, true).year, std::numeric_limits<std::int32_t>::max());
 }
 
-TEST(TimeUnits, FieldsOutsideTheirRangesCarryOver) {
+TEST(TimeUnitsTest, FieldsOutsideTheirRangesCarryOver) {
   const auto days = [](std::int32_t year, std::int32_t month, std::int32_t day) {
     return secondsFromCalendar({.year = year, .month = month, .day = day}, false) / 86400;
   };
@@ -110,7 +110,7 @@ TEST(TimeUnits, FieldsOutsideTheirRangesCarryOver) {
   }
 }
 
-TEST(TimeUnits, TextsOfTimes) {
+TEST(TimeUnitsTest, TextsOfTimes) {
   struct Case {
     Nano nano;
     const char* text;
@@ -132,7 +132,7 @@ TEST(TimeUnits, TextsOfTimes) {
   EXPECT_EQ(std::tie(time.second, time.millisecond, time.microsecond, time.nanosecond), std::tuple(1, 1, 2, 3));
 }
 
-TEST(TimeUnits, TextsOfSpans) {
+TEST(TimeUnitsTest, TextsOfSpans) {
   struct Case {
     std::int64_t nanos;
     const char* text;
@@ -145,7 +145,7 @@ TEST(TimeUnits, TextsOfSpans) {
   for (const auto& [nanos, text] : cases) EXPECT_EQ(spanText(nanos), text);
 }
 
-TEST(TimeUnits, ReadsTheTimesThatPeopleType) {
+TEST(TimeUnitsTest, ReadsTheTimesThatPeopleType) {
   struct Case {
     const char* text;
     std::optional<Nano> expected;

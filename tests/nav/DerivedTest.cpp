@@ -77,7 +77,7 @@ std::vector<std::string_view> usableFields(const NavRecord& record) {
   return names;
 }
 
-TEST(Derived, NothingIsWorkedOutThatIsNotWanted) {
+TEST(DerivedTest, NothingIsWorkedOutThatIsNotWanted) {
   Vehicle vehicle(false);
   for (int i = 0; i < 3; ++i) {
     vehicle.nextPacket(0.01);
@@ -90,7 +90,7 @@ TEST(Derived, NothingIsWorkedOutThatIsNotWanted) {
   }
 }
 
-TEST(Derived, SpeedsHoldAtTwiceTheirAccuracy) {
+TEST(DerivedTest, SpeedsHoldAtTwiceTheirAccuracy) {
   struct Case {
     double vn, ve;
     std::optional<Vector3> accuracy;
@@ -118,7 +118,7 @@ TEST(Derived, SpeedsHoldAtTwiceTheirAccuracy) {
   }
 }
 
-TEST(Derived, AnglesWrapIntoTheirRange) {
+TEST(DerivedTest, AnglesWrapIntoTheirRange) {
   struct Case {
     double track, heading, slip, referenceYaw, isoYaw;  // reference heading: 170
   };
@@ -139,7 +139,7 @@ TEST(Derived, AnglesWrapIntoTheirRange) {
   }
 }
 
-TEST(Derived, ReversedAnglesSwapTheEndsOfTheirRange) {
+TEST(DerivedTest, ReversedAnglesSwapTheEndsOfTheirRange) {
   Vehicle vehicle;
   vehicle.nextPacket(0.01);
   vehicle.set(kAttitude, {10.0, 5.0, 3.0});
@@ -155,7 +155,7 @@ TEST(Derived, ReversedAnglesSwapTheEndsOfTheirRange) {
   EXPECT_EQ(r.IsoRoll.value, 3.0);
 }
 
-TEST(Derived, DistanceUnderConstantAccelerationPausesAndIsNotMovedByTriggers) {
+TEST(DerivedTest, DistanceUnderConstantAccelerationPausesAndIsNotMovedByTriggers) {
   Vehicle vehicle;
   NavRecord& r = vehicle.record;
   const double acceleration = 2.0;
@@ -183,7 +183,7 @@ TEST(Derived, DistanceUnderConstantAccelerationPausesAndIsNotMovedByTriggers) {
   EXPECT_NEAR(r.Dist2d.value, 36.0, 1e-6) << "one trapezoid spans the gap";
 }
 
-TEST(Derived, CircleDrive) {
+TEST(DerivedTest, CircleDrive) {
   // A circle to the right at 20 m/s and 0.25 rad/s: the radius is 80 m. The heading leads the track by 5 degrees, and a
   // point 3 m ahead of the unit goes sideways by its turning.
   Vehicle vehicle;
@@ -216,7 +216,7 @@ TEST(Derived, CircleDrive) {
   }
 }
 
-TEST(Derived, AVehicleAtRestMeasuresGravityAndNothingElse) {
+TEST(DerivedTest, AVehicleAtRestMeasuresGravityAndNothingElse) {
   struct Case {
     double lat, alt, gravity;
   };
@@ -239,7 +239,7 @@ TEST(Derived, AVehicleAtRestMeasuresGravityAndNothingElse) {
   }
 }
 
-TEST(Derived, FramesAgreeWithOneRotation) {
+TEST(DerivedTest, FramesAgreeWithOneRotation) {
   Vehicle vehicle;
   NavRecord& r = vehicle.record;
   vehicle.nextPacket(0.01);
@@ -272,7 +272,7 @@ TEST(Derived, FramesAgreeWithOneRotation) {
   for (std::size_t i = 0; i < 9; ++i) EXPECT_NEAR(back.data[i], body.data[i], 1e-12);
 }
 
-TEST(Derived, MovingOverTheEarthTurnsTheCoriolisTerm) {
+TEST(DerivedTest, MovingOverTheEarthTurnsTheCoriolisTerm) {
   // Due east at the equator, with the earth: the path is bent down towards its axis and the attitude turns with it.
   Vehicle vehicle;
   vehicle.nextPacket(0.01);
@@ -289,7 +289,7 @@ TEST(Derived, MovingOverTheEarthTurnsTheCoriolisTerm) {
   EXPECT_NEAR(r.IsoWoX.value, -(earthRate + transport), 1e-15);
 }
 
-TEST(Derived, ReferenceFrameIsForwardAndLeft) {
+TEST(DerivedTest, ReferenceFrameIsForwardAndLeft) {
   Vehicle vehicle;
   NavRecord& r = vehicle.record;
   vehicle.nextPacket(0.01);
@@ -312,7 +312,7 @@ TEST(Derived, ReferenceFrameIsForwardAndLeft) {
   EXPECT_FALSE(r.RefFrameTrack.usable()) << "too slow";
 }
 
-TEST(Derived, GradientNeedsSpeedAndAccuracy) {
+TEST(DerivedTest, GradientNeedsSpeedAndAccuracy) {
   struct Case {
     double speed, vd, accuracy;
     std::optional<double> gradient;
@@ -345,7 +345,7 @@ void driveWithJerk(Vehicle& vehicle, int packets) {
   }
 }
 
-TEST(Derived, RatesAndFiltersFollowWhatTheUnitTells) {
+TEST(DerivedTest, RatesAndFiltersFollowWhatTheUnitReports) {
   Vehicle vehicle;
   NavRecord& r = vehicle.record;
   driveWithJerk(vehicle, 5);
@@ -353,11 +353,11 @@ TEST(Derived, RatesAndFiltersFollowWhatTheUnitTells) {
   EXPECT_NEAR(r.Yz.value, 3.0, 1e-6);
   EXPECT_NEAR(r.IsoJnY.value, 0.5, 1e-6);
   EXPECT_NEAR(r.IsoJoX.value, 0.5, 1e-6);
-  EXPECT_FALSE(r.FiltAx.usable() || r.FiltJx.usable() || r.FiltYz.usable()) << "nothing told yet";
+  for (const auto* field : {&r.FiltAx, &r.FiltJx, &r.FiltYz}) EXPECT_FALSE(field->usable()) << "nothing reported yet";
 
-  tellLinAccFilter(vehicle, 5.0, 0.7);
-  tellAngAccFilter(vehicle, 60.0, 0.7);  // above half the packet rate
-  tellLinJerkFilter(vehicle, 1, 4, 10.0, 0.05);
+  configureLinAccFilter(vehicle, 5.0, 0.7);
+  configureAngAccFilter(vehicle, 60.0, 0.7);  // above half the packet rate
+  configureLinJerkFilter(vehicle, 1, 4, 10.0, 0.05);
   driveWithJerk(vehicle, 300);
   // A ramp comes out of a low-pass late by twice the damping over the cut-off's angular frequency.
   EXPECT_NEAR(r.Ax.value - r.FiltAx.value, 0.5 * 2.0 * 0.7 / (2.0 * kPi * 5.0), 1e-3);
@@ -377,7 +377,7 @@ TEST(Derived, RatesAndFiltersFollowWhatTheUnitTells) {
   EXPECT_TRUE(r.FiltIsoJnY.usable());
 }
 
-TEST(Derived, ZerosSwitchAFilterOff) {
+TEST(DerivedTest, ZerosSwitchAFilterOff) {
   struct Case {
     std::optional<double> freq, zeta;
   };
@@ -385,9 +385,9 @@ TEST(Derived, ZerosSwitchAFilterOff) {
   const Case oldAndNew[] = {{5.0, 0.0}, {0.0, 0.7}};
   const Case oneGone[] = {{5.0, 0.0}, {0.0, {}}, {5.0, 0.7}};
   const Case neverBoth[] = {{0.0, {}}, {{}, 0.0}, {5.0, 0.7}};
-  const auto bypassed = [](std::span<const Case> told) {
+  const auto bypassed = [](std::span<const Case> reports) {
     Vehicle vehicle;
-    for (const Case& c : told) tellLinAccFilter(vehicle, c.freq, c.zeta);
+    for (const Case& c : reports) configureLinAccFilter(vehicle, c.freq, c.zeta);
     driveWithJerk(vehicle, 1);
     return vehicle.record.FiltAx.usable() && vehicle.record.FiltAx.value == vehicle.record.Ax.value;
   };
@@ -397,7 +397,7 @@ TEST(Derived, ZerosSwitchAFilterOff) {
   EXPECT_FALSE(bypassed(neverBoth));
 }
 
-TEST(Derived, IdentityComesFromTheLetterInTheDeviceId) {
+TEST(DerivedTest, IdentityComesFromTheLetterInTheDeviceId) {
   struct Case {
     const char* device;
     bool reported;  // what the unit is built from
@@ -435,7 +435,7 @@ TEST(Derived, IdentityComesFromTheLetterInTheDeviceId) {
   }
 }
 
-TEST(DecisionList, SharesFirstKeysBetweenRows) {
+TEST(DecisionListTest, SharesFirstKeysBetweenRows) {
   using Row = DecisionRow<3>;
   const Row rows[] = {{{1, 5, 7}, {3, 2, 1}, {10}},   //
                       {{1, 5, 8}, {3, 3, 2}, {20}},   // comes with keys 1 and 5 met

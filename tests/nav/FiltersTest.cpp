@@ -24,7 +24,7 @@ double amplitude(Filter& filter, double frequency) {
   return highest;
 }
 
-TEST(BiquadFilter, StartsOnTheThirdEvenSampleWithTheSeededOutput) {
+TEST(BiquadFilterTest, StartsOnTheThirdEvenSampleWithTheSeededOutput) {
   BiquadFilter filter;
   filter.configure(10.0, 0.7);
   filter.step(kStart, 1.0);
@@ -46,7 +46,7 @@ TEST(BiquadFilter, StartsOnTheThirdEvenSampleWithTheSeededOutput) {
   EXPECT_TRUE(filter.ready());
 }
 
-TEST(BiquadFilter, NeedsEvenSpacingAndACutOffBelowHalfTheRate) {
+TEST(BiquadFilterTest, NeedsEvenSpacingAndACutOffBelowHalfTheRate) {
   struct Case {
     const char* what;
     double frequency, second, third;
@@ -65,7 +65,7 @@ TEST(BiquadFilter, NeedsEvenSpacingAndACutOffBelowHalfTheRate) {
   }
 }
 
-TEST(BiquadFilter, DesignsFromTheSamplesItHoldsWhenTheParametersComeLater) {
+TEST(BiquadFilterTest, DesignsFromTheSamplesItHoldsWhenTheParametersComeLater) {
   BiquadFilter filter;
   for (int i = 0; i < 5; ++i) filter.step(kStart + i * 0.01, 4.0);
   filter.configure(0.0, 0.7);
@@ -75,7 +75,7 @@ TEST(BiquadFilter, DesignsFromTheSamplesItHoldsWhenTheParametersComeLater) {
   EXPECT_NEAR(filter.output(), 4.0, 1e-12);  // a constant passes as it is
 }
 
-TEST(ButterworthCascade, HasTheResponseOfItsOrder) {
+TEST(ButterworthCascadeTest, HasTheResponseOfItsOrder) {
   // Frequencies that are no simple part of the sample rate, so that the samples meet the peaks of the sine.
   const double cutOff = 5.03;
   for (const std::uint8_t order : {2, 4, 6}) {
@@ -90,7 +90,7 @@ TEST(ButterworthCascade, HasTheResponseOfItsOrder) {
   }
 }
 
-TEST(ButterworthCascade, KeepsWhatItIsWhenConfiguredWithNothingUsable) {
+TEST(ButterworthCascadeTest, KeepsWhatItIsWhenConfiguredWithNothingUsable) {
   ButterworthCascade filter;
   for (const std::uint8_t order : {0, 3}) filter.configure(ButterworthCascade::kButterworth, order, 5.0);
   filter.configure(ButterworthCascade::kUnknownType, 2, 5.0);
@@ -110,7 +110,7 @@ TEST(ButterworthCascade, KeepsWhatItIsWhenConfiguredWithNothingUsable) {
   EXPECT_TRUE(filter.ready()) << "the stages of the known type go on";
 }
 
-TEST(RateEstimator, NeedsAPredecessorAtLeastHalfAMillisecondOlder) {
+TEST(RateEstimatorTest, NeedsAPredecessorAtLeastHalfAMillisecondOlder) {
   RateEstimator rate;
   rate.step(kStart, 5.0);
   EXPECT_FALSE(rate.ready());
@@ -126,7 +126,7 @@ TEST(RateEstimator, NeedsAPredecessorAtLeastHalfAMillisecondOlder) {
   EXPECT_NEAR(rate.rate(), -2.0, 1e-9);
 }
 
-TEST(MovingAverage, IsTheMeanOfItsWindow) {
+TEST(MovingAverageTest, IsTheMeanOfItsWindow) {
   MovingAverage average;
   average.step(kStart, 100.0);
   average.step(kStart + 0.01, 100.0);
@@ -146,7 +146,7 @@ TEST(MovingAverage, IsTheMeanOfItsWindow) {
   EXPECT_EQ(average.mean(), 7.0);
 }
 
-TEST(MovingAverage, KeepsItsBoundsWithTimesThatStandOrJump) {
+TEST(MovingAverageTest, KeepsItsBoundsWithTimesThatStandOrJump) {
   MovingAverage standing;
   standing.setWindow(1e9);
   for (std::size_t i = 0; i < MovingAverage::kMaxSamples + 3; ++i) standing.step(kStart, i < 3 ? 1e9 : 2.0);

@@ -39,7 +39,7 @@ struct Walking : Decoder {
   FeedResult feed(NavPacket packet) { return this->feedPacket(packet.bytes(), true); }
 };
 
-TEST(NavDecoder, goesByTheMode) {
+TEST(NavDecoderTest, goesByTheMode) {
   struct Case {
     int mode;
     int type;         ///< `OutputPacketType`
@@ -48,20 +48,22 @@ TEST(NavDecoder, goesByTheMode) {
     int speed;        ///< Flags of `Speed2d`
     int numberOfObs;  ///< What channel 0 has left in `GpsNumObs`.
   };
-  for (const Case& c : {Case{0, 1, 64, 64, 64, 0},
-                        {1, 2, 0, 64, 64, 9},
-                        {2, 2, 0, 2, 64, 9},
+  constexpr int kNone = Lib::Flag::kNotAvailable;
+  constexpr int kFirst = Lib::Flag::kProvisional;
+  for (const Case& c : {Case{0, 1, kNone, kNone, kNone, 0},
+                        {1, 2, 0, kNone, kNone, 9},
+                        {2, 2, 0, kFirst, kNone, 9},
                         {3, 2, 0, 0, 0, 9},
                         {4, 2, 0, 0, 0, 9},
                         {5, 1, 0, 0, 0, 0},
-                        {6, 3, 64, 64, 64, 9},
-                        {7, 3, 64, 64, 64, 9},
+                        {6, 3, kNone, kNone, kNone, 9},
+                        {7, 3, kNone, kNone, kNone, 9},
                         {8, 1, 0, 0, 0, 0},
-                        {10, 3, 64, 64, 64, 9},
-                        {11, 3, 64, 64, 64, 0},
+                        {10, 3, kNone, kNone, kNone, 9},
+                        {11, 3, kNone, kNone, kNone, 0},
                         {12, 1, 0, 0, 0, 0},
                         {19, 1, 0, 0, 0, 0},
-                        {20, 1, 64, 64, 64, 9},
+                        {20, 1, kNone, kNone, kNone, 9},
                         {23, 1, 0, 0, 0, 0},
                         {255, 1, 0, 0, 0, 0}}) {
     SCOPED_TRACE(c.mode);
@@ -78,7 +80,7 @@ TEST(NavDecoder, goesByTheMode) {
   }
 }
 
-TEST(NavDecoder, readsTheStructuredPart) {
+TEST(NavDecoderTest, readsTheStructuredPart) {
   Walking<QuonDecoder> decoder;
   decoder.feed(decoder.regular(4).put(52, 0xFFFFFF, 3).put(49, 0x000001, 3));
   EXPECT_EQ(decoder.record.Heading.value, 359.9999427042205);
@@ -94,13 +96,28 @@ TEST(NavDecoder, readsTheStructuredPart) {
   decoder.feed(decoder.regular(4).put(49, 0x800000, 3).put(23, notANumber, 8).put(3, 0x800000, 3).put(55, 0x800000, 3));
   const NavRecord& r = decoder.record;
   EXPECT_EQ((std::vector<int>{r.Vd.flags, r.Vu.flags, r.Lat.flags, r.Ax.flags, r.Pitch.flags}),
-            (std::vector<int>{64, 64, 64, 64, 64}));
-  EXPECT_EQ((std::vector<int>{r.Vn.flags, r.Lon.flags, r.Alt.flags, r.Ay.flags, r.Roll.flags}),
-            (std::vector<int>{0, 0, 0, 0, 0}));
+            std::vector<int>(5, Lib::Flag::kNotAvailable));
+  EXPECT_EQ((std::vector<int>{r.Vn.flags, r.Lon.flags, r.Alt.flags, r.Ay.flags, r.Roll.flags}), std::vector<int>(5, 0));
   EXPECT_EQ(r.Vd.value, 0.0001);
 }
 
-TEST(NavDecoder, takesTheTimeOfATriggerPacketFromItsEvent) {
+TEST(NavDecoderTest, marksWhatAPacketWrites) {
+  Walking<QuonDecoder> decoder;
+  NavRecord& r = decoder.record;
+  r.clearWritten();
+  decoder.feed(decoder.regular(4).put(49, 0x800000, 3));
+  for (const bool written : {r.Nano.written, r.Index.written, r.Lat.written, r.IsoYaw.written, r.IsoRoll.written}) {
+    EXPECT_TRUE(written);
+  }
+  EXPECT_FALSE(r.Vd.written) << "a mark alone";
+  EXPECT_FALSE(r.NanoLocal.written) << "a stamp alone";
+  r.clearWritten();
+  decoder.feed(decoder.regular(6));
+  EXPECT_FALSE(r.Lat.written);
+  EXPECT_TRUE(r.InsNavMode.written);
+}
+
+TEST(NavDecoderTest, takesTheTimeOfATriggerPacketFromItsEvent) {
   const auto event = [](const Walking<QuonDecoder>& decoder, int channel, std::uint8_t number) {
     NavPacket packet = decoder.regular(22);
     return packet.channel(static_cast<std::uint8_t>(channel),
@@ -118,13 +135,13 @@ TEST(NavDecoder, takesTheTimeOfATriggerPacketFromItsEvent) {
     EXPECT_FALSE(decoder.record.Jx.usable());
     // The same event again has no time, but is decoded.
     decoder.feed(event(decoder, channel, 1));
-    EXPECT_EQ(decoder.record.Nano.flags, 64);
+    EXPECT_EQ(decoder.record.Nano.flags, Lib::Flag::kNotAvailable);
     EXPECT_EQ(decoder.record.OutputPacketType.value, type);
     EXPECT_TRUE(decoder.record.Speed2d.usable());
   }
 }
 
-TEST(NavDecoder, takesTheProductNameFromATextPacket) {
+TEST(NavDecoderTest, takesTheProductNameFromATextPacket) {
   for (const bool dask : {false, true}) {
     Walking<QuonDecoder> quonDecoder;
     Walking<DaskDecoder> daskDecoder;
@@ -133,12 +150,12 @@ TEST(NavDecoder, takesTheProductNameFromATextPacket) {
     packet.productText(std::string(18, 'a') + std::string(60, 'b'));
     decoder.feedPacket(packet.bytes(), true);
     EXPECT_EQ(textOf(decoder.record.ProductName), std::string(18, 'a') + std::string(47, 'b'));
-    EXPECT_EQ(decoder.record.ProductName.flags, 16);  // the packet has no time
+    EXPECT_EQ(decoder.record.ProductName.flags, Lib::Flag::kUntimed);  // the packet has no time
     EXPECT_EQ(decoder.record.OutputPacketType.value, 3);
   }
 }
 
-TEST(NavDecoder, checksPackets) {
+TEST(NavDecoderTest, checksPackets) {
   Walking<QuonDecoder> decoder;
   NavPacket packet = decoder.regular(4);
   std::vector<std::uint8_t> good(packet.bytes().begin(), packet.bytes().end());
@@ -162,7 +179,7 @@ TEST(NavDecoder, checksPackets) {
   EXPECT_EQ(decoder.feedStamped(view(stamped), true), FeedResult::Nothing);
 }
 
-TEST(NavDecoder, readsBlocksBehindTheirSource) {
+TEST(NavDecoderTest, readsBlocksBehindTheirSource) {
   Walking<QuonDecoder> decoder;
   const auto block = [&](std::uint32_t address, std::uint8_t provenance, bool damaged) {
     std::vector<std::uint8_t> bytes;
@@ -191,10 +208,10 @@ TEST(NavDecoder, readsBlocksBehindTheirSource) {
   EXPECT_EQ(r.Address.value, 7U);
   EXPECT_EQ(r.AddressSerial.value, 15);
   EXPECT_EQ(decoder.feedBlock(view(block(8, 255, false)).from(0, 76), true), FeedResult::Nothing);
-  EXPECT_EQ(r.Address.flags, 64);
+  EXPECT_EQ(r.Address.flags, Lib::Flag::kNotAvailable);
 }
 
-TEST(NavDecoder, readsWhatOnlyDaskPacketsHold) {
+TEST(NavDecoderTest, readsWhatOnlyDaskPacketsHold) {
   Walking<DaskDecoder> decoder;
   NavRecord& r = decoder.record;
   EXPECT_EQ(decoder.protocol.packetSize, 84U);
@@ -206,7 +223,7 @@ TEST(NavDecoder, readsWhatOnlyDaskPacketsHold) {
   markNotAvailable(r.GpsAttMode);
   decoder.feed(packet);
   EXPECT_EQ(r.Heave.value, -0.002);
-  EXPECT_NE(r.LPHeave.flags & 64, 0);
+  EXPECT_NE(r.LPHeave.flags & Lib::Flag::kNotAvailable, 0);
   EXPECT_EQ(r.TxPacketCounter.value, 0x20003U);
   EXPECT_EQ(r.GpsPosMode.value, 0);
   EXPECT_EQ(r.HeadSearchType.value, 2);
@@ -220,7 +237,8 @@ TEST(NavDecoder, readsWhatOnlyDaskPacketsHold) {
   EXPECT_EQ(r.LPHeave.value, 0.2);
   EXPECT_EQ(r.GpsAttMode.value, 6);
   EXPECT_EQ(r.HeadSearchType.value, 0);
-  EXPECT_FALSE(r.Jx.usable() || r.IsoJnX.usable());
+  EXPECT_FALSE(r.Jx.usable());
+  EXPECT_FALSE(r.IsoJnX.usable());
   decoder.finishScan(true);
   EXPECT_EQ(r.RxVersionId.value, 21);
 }
@@ -245,7 +263,7 @@ std::vector<Seen> seenOf(const Sto::SignalTable& table, const NavRecord& record,
     row.want(&withRow, row.blockIndex);
     if (std::memcmp(&withRow, &wants, sizeof wants) != 0) return;
     const Sto::Sample sample = row.read(&record);
-    const bool counts = (sample.flags & 0xC0) == 0;
+    const bool counts = (sample.flags & (Lib::Flag::kNotAvailable | Lib::Flag::kNeverWritten)) == 0;
     signals.push_back({row.name, sample.flags, counts ? sample.time : 0, counts ? sample.value : 0});
   });
   return signals;
@@ -264,7 +282,7 @@ void holdAgainstEverythingWanted(const Sto::SignalTable& table, std::uint32_t se
   }
   for (const unsigned oneIn : {1U, 4U, 40U, 400U}) {
     few.wants.wantAll(false);
-    few.wants.DiskSpace = true;  // IMU part types are told in its channel and have another group
+    few.wants.DiskSpace = true;  // IMU part types come in its channel and have another group
     table.forEach([&](const Sto::SignalRow& row) {
       if (random() % oneIn == 0) row.want(&few.wants, row.blockIndex);
     });
@@ -284,7 +302,7 @@ void holdAgainstEverythingWanted(const Sto::SignalTable& table, std::uint32_t se
   }
 }
 
-TEST(NavDecoder, readsTheSameWhateverIsWanted) {
+TEST(NavDecoderTest, readsTheSameWhateverIsWanted) {
   for (std::uint32_t seed = 1; seed <= 3; ++seed) {
     holdAgainstEverythingWanted<QuonDecoder>(Sto::StaticAccessQuon::table(), seed);
     holdAgainstEverythingWanted<DaskDecoder>(Sto::StaticAccessDask::table(), seed);

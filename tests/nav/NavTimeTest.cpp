@@ -17,7 +17,7 @@ constexpr Nano kMillisecond = 1'000'000;
 constexpr Nano kMinute = 60'000 * kMillisecond;
 constexpr std::int32_t kMinutes = 20'000'000;
 
-/// One packet: its mode, millisecond word, and the minute if its channel tells it.
+/// One packet: its mode, millisecond word, and the minute if its channel has it.
 struct Tick {
   int mode;
   int milliseconds;
@@ -58,7 +58,7 @@ std::vector<Tick> steadyTicks(int count, int first, int period, int minuteAt) {
   return ticks;
 }
 
-TEST(NavTime, countsBackFromTheFirstTimedPacket) {
+TEST(NavTimeTest, countsBackFromTheFirstTimedPacket) {
   // 50 packets without time ahead of one at ten seconds into the minute.
   std::vector<Tick> ticks = steadyTicks(60, 9500, 10, 49);
   for (int i = 0; i < 48; ++i) ticks[static_cast<std::size_t>(i)].milliseconds = 65535;
@@ -80,11 +80,11 @@ TEST(NavTime, countsBackFromTheFirstTimedPacket) {
   EXPECT_EQ(timesOf(decoder, ticks), times);
 }
 
-TEST(NavTime, movesTheClockOverTheMinute) {
+TEST(NavTimeTest, movesTheClockOverTheMinute) {
   struct Case {
     const char* what;
     std::vector<Tick> ticks;
-    std::vector<std::optional<Nano>> fromMinute;  ///< Milliseconds from the minute told, without a first pass.
+    std::vector<std::optional<Nano>> fromMinute;  ///< Milliseconds from the minute reported, without a first pass.
   };
   const Case cases[] = {
       {"rollover", {{4, 59'980, kMinutes}, {4, 59'990}, {4, 0}, {4, 10}}, {{}, 59'990, 60'000, 60'010}},
@@ -93,7 +93,7 @@ TEST(NavTime, movesTheClockOverTheMinute) {
       {"no word", {{4, 0, kMinutes}, {4, 65535}, {4, 20}}, {{}, {}, 20}},
       {"a raw packet has no time", {{4, 0, kMinutes}, {1, 10}, {4, 20}}, {{}, {}, 20}},
       {"minute from channel again", {{4, 0, kMinutes}, {4, 10, kMinutes + 5}, {4, 20}}, {{}, 10, 300'020}},
-      {"mode 1 tells no minute", {{1, 0, kMinutes}, {4, 10}}, {{}, {}}},
+      {"mode 1 has no minute", {{1, 0, kMinutes}, {4, 10}}, {{}, {}}},
       {"negative minute", {{4, 0, -5}, {4, 10}}, {{}, {}}},
   };
   for (const Case& c : cases) {
@@ -107,13 +107,13 @@ TEST(NavTime, movesTheClockOverTheMinute) {
   }
 }
 
-TEST(NavTime, survivesMinutesBeyondAllRange) {
+TEST(NavTimeTest, survivesMinutesBeyondAllRange) {
   QuonDecoder decoder(true);
   timesOf(decoder, {{4, 59'990, INT32_MAX}, {4, 59'995}, {4, 0}, {4, 10, INT32_MAX}, {4, 20}});
   EXPECT_TRUE(decoder.record.Nano.usable());
 }
 
-TEST(NavTime, findsReferencesWithoutAFirstPass) {
+TEST(NavTimeTest, findsReferencesWithoutAFirstPass) {
   QuonDecoder decoder(false);
   timesOf(decoder, {{1, 0}, {2, 90'0, kMinutes}, {2, 910}, {3, 920}});
   const NavTimeReferences& known = decoder.time.references;
@@ -131,11 +131,11 @@ TEST(NavTime, findsReferencesWithoutAFirstPass) {
   EXPECT_EQ(backwards.time.references.origin, minute + 1000 * kMillisecond);
 }
 
-TEST(NavTime, keepsAStreamWithoutTimeUntimed) {
+TEST(NavTimeTest, keepsAStreamWithoutTimeUntimed) {
   QuonDecoder decoder(true);
   for (const auto& time : timesOf(decoder, steadyTicks(5, 0, 10, -1))) EXPECT_EQ(time, std::nullopt);
   EXPECT_EQ(decoder.time.mode, TimeMode::Searching);
-  EXPECT_EQ(decoder.record.Lat.flags, 16);
+  EXPECT_EQ(decoder.record.Lat.flags, Lib::Flag::kUntimed);
   // Packets without time stand in sequence all the same.
   const double index = decoder.record.Index.value;
   feed(decoder, {4, 50});
@@ -147,7 +147,7 @@ TEST(NavTime, keepsAStreamWithoutTimeUntimed) {
   EXPECT_EQ(times, (std::vector<std::optional<Nano>>{{}, kMinutes * kMinute + 10 * kMillisecond, {}}));
 }
 
-TEST(NavTime, endsTheFirstPassWhenAllIsKnown) {
+TEST(NavTimeTest, endsTheFirstPassWhenAllIsKnown) {
   QuonDecoder decoder(true);
   const auto packet = [](int mode, int milliseconds) {
     NavPacket p = packetOf({mode, milliseconds, kMinutes});
@@ -157,7 +157,7 @@ TEST(NavTime, endsTheFirstPassWhenAllIsKnown) {
   EXPECT_EQ(decoder.feedPacket(packet(2, 0).bytes(), true), FeedResult::Decoded);
   EXPECT_EQ(decoder.feedPacket(packet(3, 10).bytes(), true), FeedResult::Decoded);
   EXPECT_EQ(decoder.feedPacket(packet(3, 20).bytes(), true), FeedResult::Decoded);
-  EXPECT_EQ(decoder.record.Lat.flags, 128);  // the first pass decodes nothing
+  EXPECT_EQ(decoder.record.Lat.flags, Lib::Flag::kNeverWritten);  // the first pass decodes nothing
   NavPacket last = packet(3, 30);
   last.channel(16, ChannelBytes().putWord(0, 100).putWord(4, 0xFFFF).putByte(7, 18 * 2 + 1));
   EXPECT_EQ(decoder.feedPacket(last.bytes(), true), FeedResult::ScanEnded);
@@ -166,18 +166,21 @@ TEST(NavTime, endsTheFirstPassWhenAllIsKnown) {
   const NavRecord& record = decoder.record;
   EXPECT_EQ(record.Nano.value, kMinutes * kMinute);
   EXPECT_NEAR(record.Lat.value, 52, 1e-12);
-  EXPECT_EQ(record.Lat.flags, 2);
+  for (const bool written : {record.Nano.written, record.Lat.written, record.RxVersionId.written}) {
+    EXPECT_FALSE(written) << "laid in, not written by a packet";
+  }
+  EXPECT_EQ(record.Lat.flags, Lib::Flag::kProvisional);
   EXPECT_NEAR(record.Vu.value, 3, 1e-12);
   EXPECT_NEAR(record.Heading.value, 350, 1e-4);
   EXPECT_NEAR(record.Imu2VehHeading.value, 0.573, 1e-3);
-  EXPECT_EQ(record.Imu2VehRoll.flags, 2);
+  EXPECT_EQ(record.Imu2VehRoll.flags, Lib::Flag::kProvisional);
   EXPECT_EQ(record.TimeUtcOffset.value, 18);
   EXPECT_EQ(record.TimeUtcOffset.flags, 0);
   EXPECT_EQ(record.NanoFromInit.value, 10 * kMillisecond);
-  EXPECT_EQ(record.Ax.flags, 80);
+  EXPECT_EQ(record.Ax.flags, Lib::Flag::kReset);
 }
 
-TEST(NavTime, measuresTheOutputRate) {
+TEST(NavTimeTest, measuresTheOutputRate) {
   QuonDecoder decoder(false);
   timesOf(decoder, steadyTicks(101, 0, 20, 0));
   EXPECT_FALSE(decoder.record.OutputRegularRate.usable());
@@ -186,7 +189,7 @@ TEST(NavTime, measuresTheOutputRate) {
   decoder.wants.OutputRegularRate = false;
   decoder.settleWants();
   timesOf(decoder, {{4, 2040}});
-  EXPECT_EQ(decoder.record.OutputRegularRate.flags, 64);
+  EXPECT_EQ(decoder.record.OutputRegularRate.flags, Lib::Flag::kNotAvailable);
 }
 
 }  // namespace

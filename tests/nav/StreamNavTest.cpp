@@ -13,7 +13,7 @@ using Synth::NavPacket;
 constexpr Nano kStart = 1'400'000'000'000'000'000;
 constexpr Nano kHour = 3600 * Lib::kNanosPerSecond;
 
-/// A packet of a unit that has found its position; with `timed` it has a time, and its channel tells the minute.
+/// A packet of a unit that has found its position; with `timed` it has a time, and its channel has the minute.
 std::vector<std::uint8_t> packetAt(const Nav::NavProtocol& protocol, Nano time, bool timed = true) {
   NavPacket packet(protocol);
   packet.time(time).position(52, 1, 80);
@@ -37,7 +37,7 @@ void scan(Stream& stream, const std::vector<std::vector<std::uint8_t>>& packets,
   stream.endScan();
 }
 
-TEST(StreamNav, hasTimeWhereTheEndIsKnownOrLikely) {
+TEST(StreamNavTest, hasTimeWhereTheEndIsKnownOrLikely) {
   struct Case {
     const char* what;
     std::vector<Nano> times;  ///< Of timed packets, from the start; one without time follows.
@@ -54,7 +54,7 @@ TEST(StreamNav, hasTimeWhereTheEndIsKnownOrLikely) {
     StreamQuon stream({StreamCodec::Quon, ResourceKind::NavigationFile, 0});
     std::vector<std::vector<std::uint8_t>> packets;
     for (const Nano time : c.times) {
-      // The minute of a packet is told by the one before it.
+      // The minute of a packet comes with the one before it.
       if (time > kHour) packets.push_back(packetAt(Nav::kQuonProtocol, kStart + time));
       packets.push_back(packetAt(Nav::kQuonProtocol, kStart + time));
     }
@@ -68,26 +68,29 @@ TEST(StreamNav, hasTimeWhereTheEndIsKnownOrLikely) {
   }
 }
 
-TEST(StreamNav, keepsTheStartAsTheFirstPassFoundIt) {
+TEST(StreamNavTest, keepsTheStartAsTheFirstPassFoundIt) {
   StreamDask stream({StreamCodec::Dask, ResourceKind::NavigationFile, 0});
   std::vector<std::vector<std::uint8_t>> packets;
   for (int i = 0; i < 5; ++i) packets.push_back(packetAt(Nav::kDaskProtocol, kStart + i * 10'000'000));
   scan(stream, packets);
   const Sample lat = stream.firstValue("Lat");
-  EXPECT_EQ(lat.flags, 2);
+  EXPECT_EQ(lat.flags, Lib::Flag::kProvisional);
   EXPECT_NEAR(lat.as<double>(), 52, 1e-12);
-  EXPECT_EQ(stream.lastValue("Lat").flags, 66);  // the second pass did not want it
+  EXPECT_EQ(stream.lastValue("Lat").flags,
+            (Lib::Flag::kNotAvailable | Lib::Flag::kProvisional));  // the second pass did not want it
   EXPECT_EQ(stream.lastValue("TimeWeekCount").flags, 0);
-  EXPECT_EQ(stream.lastValue("NoSuchSignal").flags, 128);
+  EXPECT_EQ(stream.lastValue("NoSuchSignal").flags, Lib::Flag::kNeverWritten);
   std::string text;
   const Com::TaggedPacket* tag = stream.header().findHeader("{Kvex-StreamScan}");
   ASSERT_NE(tag, nullptr);
-  EXPECT_TRUE(tag->getText("StreamCodec", text) && text == "Dask");
-  EXPECT_TRUE(tag->getText("OutputRegularRate", text) && text.empty());
+  EXPECT_TRUE(tag->getText("StreamCodec", text));
+  EXPECT_EQ(text, "Dask");
+  EXPECT_TRUE(tag->getText("OutputRegularRate", text));
+  EXPECT_EQ(text, "");
   EXPECT_EQ(tag->values.size(), 13U);
 }
 
-TEST(StreamNav, passesOverRecordsOfOtherSizes) {
+TEST(StreamNavTest, passesOverRecordsOfOtherSizes) {
   const std::vector<std::uint8_t> quon = packetAt(Nav::kQuonProtocol, kStart);
   StreamDask dask({StreamCodec::Dask, ResourceKind::NavigationFile, 0});
   EXPECT_TRUE(dask.take(view(quon), Pass::Probe));
@@ -98,7 +101,7 @@ TEST(StreamNav, passesOverRecordsOfOtherSizes) {
   EXPECT_TRUE(stream.take(view(odd), Pass::Probe));
 }
 
-TEST(StreamNav, tellsTheSourceOfAStreamInARangeFile) {
+TEST(StreamNavTest, describesTheSourceOfAStreamInARangeFile) {
   StreamQuon stream({StreamCodec::Quon, ResourceKind::RangeFile, 5});
   Com::TaggedHeader header;
   header.addHeader(Com::TaggedPacket("{Kvex-Range}"));
@@ -113,9 +116,12 @@ TEST(StreamNav, tellsTheSourceOfAStreamInARangeFile) {
   scan(stream, packets, std::move(header));
   const Com::TaggedPacket* tag = stream.header().findHeader("{Kvex-Range}");
   std::string text;
-  EXPECT_TRUE(tag->getText("Provenance", text) && text == "UDP");
-  EXPECT_TRUE(tag->getText("Address.IPv4", text) && text == "192.168.0.10");
-  EXPECT_TRUE(tag->getText("Address.File", text) && text.empty());
+  EXPECT_TRUE(tag->getText("Provenance", text));
+  EXPECT_EQ(text, "UDP");
+  EXPECT_TRUE(tag->getText("Address.IPv4", text));
+  EXPECT_EQ(text, "192.168.0.10");
+  EXPECT_TRUE(tag->getText("Address.File", text));
+  EXPECT_EQ(text, "");
   EXPECT_TRUE(stream.hasTime());
 }
 

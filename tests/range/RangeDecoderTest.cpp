@@ -12,10 +12,12 @@
 namespace Kvex::Rng {
 namespace {
 
+using namespace Lib::Flag;
 using Lib::Nano;
 using Synth::ChannelBytes;
 using Synth::RangePacket;
 
+constexpr int kResetFlags = kNeverWritten | kUntimed;
 constexpr Nano kSecond = 1'000'000'000;
 constexpr Nano kTime = 23'100'000 * 60 * kSecond + 5 * kSecond;
 
@@ -47,7 +49,7 @@ void expectField(const NavField<T>& field, int flags, std::type_identity_t<T> va
   EXPECT_EQ(field.value, value) << what;
 }
 
-TEST(RangeFrame, Checks) {
+TEST(RangeFrameTest, Checks) {
   const std::vector<std::uint8_t> good = [] {
     RangePacket packet(9, 8);
     const auto bytes = packet.put(4, 0xFF02F0, 3).bytes();
@@ -71,7 +73,7 @@ TEST(RangeFrame, Checks) {
   }
 }
 
-TEST(RangeDecoder, DropsPacketsWithoutATrace) {
+TEST(RangeDecoderTest, DropsPacketsWithoutATrace) {
   const RangePacket packets[] = {
       RangePacket::longForm(0, 4), RangePacket::longForm(5, 4),
       RangePacket::longForm(1, 5), RangePacket::longForm(1, 4, 49),
@@ -85,7 +87,7 @@ TEST(RangeDecoder, DropsPacketsWithoutATrace) {
   }
 }
 
-TEST(RangeDecoder, LongPacketsGainGroupsWithTheirLength) {
+TEST(RangeDecoderTest, LongPacketsGainGroupsWithTheirLength) {
   struct Group {
     std::size_t needs;
     NavField<double> RangeTarget::*field;
@@ -100,44 +102,58 @@ TEST(RangeDecoder, LongPacketsGainGroupsWithTheirLength) {
   for (std::size_t size = 50; size <= RangePacket::kFullLong; ++size) {
     Unit unit;
     unit.feed(unit.report(size));
-    for (const Group& group : kGroups) EXPECT_EQ((unit.t.*group.field).flags, size < group.needs ? 64 : 0) << size;
-    EXPECT_EQ(unit.t.FeatPointType.flags, size < 64 ? 64 : 32) << size;
-    EXPECT_EQ(unit.t.Range_SensorPointsDist2d[11].flags, size < 186 ? 64 : 0) << size;
+    for (const Group& group : kGroups)
+      EXPECT_EQ((unit.t.*group.field).flags, size < group.needs ? kNotAvailable : 0) << size;
+    EXPECT_EQ(unit.t.FeatPointType.flags, size < 64 ? kNotAvailable : kNoValue) << size;
+    EXPECT_EQ(unit.t.Range_SensorPointsDist2d[11].flags, size < 186 ? kNotAvailable : 0) << size;
   }
 }
 
-TEST(RangeDecoder, MarksAtTheEndsOfARange) {
+TEST(RangeDecoderTest, MarksAtTheEndsOfARange) {
   Unit unit;
   struct Case {
     std::uint32_t raw;
     int flags;
     double value;
   };
-  for (const Case& c : {Case{5000, 0, 5.0}, Case{0x7FFFFFFF, 8, 2147483.647}, Case{0x80000000, 64, 2147483.647},
-                        Case{0x80000001, 4, -2147483.647}, Case{0x08000000, 0, 134217.728}}) {
+  for (const Case& c :
+       {Case{5000, 0, 5.0}, Case{0x7FFFFFFF, kHigh, 2147483.647}, Case{0x80000000, kNotAvailable, 2147483.647},
+        Case{0x80000001, kLow, -2147483.647}, Case{0x08000000, 0, 134217.728}}) {
     unit.feed(unit.report().put(12, c.raw, 4));
     expectField(unit.t.RangeLon, c.flags, c.value, "RangeLon");
   }
   unit.feed(RangePacket::shortForm().time(kTime).put(8, 0x08000000, 4).put(36, 0xC0, 1));
-  expectField(unit.t.RangeLon, 64, 134217.728, "a short packet's own mark");
+  expectField(unit.t.RangeLon, kNotAvailable, 134217.728, "a short packet's own mark");
   expectField(unit.t.ModeStatus, 0, 0, "a short packet has no mode 3");
   unit.feed(unit.report().put(40, 0xC0, 1));
   expectField(unit.t.ModeStatus, 0, 3, "a long packet has");
 
   unit.feedChannel(16, ChannelBytes().putWord(0, 0).putWord(2, 65534).putWord(4, 65535).putWord(6, 1000));
-  expectField(unit.t.RangeLonStd, 4, 0.0, "RangeLonStd");
-  expectField(unit.t.RangeLatStd, 8, 65.534, "RangeLatStd");
-  expectField(unit.t.RangeVerStd, 64, 0.0, "RangeVerStd");
+  expectField(unit.t.RangeLonStd, kLow, 0.0, "RangeLonStd");
+  expectField(unit.t.RangeLatStd, kHigh, 65.534, "RangeLatStd");
+  expectField(unit.t.RangeVerStd, kNotAvailable, 0.0, "RangeVerStd");
   expectField(unit.t.RangeResStd, 0, 1.0, "RangeResStd");
   unit.feedChannel(18, ChannelBytes().putFloat(0, -1.0F).putFloat(4, std::nanf("")));
-  EXPECT_EQ(unit.t.AccelFilterFreq.flags, 64);
-  EXPECT_EQ(unit.t.AccelFilterZeta.flags, 64);
+  EXPECT_EQ(unit.t.AccelFilterFreq.flags, kNotAvailable);
+  EXPECT_EQ(unit.t.AccelFilterZeta.flags, kNotAvailable);
   unit.feedChannel(6, ChannelBytes().put(0, 0xFF0201, 3).put(3, 42, 3));
-  EXPECT_EQ(unit.body.OsVersion3.flags, 64);
+  EXPECT_EQ(unit.body.OsVersion3.flags, kNotAvailable);
   expectField(unit.body.OsScriptID, 0, 0x323430303030, "the text 000042");
 }
 
-TEST(RangeDecoder, AnotherFeatureMarksTheOldPoint) {
+TEST(RangeDecoderTest, AMarkAloneIsNoWrite) {
+  Unit unit;
+  unit.feed(unit.report());
+  EXPECT_TRUE(unit.t.RangeLon.written);
+  EXPECT_TRUE(unit.body.Nano.written);
+  unit.decoder.reset();
+  EXPECT_FALSE(unit.t.RangeLon.written);
+  unit.feed(unit.report().put(12, 0x80000000, 4));
+  EXPECT_FALSE(unit.t.RangeLon.written);
+  EXPECT_TRUE(unit.t.RangeLat.written);
+}
+
+TEST(RangeDecoderTest, AnotherFeatureMarksTheOldPoint) {
   Unit unit;
   const auto report = [&](std::uint16_t id) { return unit.report().put(61, 1, 1).put(62, id, 2); };
   struct Case {
@@ -145,8 +161,9 @@ TEST(RangeDecoder, AnotherFeatureMarksTheOldPoint) {
     bool channel;
     int idFlags, pointFlags;
   };
-  for (const Case& c : {Case{7, true, 0, 0}, Case{7, false, 0, 0}, Case{8, false, 0, 64}, Case{8, true, 0, 0},
-                        Case{0, false, 32, 64}, Case{65534, true, 32, 0}, Case{65535, false, 64, 64}}) {
+  for (const Case& c : {Case{7, true, 0, 0}, Case{7, false, 0, 0}, Case{8, false, 0, kNotAvailable},
+                        Case{8, true, 0, 0}, Case{0, false, kNoValue, kNotAvailable}, Case{65534, true, kNoValue, 0},
+                        Case{65535, false, kNotAvailable, kNotAvailable}}) {
     RangePacket packet = report(c.id);
     unit.feed(c.channel ? packet.channel(20, ChannelBytes().put(0, 10, 8)) : packet.channel(2, {}));
     EXPECT_EQ(unit.t.FeatPointId.flags, c.idFlags) << c.id;
@@ -154,7 +171,7 @@ TEST(RangeDecoder, AnotherFeatureMarksTheOldPoint) {
   }
 }
 
-TEST(RangeDecoder, CountersCountOn) {
+TEST(RangeDecoderTest, CountersCountOn) {
   Unit unit;
   for (const std::uint16_t raw : {65530, 5, 5, 4}) unit.feedChannel(3, ChannelBytes().putWord(0, raw));
   expectField(unit.t.WirelessChars, 0, 131076U, "two wraps");
@@ -164,18 +181,20 @@ TEST(RangeDecoder, CountersCountOn) {
     return wants;
   }());
   unit.feedChannel(3, ChannelBytes().putWord(0, 9));
-  expectField(unit.t.WirelessChars, 128, 0U, "unwanted");
+  expectField(unit.t.WirelessChars, kNeverWritten, 0U, "unwanted");
 }
 
-TEST(RangeDecoder, AddressesTellTheProvenance) {
+TEST(RangeDecoderTest, AddressesGiveTheProvenance) {
   constexpr std::uint32_t kHunt = 0x746E7568, kTgt1 = 0x31746774, kUdp = 0x0A02A8C0;
   struct Case {
     std::uint8_t mode;
     std::uint32_t target;
     int provenance, adr, address, ipv4, file;
   };
-  for (const Case& c : {Case{2, kUdp, 0, 0, 0, 0, 64}, Case{2, kTgt1, 16, 0, 0, 64, 0}, Case{2, 0, 18, 64, 64, 64, 64},
-                        Case{1, kUdp, 17, 0, 64, 64, 64}, Case{1, 0, 17, 64, 64, 64, 64}}) {
+  constexpr int kNone = kNotAvailable;
+  for (const Case& c : {Case{2, kUdp, 0, 0, 0, 0, kNone}, Case{2, kTgt1, 16, 0, 0, kNone, 0},
+                        Case{2, 0, 18, kNone, kNone, kNone, kNone}, Case{1, kUdp, 17, 0, kNone, kNone, kNone},
+                        Case{1, 0, 17, kNone, kNone, kNone, kNone}}) {
     Unit unit;
     unit.feed(unit.report()
                   .put(40, std::uint64_t{c.mode} << 6, 1)
@@ -190,13 +209,13 @@ TEST(RangeDecoder, AddressesTellTheProvenance) {
   }
 }
 
-TEST(RangeDecoder, FirmwareDateFromTheVersionText) {
+TEST(RangeDecoderTest, FirmwareDateFromTheVersionText) {
   struct Case {
     const char* text;
     int flags;
     std::uint32_t date;
   };
-  for (const Case& c : {Case{"200114.l", 0, 20200114}, Case{"20011", 64, 0}, Case{"20z?14", 0, 0}}) {
+  for (const Case& c : {Case{"200114.l", 0, 20200114}, Case{"20011", kNotAvailable, 0}, Case{"20z?14", 0, 0}}) {
     Unit unit;
     unit.feedChannel(1, ChannelBytes().putText(c.text));
     expectField(unit.body.DateFirmware, c.flags, c.date, c.text);
@@ -204,12 +223,12 @@ TEST(RangeDecoder, FirmwareDateFromTheVersionText) {
   }
 }
 
-TEST(RangeDecoder, PointsArriveInPieces) {
+TEST(RangeDecoderTest, PointsArriveInPieces) {
   const std::vector<Synth::OutlinePoint> points(30, {1.5, -2.5});
   Unit unit;
   unit.feed(RangePacket::polygon(1, 60, 20, points));
   expectField(unit.t.PolygonPointsUsed, 0, 24, "cut at the list");
-  EXPECT_EQ(unit.t.PolygonPointsLon[19].flags, 144);
+  EXPECT_EQ(unit.t.PolygonPointsLon[19].flags, kResetFlags);
   expectField(unit.t.PolygonPointsLon[20], 0, 1.5, "first of the piece");
   expectField(unit.t.PolygonPointsLat[23], 0, -2.5, "last of the list");
   unit.feed(RangePacket::polygon(1, 5, 200, points, {.full = true, .wide = true}));
@@ -229,12 +248,12 @@ TEST(RangeDecoder, PointsArriveInPieces) {
       expectField(b.Hunter_SensorPointsHeading[11], 0, 300.0, "Heading");
       expectField(b.Hunter_SensorPointsRangeMax[11], 0, 9.0, "RangeMax");
       expectField(b.Hunter_SensorPointsID[11], 0, 0x44434241, "ID");
-      EXPECT_EQ(b.Hunter_SensorPointsLon[9].flags, 144);
+      EXPECT_EQ(b.Hunter_SensorPointsLon[9].flags, kResetFlags);
     }
   }
 }
 
-TEST(RangeDecoder, SourcesAreListedOnce) {
+TEST(RangeDecoderTest, SourcesAreListedOnce) {
   Unit unit;
   const std::vector<std::uint8_t> inner(72);
   const auto feed = [&](std::uint32_t address, std::uint8_t port, std::size_t cut = 0) {
@@ -253,17 +272,17 @@ TEST(RangeDecoder, SourcesAreListedOnce) {
   }
 }
 
-TEST(RangeDecoder, WithoutTimeValuesAreUntimed) {
+TEST(RangeDecoderTest, WithoutTimeValuesAreUntimed) {
   Unit unit(false);
   unit.feed(unit.report().untimed().put(12, 5000, 4).put(62, 0, 2));
-  EXPECT_EQ(unit.body.Nano.flags, 64);
-  expectField(unit.t.RangeLon, 16, 5.0, "RangeLon");
-  expectField(unit.t.FeatPointId, 48, 0, "FeatPointId");
+  EXPECT_EQ(unit.body.Nano.flags, kNotAvailable);
+  expectField(unit.t.RangeLon, kUntimed, 5.0, "RangeLon");
+  expectField(unit.t.FeatPointId, kUntimed | kNoValue, 0, "FeatPointId");
   EXPECT_EQ(unit.t.RangeLon.stamp, 0);
-  EXPECT_EQ(unit.body.NanoFromStart.flags, 64);
+  EXPECT_EQ(unit.body.NanoFromStart.flags, kNotAvailable);
 }
 
-TEST(RangeTime, MinutesTurnOnAFallOfTheWord) {
+TEST(RangeTimeTest, MinutesTurnOnAFallOfTheWord) {
   struct Case {
     int from, to, minutes;
   };
@@ -276,7 +295,7 @@ TEST(RangeTime, MinutesTurnOnAFallOfTheWord) {
   }
 }
 
-TEST(RangeTime, PacketsAheadOfTheFirstTimeAreCountedBack) {
+TEST(RangeTimeTest, PacketsAheadOfTheFirstTimeAreCountedBack) {
   // 300 cycles of four targets without a minute; the offset to UTC comes late.
   constexpr int kCycles = 300;
   std::vector<RangePacket> packets;
@@ -299,6 +318,9 @@ TEST(RangeTime, PacketsAheadOfTheFirstTimeAreCountedBack) {
     const RangeBody& body = decoder.record().body;
     expectField(body.Nano, 0, kTime - 3 * kSecond, "laid in at the start");
     expectField(body.TimeUtcOffset, 0, 18, "laid in at the start");
+    for (const bool written : {body.Nano.written, body.NanoFromStart.written, body.TimeUtcOffset.written}) {
+      EXPECT_FALSE(written);
+    }
     for (std::size_t i = 0; i < packets.size(); ++i) {
       decoder.feedRaw(packets[i].bytes());
       const auto cycle = static_cast<std::int64_t>(i / 4) - kCycles;
@@ -310,17 +332,17 @@ TEST(RangeTime, PacketsAheadOfTheFirstTimeAreCountedBack) {
   }
 }
 
-TEST(RangeTime, WithoutAMinuteThereIsNone) {
+TEST(RangeTimeTest, WithoutAMinuteThereIsNone) {
   RangeDecoder decoder;
   RangePacket packet = RangePacket::longForm(1, 4).time(kTime).channel(2, {});
   for (int i = 0; i < 5; ++i) EXPECT_EQ(decoder.feedRaw(packet.bytes()), RangeDecoder::Feed::Taken);
   decoder.reset();
   decoder.feedRaw(packet.bytes());
-  EXPECT_EQ(decoder.record().body.Nano.flags, 64);
+  EXPECT_EQ(decoder.record().body.Nano.flags, kNotAvailable);
   EXPECT_FALSE(decoder.clock().references().known());
 }
 
-TEST(RangeWants, RequirementsAreFollowedThrough) {
+TEST(RangeWantsTest, RequirementsAreFollowedThrough) {
   RangeWantTree wants;
   wants.wantAll(false);
   wants.targets[2][TargetGroup::IsoNearestTarPolyPtToHunPtPcX] = true;
@@ -335,7 +357,7 @@ TEST(RangeWants, RequirementsAreFollowedThrough) {
   EXPECT_FALSE(wants.body[BodyGroup::DevID]);
 }
 
-TEST(RangeDecoder, WantingLessChangesNoWantedValue) {
+TEST(RangeDecoderTest, WantingLessChangesNoWantedValue) {
   // The same chase with everything wanted and with one group of each kind; the ISO copies follow either way.
   Synth::RangeChase chase(3, kTime);
   RangeDecoder all, some;
@@ -366,12 +388,12 @@ TEST(RangeDecoder, WantingLessChangesNoWantedValue) {
     expectSame(all.record().body.TimeWeekSecond, some.record().body.TimeWeekSecond);
   }
   EXPECT_EQ(some.record().targets[1].Visible.flags, 0);
-  EXPECT_EQ(some.record().targets[1].IsoVrX.flags, 128) << "unwanted fields are marked once";
-  EXPECT_EQ(some.record().targets[0].RangeLon.flags, 128);
+  EXPECT_EQ(some.record().targets[1].IsoVrX.flags, kNeverWritten) << "unwanted fields are marked once";
+  EXPECT_EQ(some.record().targets[0].RangeLon.flags, kNeverWritten);
 }
 
 /// Packets of every type and length with wild contents, and a right check byte. The sanitizers judge.
-TEST(RangeDecoder, TakesAnyBytes) {
+TEST(RangeDecoderTest, TakesAnyBytes) {
   std::mt19937_64 random(1);
   Sto::StreamYeld stream({Lib::StreamCodec::Yeld, Sto::ResourceKind::Recording, 0});
   stream.takeHeader({}, {});

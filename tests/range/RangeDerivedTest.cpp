@@ -11,6 +11,8 @@
 namespace Kvex::Rng {
 namespace {
 
+using namespace Lib::Flag;
+
 constexpr double kTolerance = 1e-9;
 
 /// A state in which everything is wanted, at a known time, and no field holds a value yet.
@@ -67,7 +69,7 @@ struct Scene {
 
 void expectField(const NavField<double>& field, std::optional<double> expected, const char* what) {
   if (!expected) {
-    EXPECT_EQ(field.flags, 64) << what;
+    EXPECT_EQ(field.flags, kNotAvailable) << what;
     return;
   }
   EXPECT_EQ(field.flags, 0) << what;
@@ -75,7 +77,7 @@ void expectField(const NavField<double>& field, std::optional<double> expected, 
   EXPECT_NEAR(field.value, *expected, kTolerance) << what;
 }
 
-TEST(RangeDerived, RangesAndTimesToImpact) {
+TEST(RangeDerivedTest, RangesAndTimesToImpact) {
   constexpr std::nullopt_t kNone = std::nullopt;
   struct Case {
     const char* name;
@@ -107,7 +109,7 @@ TEST(RangeDerived, RangesAndTimesToImpact) {
   }
 }
 
-TEST(RangeDerived, RangeAtItsEndAndMissing) {
+TEST(RangeDerivedTest, RangeAtItsEndAndMissing) {
   Scene s;
   for (NavField<double>* field :
        {&s.t.RangeLat, &s.t.RangeRateLon, &s.t.RangeRateLat, &s.t.RangeAccLon, &s.t.RangeAccLat}) {
@@ -117,7 +119,9 @@ TEST(RangeDerived, RangeAtItsEndAndMissing) {
     std::uint8_t lonFlags;
     int range, angle, rate, time, acceleration;
   };
-  for (const Case& c : {Case{0, 0, 0, 0, 0, 0}, Case{8, 8, 12, 64, 64, 8}, Case{64, 64, 64, 64, 64, 64}}) {
+  for (const Case& c :
+       {Case{0, 0, 0, 0, 0, 0}, Case{kHigh, kHigh, kHigh | kLow, kNotAvailable, kNotAvailable, kHigh},
+        Case{kNotAvailable, kNotAvailable, kNotAvailable, kNotAvailable, kNotAvailable, kNotAvailable}}) {
     Scene::put(s.t.RangeLon, 0.0, c.lonFlags);
     deriveRanges(s.state, 0);
     deriveMotion(s.state, 0);
@@ -131,7 +135,7 @@ TEST(RangeDerived, RangeAtItsEndAndMissing) {
   }
 }
 
-TEST(RangeDerived, TimesToImpactWithAcceleration) {
+TEST(RangeDerivedTest, TimesToImpactWithAcceleration) {
   struct Case {
     const char* name;
     double range, rate, acceleration;
@@ -142,14 +146,14 @@ TEST(RangeDerived, TimesToImpactWithAcceleration) {
   const Case cases[] = {
       {"both to come, the nearer one", 3, -4, 2, 0, 1.0, 0},
       {"acceleration too small to count", 4, -2, 0.04, 0, 2.0, 0},
-      {"neither rate nor acceleration", 4, 0.09, 0.04, 0, std::nullopt, 64},
+      {"neither rate nor acceleration", 4, 0.09, 0.04, 0, std::nullopt, kNotAvailable},
       {"touching", 4, -4, 2, 0, 2.0, 0},
-      {"turning away before the impact", 5, -4, 2, 0, std::nullopt, 64},
+      {"turning away before the impact", 5, -4, 2, 0, std::nullopt, kNotAvailable},
       {"one gone, one to come", -3, 2, 2, 0, 1.0, 0},
       {"one gone, one to come, decelerating", 3, 2, -2, 0, 3.0, 0},
       {"both gone, the nearer one", 3, 4, 2, 0, -1.0, 0},
       {"acceleration at its end", 3, -4, 327.67, 8, std::nullopt, 76},
-      {"acceleration not there", 3, -4, 2, 64, std::nullopt, 64},
+      {"acceleration not there", 3, -4, 2, kNotAvailable, std::nullopt, kNotAvailable},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -160,11 +164,11 @@ TEST(RangeDerived, TimesToImpactWithAcceleration) {
     deriveMotion(s.state, 0);
     EXPECT_EQ(s.t.TimeToImpactwALat.flags, c.flags);
     EXPECT_NEAR(s.t.TimeToImpactwALat.value, c.time.value_or(0.0), kTolerance);
-    EXPECT_EQ(s.t.TimeToImpactwALon.flags, 64);
+    EXPECT_EQ(s.t.TimeToImpactwALon.flags, kNotAvailable);
   }
 }
 
-TEST(RangeDerived, AnglesBetweenFrames) {
+TEST(RangeDerivedTest, AnglesBetweenFrames) {
   struct Case {
     double hunter, target, pitch, heading, relPitch;
   };
@@ -182,8 +186,8 @@ TEST(RangeDerived, AnglesBetweenFrames) {
   }
   Scene s;
   s.head(10, 20);
-  s.body.Hunter_Heading.flags = 64;
-  s.body.Hunter_Pitch.flags = 64;
+  s.body.Hunter_Heading.flags = kNotAvailable;
+  s.body.Hunter_Pitch.flags = kNotAvailable;
   deriveGeometry(s.state, 0);
   expectField(s.body.Range_Ned2RangeHeading, std::nullopt, "Range_Ned2RangeHeading");
   expectField(s.body.Hunter_Range2HunterRoll, std::nullopt, "Hunter_Range2HunterRoll");
@@ -191,7 +195,21 @@ TEST(RangeDerived, AnglesBetweenFrames) {
   expectField(s.t.Hunter2TargetRelHeading, std::nullopt, "Hunter2TargetRelHeading");
 }
 
-TEST(RangeDerived, LocalAnglesAndYawsAroundTheTurn) {
+TEST(RangeDerivedTest, EachCopyIntoIsoAxesIsAWrite) {
+  Scene s;
+  s.head(10.0, 20.0);
+  Scene::put(s.t.RangeLat, 5.0, kHigh);
+  s.state.record.clearWritten();
+  deriveGeometry(s.state, 0);
+  EXPECT_TRUE(s.t.IsoPrY.written);
+  EXPECT_EQ(s.t.IsoPrY.flags, kLow);
+  EXPECT_TRUE(s.t.IsoPrX.written) << "of a value that is not there";
+  EXPECT_TRUE(s.t.IsoYaw.written);
+  EXPECT_TRUE(s.t.IsoPolygonPointsPcX[23].written);
+  EXPECT_FALSE(s.t.RangeLat.written);
+}
+
+TEST(RangeDerivedTest, LocalAnglesAndYawsAroundTheTurn) {
   struct Case {
     double reference, heading, localAngle, yaw, referenceYaw, localYaw;
   };
@@ -229,12 +247,12 @@ struct OutlineScene : Scene {
     head(0, 0);
     put(body.Hunter_RefHeading, 90.0);
     outlineHunter(100, 50, {{2, 1}, {2, -1}, {-2, -1}, {-2, 1}});
-    body.Hunter_PolygonPointsLat[2].flags = 64;
-    body.Hunter_PolygonPointsLon[3].flags = 4;
+    body.Hunter_PolygonPointsLat[2].flags = kNotAvailable;
+    body.Hunter_PolygonPointsLon[3].flags = kLow;
   }
 };
 
-TEST(RangeDerived, HunterInTheLocalFrame) {
+TEST(RangeDerivedTest, HunterInTheLocalFrame) {
   OutlineScene s;
   Scene::put(s.t.HunterPosX, 10.0);
   Scene::put(s.t.HunterPosY, 20.0);
@@ -252,12 +270,12 @@ TEST(RangeDerived, HunterInTheLocalFrame) {
   expectField(xs[1], 99, "left of the hunter");
   expectField(xs[2], std::nullopt, "missing");
   EXPECT_NEAR(xs[3].value, 101, kTolerance);
-  EXPECT_EQ(xs[3].flags, 4);
-  EXPECT_EQ(ys[3].flags, 4);
+  EXPECT_EQ(xs[3].flags, kLow);
+  EXPECT_EQ(ys[3].flags, kLow);
   expectField(ys[4], std::nullopt, "beyond the points in use");
   expectField(s.t.PolygonPointsPosX[0], std::nullopt, "no outline of the target");
 
-  EXPECT_EQ(s.body.Hunter_IsoPolygonPointsPcX[3].flags, 8);
+  EXPECT_EQ(s.body.Hunter_IsoPolygonPointsPcX[3].flags, kHigh);
   EXPECT_EQ(s.body.Hunter_IsoPolygonPointsPcY[3].value, xs[3].value);
 
   // A pitch shortens what lies ahead as it is seen from above.
@@ -265,12 +283,12 @@ TEST(RangeDerived, HunterInTheLocalFrame) {
   deriveGeometry(s.state, 0);
   expectField(ys[0], 51, "ahead of the pitched hunter");
 
-  s.body.Hunter_PolygonOriginPosY.flags = 64;
+  s.body.Hunter_PolygonOriginPosY.flags = kNotAvailable;
   deriveGeometry(s.state, 0);
   expectField(xs[0], std::nullopt, "no origin");
 }
 
-TEST(RangeDerived, TargetOutlineTurnsWithTheTarget) {
+TEST(RangeDerivedTest, TargetOutlineTurnsWithTheTarget) {
   Scene s;
   s.head(10, 100);
   Scene::put(s.body.Hunter_RefHeading, 10.0);
@@ -280,7 +298,7 @@ TEST(RangeDerived, TargetOutlineTurnsWithTheTarget) {
   expectField(s.t.PolygonPointsPosY[0], 6, "ahead is down along Y");
 }
 
-TEST(RangeDerived, NearestPointsOnOutlines) {
+TEST(RangeDerivedTest, NearestPointsOnOutlines) {
   struct Case {
     std::uint8_t left, right;
     double scale;
@@ -311,7 +329,7 @@ struct ParkingScene : Scene {
   }
 };
 
-TEST(RangeDerived, Parking) {
+TEST(RangeDerivedTest, Parking) {
   ParkingScene s;
   const NavField<double>& distance = s.t.RelDistanceHunterCentreToTargetCentre;
   deriveGeometry(s.state, 0);
@@ -326,17 +344,17 @@ TEST(RangeDerived, Parking) {
 
   s.body.Hunter_PolygonPointsUsed.value = 2;
   deriveGeometry(s.state, 0);
-  EXPECT_EQ(distance.flags, 128);
+  EXPECT_EQ(distance.flags, kNeverWritten);
   expectField(s.t.RelHeadingDiff, 20, "needs no outline of the hunter");
 
   s.t.PolygonPointsUsed.value = 3;
   deriveGeometry(s.state, 0);
   EXPECT_EQ(s.t.StaticTargetType.value, 2);
-  EXPECT_EQ(s.t.RelHeadingDiff.flags, 128);
+  EXPECT_EQ(s.t.RelHeadingDiff.flags, kNeverWritten);
 }
 
 // The scan decodes nearly nothing: what nobody wants must cost it one marking per walk, and must not be worked out.
-TEST(RangeDerived, UnwantedGroupsAreMarkedOnce) {
+TEST(RangeDerivedTest, UnwantedGroupsAreMarkedOnce) {
   ParkingScene s;
   s.state.wants.wantAll(false);
   for (const int expected : {128, 144}) {
@@ -352,12 +370,12 @@ TEST(RangeDerived, UnwantedGroupsAreMarkedOnce) {
           s.body.Hunter_SensorRegionFarCentrePosY[11], s.t.RelHeadingDiff, s.t.IsoPolygonPointsPcX[23]}) {
       EXPECT_EQ(field.flags, expected);
     }
-    EXPECT_EQ(s.t.HunterRelLatDist.flags, 16) << "written whether wanted or not, here without a time";
+    EXPECT_EQ(s.t.HunterRelLatDist.flags, kUntimed) << "written whether wanted or not, here without a time";
   }
 }
 
 // Whatever a packet can bring must neither be read out of bounds nor lead to undefined arithmetic.
-TEST(RangeDerived, AbsurdValues) {
+TEST(RangeDerivedTest, AbsurdValues) {
   const double absurd[] = {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(), -1e308};
   for (const double value : absurd) {
     for (const std::int32_t used : {-1, 255}) {
@@ -374,8 +392,8 @@ TEST(RangeDerived, AbsurdValues) {
       deriveRanges(s.state, 0);
       deriveMotion(s.state, 0);
       deriveGeometry(s.state, 0);
-      EXPECT_EQ(s.t.NearestTarPolyPtToHunPtPosX.flags, 64);
-      EXPECT_EQ(s.body.Hunter_SensorPointsPosX[11].flags, 64);
+      EXPECT_EQ(s.t.NearestTarPolyPtToHunPtPosX.flags, kNotAvailable);
+      EXPECT_EQ(s.body.Hunter_SensorPointsPosX[11].flags, kNotAvailable);
     }
   }
 }

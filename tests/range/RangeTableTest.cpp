@@ -54,7 +54,7 @@ std::map<std::int32_t, Told> toldRows() {
   return rows;
 }
 
-TEST(RangeTable, RowsAreAsListed) {
+TEST(RangeTableTest, RowsAreAsListed) {
   EXPECT_EQ(rangeTable().count(), 818U);
   const std::map<std::int32_t, Told> rows = toldRows();
   std::map<std::string, std::set<std::size_t>> groups;
@@ -95,7 +95,7 @@ TEST(RangeTable, RowsAreAsListed) {
   EXPECT_EQ(groups.size(), 4U * 41 + 63);
 }
 
-TEST(RangeTable, TargetRowsReadTheirOwnBlock) {
+TEST(RangeTableTest, TargetRowsReadTheirOwnBlock) {
   Rng::RangeRecord record;
   for (std::size_t target = 0; target < Rng::kTargets; ++target) {
     record.targets[target].RangeLon = {.flags = 0, .value = static_cast<double>(target)};
@@ -110,7 +110,7 @@ TEST(RangeTable, TargetRowsReadTheirOwnBlock) {
   }
 }
 
-TEST(RangeTable, ValueTexts) {
+TEST(RangeTableTest, ValueTexts) {
   struct Case {
     const char* name;
     std::uint64_t raw;

@@ -1,9 +1,9 @@
-#include "tables/TableNames.h"
-
-#include <gtest/gtest.h>
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
+
+#include "tables/TableNames.h"
 
 namespace Kvex::Sto {
 namespace {

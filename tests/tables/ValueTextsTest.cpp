@@ -13,7 +13,7 @@ Sample sampleOf(T value) {
   return sample;
 }
 
-TEST(ValueTexts, EachFormOfAValue) {
+TEST(ValueTextsTest, EachFormOfAValue) {
   struct Case {
     decltype(SignalInfo::valueText) form;
     Sample value;

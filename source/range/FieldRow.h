@@ -49,14 +49,14 @@ inline std::int64_t readRaw(ByteView bytes, std::size_t offset, Raw form) {
 }
 
 /// Raw values that stand for something else than a number or for the end of a range; bits to be combined.
-namespace Mark {
+namespace Marker {
 inline constexpr std::uint8_t kNone = 1;     ///< Lowest signed or highest unsigned: no value.
 inline constexpr std::uint8_t kEnds = 2;     ///< Signed, next to lowest and highest: low and high end of the range.
 inline constexpr std::uint8_t kTop = 4;      ///< Unsigned, next to highest: high end of the range.
 inline constexpr std::uint8_t kZeroLow = 8;  ///< 0: low end of the range.
 inline constexpr std::uint8_t kZeroNoValue = 16;  ///< 0: stored as the sign of "no value from the device".
 inline constexpr std::uint8_t kShortNone = 32;    ///< 0x08000000: no value, in some 32-bit fields of short packets.
-}  // namespace Mark
+}  // namespace Marker
 
 /// What a raw number is multiplied by, in this order.
 struct Scale {
@@ -76,29 +76,29 @@ inline constexpr Scale kCentidegree{0.000174532925199433, 57.29577951308232};
 struct Reading {
   Raw form;
   Scale scale;
-  std::uint8_t marks = Mark::kNone;  ///< Bits of `Mark`.
+  std::uint8_t markers = Marker::kNone;  ///< Bits of `Marker`.
 };
 
 /// Whether the raw number is the mark for "no value".
 constexpr bool isNone(std::int64_t raw, const Reading& reading) {
   const unsigned bits = 8 * widthOf(reading.form);
   const std::int64_t none = isSigned(reading.form) ? -(std::int64_t{1} << (bits - 1)) : (std::int64_t{1} << bits) - 1;
-  return ((reading.marks & Mark::kNone) != 0 && raw == none) ||
-         ((reading.marks & Mark::kShortNone) != 0 && raw == 0x08000000);
+  return ((reading.markers & Marker::kNone) != 0 && raw == none) ||
+         ((reading.markers & Marker::kShortNone) != 0 && raw == 0x08000000);
 }
 
 /// The flags that a raw number adds to the value written from it.
 constexpr std::uint8_t endFlags(std::int64_t raw, const Reading& reading) {
   const unsigned bits = 8 * widthOf(reading.form);
-  if ((reading.marks & Mark::kEnds) != 0) {
+  if ((reading.markers & Marker::kEnds) != 0) {
     const std::int64_t high = (std::int64_t{1} << (bits - 1)) - 1;
     if (raw == high) return Lib::Flag::kHigh;
     if (raw == -high) return Lib::Flag::kLow;
   }
-  if ((reading.marks & Mark::kTop) != 0 && raw == (std::int64_t{1} << bits) - 2) return Lib::Flag::kHigh;
+  if ((reading.markers & Marker::kTop) != 0 && raw == (std::int64_t{1} << bits) - 2) return Lib::Flag::kHigh;
   if (raw == 0) {
-    if ((reading.marks & Mark::kZeroLow) != 0) return Lib::Flag::kLow;
-    if ((reading.marks & Mark::kZeroNoValue) != 0) return Lib::Flag::kNoValue;
+    if ((reading.markers & Marker::kZeroLow) != 0) return Lib::Flag::kLow;
+    if ((reading.markers & Marker::kZeroNoValue) != 0) return Lib::Flag::kNoValue;
   }
   return 0;
 }
@@ -153,43 +153,43 @@ class FieldList {
 
 /// Fields that follow one another in a packet, all read in the same way and wanted together.
 template <class Block>
-struct FieldRun {
-  constexpr FieldRun(GroupOf<Block> wantGroup, std::uint8_t firstOffset, Reading howToRead, FieldList<Block> members,
+struct FieldRow {
+  constexpr FieldRow(GroupOf<Block> wantGroup, std::uint8_t firstOffset, Reading howToRead, FieldList<Block> members,
                      std::uint8_t packetLength = 0)
       : group(wantGroup), offset(firstOffset), needs(packetLength), reading(howToRead), fields(members) {}
 
   GroupOf<Block> group;
   std::uint8_t offset;  ///< Of the first field.
-  std::uint8_t needs;   ///< Length that a packet must have to hold the run; 0 where every packet does.
+  std::uint8_t needs;   ///< Length that a packet must have to hold the row; 0 where every packet does.
   Reading reading;
   FieldList<Block> fields;
 };
 
-/// Runs of `Block`, a `RangeTarget` or the `RangeBody`.
+/// Rows of `Block`, a `RangeTarget` or the `RangeBody`.
 template <class Block>
-using FieldRuns = std::span<const FieldRun<Block>>;
+using FieldRows = std::span<const FieldRow<Block>>;
 
-/// Reads the runs from a packet or from a channel's data: fields of a run that nobody wants are marked as never
-/// written, those of a run that the packet is too short for as not available.
+/// Reads the rows from a packet or from a channel's data: fields of a row that nobody wants are marked as never
+/// written, those of a row that the packet is too short for as not available.
 template <class Block>
-void readRuns(const RangeState& state, Block& block, const WantSet<GroupOf<Block>>& wants, FieldRuns<Block> runs,
+void readRows(const RangeState& state, Block& block, const WantSet<GroupOf<Block>>& wants, FieldRows<Block> rows,
               ByteView bytes) {
-  for (const FieldRun<Block>& run : runs) {
-    const bool wanted = wants[run.group];
+  for (const FieldRow<Block>& row : rows) {
+    const bool wanted = wants[row.group];
     if (!wanted && !state.markUnwanted) continue;
-    const bool present = wanted && bytes.size() >= run.needs;
-    std::size_t offset = run.offset;
-    for (const auto& member : run.fields) {
+    const bool present = wanted && bytes.size() >= row.needs;
+    std::size_t offset = row.offset;
+    for (const auto& member : row.fields) {
       std::visit(
           [&](auto field) {
             if (present) {
-              readField(state, block.*field, bytes, offset, run.reading);
+              readField(state, block.*field, bytes, offset, row.reading);
             } else {
               (block.*field).flags = wanted ? Lib::Flag::kNotAvailable : Lib::Flag::kNeverWritten;
             }
           },
           member);
-      offset += widthOf(run.reading.form);
+      offset += widthOf(row.reading.form);
     }
   }
 }

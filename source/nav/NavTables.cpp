@@ -102,7 +102,7 @@ class TableBuilder {
 };
 
 #define KVEX_LINE(Name, Type, Unit, Resolution, Group, Text, Description) \
-  { #Name, #Group, Lib::kValueTypeOf < Type>, 1, Unit, Resolution, textForm < Texts::k##Text##Names>(), Description }
+  signalLine<Type>(#Name, #Group, 1, Unit, Resolution, textForm<Texts::k##Text##Names>(), Description)
 
 void addReceiverRows(TableBuilder& builder) {
 #define KVEX_RECEIVER_SIGNAL(Name, Type, Unit, Resolution, Group, Source, Text, Tables, Description)     \

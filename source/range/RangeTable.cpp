@@ -63,11 +63,8 @@ void insertBody(SignalTable& table, const SignalLine& line) {
 
 SignalTable makeTable() {
   SignalTable table;
-#define KVEX_LINE(Name, Type, Count, Unit, Resolution, Group, Text, Description)                            \
-  {                                                                                                         \
-#Name, #Group, Lib::kValueTypeOf < Type>, Count, Unit, Resolution, textForm < Texts::k##Text##Names>(), \
-        Description                                                                                         \
-  }
+#define KVEX_LINE(Name, Type, Count, Unit, Resolution, Group, Text, Description) \
+  signalLine<Type>(#Name, #Group, Count, Unit, Resolution, textForm<Texts::k##Text##Names>(), Description)
 #define KVEX_TARGET_SIGNAL(Name, Type, Count, Unit, Resolution, Group, Text, Description) \
   insertTarget<&RangeTarget::Name, TargetGroup::Group>(                                   \
       table, KVEX_LINE(Name, Type, Count, Unit, Resolution, Group, Text, Description));

@@ -50,6 +50,13 @@ struct SignalLine {
   const char* description;
 };
 
+/// A line whose values are of type `T`.
+template <class T>
+constexpr SignalLine signalLine(const char* name, const char* group, std::uint32_t count, const char* unit,
+                                double resolution, const TextForm& text, const char* description) {
+  return {name, group, Lib::kValueTypeOf<T>, count, unit, resolution, text, description};
+}
+
 /// The row of a line; its binding to a record is still to come.
 inline SignalRow rowOf(const SignalLine& line) {
   SignalRow row;

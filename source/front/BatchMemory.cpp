@@ -10,7 +10,7 @@ namespace Kvex::Front {
 namespace {
 
 constexpr std::size_t kAlignment = 64;
-constexpr std::size_t kCacheBytes = std::size_t{256} * 1024;
+constexpr std::size_t kCacheBytes = std::size_t{1024} * 1024;
 constexpr std::size_t kMaxBatchBytes = std::size_t{256} * 1024 * 1024;
 constexpr std::size_t kMinRows = 64;
 constexpr std::size_t kMaxRows = 8192;
@@ -22,7 +22,8 @@ std::size_t aligned(std::size_t bytes) {
 }
 
 std::size_t bitBytes(std::size_t bits) {
-  return aligned((bits + 7) / 8);
+  // Bits are written by words.
+  return aligned((bits + 7) / 8 + sizeof(std::uint64_t));
 }
 
 std::size_t sizeOf(ValueType type) {
@@ -80,6 +81,7 @@ BatchWriter::BatchWriter(std::string table, std::vector<Signal> signals, std::si
   columns_.resize(signals.size());
   for (std::size_t i = 0; i < signals.size(); ++i) {
     columns_[i].count = signals[i].count();
+    columns_[i].type = signals[i].type();
     if (signals[i].isArray()) lists_.push_back(&columns_[i]);
   }
   data_->table = std::move(table);
@@ -140,7 +142,7 @@ void BatchWriter::allocate() {
 }
 
 Batch BatchWriter::finish() {
-  const std::size_t rows = row_ + 1;
+  const std::size_t rows = rows_;
   data_->rows = rows;
   for (ColumnWriter* list : lists_) list->offsets[rows] = static_cast<std::int32_t>(list->children);
   for (std::size_t i = 0; i < columns_.size(); ++i) {
@@ -160,7 +162,7 @@ void BatchWriter::restart() {
     data_ = std::make_shared<BatchAccess::Data>(*data_);
     allocate();
   }
-  row_ = kNoRow;
+  rows_ = 0;
   for (ColumnWriter* list : lists_) list->children = 0;
 }
 

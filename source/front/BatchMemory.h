@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <kvex/Batch.h>
 #include <kvex/Options.h>
 #include <memory>
@@ -44,6 +45,9 @@ struct ColumnWriter {
   Nano* stamps = nullptr;         ///< Null unless asked for.
   std::size_t children = 0;       ///< Elements written to a list so far.
   std::uint32_t count = 1;        ///< Elements of the signal.
+  ValueType type = ValueType::None;
+
+  bool isList() const { return offsets != nullptr; }
 
   template <class T>
   void putValue(std::size_t place, T value, std::uint8_t valueFlags, Nano stamp) const {
@@ -58,15 +62,25 @@ struct ColumnWriter {
 
   /// Adds an element to the newest row of a list.
   template <class T>
-  void addElement(T value, std::uint8_t valueFlags, Nano stamp, bool sampled) {
+  void addElement(T value, bool sampled, bool valid, std::uint8_t valueFlags, Nano stamp) {
     const std::size_t place = children++;
     putValue(place, value, valueFlags, stamp);
-    if (!sampled) return;
     const auto bit = static_cast<std::uint8_t>(1U << (place & 7));
-    childPresent[place >> 3] |= bit;
-    if (usable(valueFlags)) childValidity[place >> 3] |= bit;
+    if (sampled) childPresent[place >> 3] |= bit;
+    if (valid) childValidity[place >> 3] |= bit;
   }
 };
+
+/// Sets bits of a bitmap from place `at` on: bit N of `bits` for place `at` + N. The bitmap has room for 64 more.
+inline void orBits(std::uint8_t* bitmap, std::size_t at, std::uint64_t bits) {
+  std::uint8_t* const first = bitmap + (at >> 3);
+  const unsigned shift = at & 7;
+  std::uint64_t word = 0;
+  std::memcpy(&word, first, sizeof word);
+  word |= bits << shift;
+  std::memcpy(first, &word, sizeof word);
+  if (shift != 0) first[8] |= static_cast<std::uint8_t>(bits >> (64 - shift));
+}
 
 /// Bytes that a row of these columns takes; bitmaps counted as whole bits, and a time counted in.
 std::size_t rowBytes(const std::vector<Signal>& signals, const ReadOptions& options);
@@ -74,23 +88,24 @@ std::size_t rowBytes(const std::vector<Signal>& signals, const ReadOptions& opti
 std::size_t batchRows(std::size_t bytesPerRow, const ReadOptions& options);
 
 /// Fills batches of one table, always in the same memory, except where a client still holds the last batch.
-/// Cells are written to `columns()` at `row()`, in bytes and bits as `ColumnBuffers` has them; what is not written is
+/// Cells are written to `columns()`, in bytes and bits as `ColumnBuffers` has them; what is not written is
 /// null. All bits of bitmaps and of bools are clear when a batch begins.
 class BatchWriter {
  public:
   BatchWriter(std::string table, std::vector<Signal> signals, std::size_t maxRows, const ReadOptions& options);
 
-  std::size_t row() const { return row_; }
-  bool empty() const { return row_ == kNoRow; }
-  /// Whether the newest row is the last one that has room.
-  bool full() const { return row_ + 1 == maxRows_; }
+  std::size_t rows() const { return rows_; }
+  /// Rows for which there is room.
+  std::size_t room() const { return maxRows_ - rows_; }
+  std::size_t maxRows() const { return maxRows_; }
+  bool hasLists() const { return !lists_.empty(); }
   std::vector<ColumnWriter>& columns() { return columns_; }
 
-  /// Goes to a new row. REQUIRES: not `full`.
+  /// Adds a row. REQUIRES: room for it.
   void beginRow(Nano time) {
-    ++row_;
-    times_[row_] = time;
-    for (ColumnWriter* list : lists_) list->offsets[row_] = static_cast<std::int32_t>(list->children);
+    times_[rows_] = time;
+    for (ColumnWriter* list : lists_) list->offsets[rows_] = static_cast<std::int32_t>(list->children);
+    ++rows_;
   }
 
   /// The rows so far, as a batch. Before the next row is written, `restart` is to be called.
@@ -99,15 +114,13 @@ class BatchWriter {
   void restart();
 
  private:
-  static constexpr std::size_t kNoRow = SIZE_MAX;
-
   void allocate();
 
   std::shared_ptr<BatchAccess::Data> data_;
   std::vector<ColumnWriter> columns_;
   std::vector<ColumnWriter*> lists_;
   Nano* times_ = nullptr;
-  std::size_t row_ = kNoRow;
+  std::size_t rows_ = 0;
   std::size_t maxRows_;
   std::size_t bitmapBytes_ = 0;  ///< At the start of the block: what `restart` clears.
   bool flags_;

@@ -35,15 +35,15 @@ void GridSource::subscribe(const std::vector<Signal>& signals) {
 
 bool GridSource::next(Batch& batch) {
   reading_.check();
-  if (!writer_.empty()) writer_.restart();
-  while (writer_.empty() || !writer_.full()) {
+  if (writer_.rows() > 0) writer_.restart();
+  while (writer_.room() > 0) {
     const std::optional<Nano> time = times_->next();
     if (!time) break;
     read(*time);
     writer_.beginRow(*time);
     writeRow();
   }
-  if (writer_.empty()) {
+  if (writer_.rows() == 0) {
     reading_.tell(1.0);
     return false;
   }
@@ -63,7 +63,7 @@ void GridSource::read(Nano time) {
 }
 
 void GridSource::writeRow() {
-  const std::size_t row = writer_.row();
+  const std::size_t row = writer_.rows() - 1;
   const std::size_t byte = row >> 3;
   const auto bit = static_cast<std::uint8_t>(1U << (row & 7));
   Lib::forEachType([&](auto tag) {
@@ -79,7 +79,7 @@ void GridSource::writeRow() {
       }
       column.validity[byte] |= bit;
       for (const Lib::Sample* end = sample + column.count; sample != end; ++sample) {
-        column.addElement(sample->as<T>(), sample->flags, sample->time, true);
+        column.addElement(sample->as<T>(), true, sample->usable(), sample->flags, sample->time);
       }
     }
   });

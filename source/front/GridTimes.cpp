@@ -73,27 +73,25 @@ class SampleTimes : public GridTimes {
     piece_.clear();
     next_ = 0;
     needsSeek_ = true;
-    NativeWalk walk(reading_, signals_);
-    std::uint64_t step = 0;
+    NativeWalk walk(reading_, signals_, NativeWalk::Detail::Value);
+    std::uint64_t blocks = 0;
     while (piece_.size() < kPieceTimes) {
-      if (!walk.step()) {
+      if (!walk.nextBlock()) {
         ended_ = true;
         break;
       }
-      bool sampled = false;
-      walk.visit([&](std::span<const NativeWalk::Use> uses, const auto& fields) { sampled |= isTimed(uses, fields); });
-      if (++step <= stepsDone_ || !sampled || (newest_ && walk.time() <= *newest_)) continue;
-      newest_ = walk.time();
-      piece_.push_back(*newest_);
+      if (++blocks <= blocksDone_) continue;
+      std::uint64_t steps = 0;
+      for (std::size_t i = 0; i < signals_.front().count(); ++i) steps |= walk.stepsOf(walk.elementOf(0) + i);
+      forEachStep(steps, [&](std::size_t step) {
+        const Nano time = walk.time(step);
+        if (newest_ && time <= *newest_) return;
+        newest_ = time;
+        piece_.push_back(time);
+      });
     }
-    stepsDone_ = step;
+    blocksDone_ = blocks;
     reading_.file().native.reset();
-  }
-
-  template <class Fields>
-  static bool isTimed(std::span<const NativeWalk::Use> uses, const Fields& fields) {
-    const auto timed = [](const auto& field) { return (field.flags & Flag::kUntimed) == 0; };
-    return uses.front().whole ? std::ranges::any_of(fields, timed) : timed(fields[uses.front().element]);
   }
 
   Reading& reading_;
@@ -101,7 +99,7 @@ class SampleTimes : public GridTimes {
   Span streamSpan_;
   std::vector<Nano> piece_;
   std::size_t next_ = 0;
-  std::uint64_t stepsDone_ = 0;
+  std::uint64_t blocksDone_ = 0;
   std::optional<Nano> newest_;
   bool needsSeek_ = true;
   bool ended_ = false;

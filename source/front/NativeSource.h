@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <vector>
 
 #include "front/BatchMemory.h"
@@ -25,42 +24,22 @@ class NativeSource : public ReaderAccess::Source {
   bool next(Batch& batch) override;
 
  private:
-  /// A table with the place of its newest row.
+  /// A table, with the steps of the walk's block in which any of its signals has a sample and which have no row yet.
   struct Table {
     BatchWriter writer;
-    std::uint64_t step = 0;  ///< The step that the newest row is of.
-    std::size_t row = 0;
-    std::size_t byte = 0;  ///< The row's place in bitmaps.
-    std::uint8_t bit = 0;
-  };
-  /// Where the samples of a signal asked for go.
-  struct Target {
-    ColumnWriter* column;
-    Table* table;
+    std::vector<std::size_t> elements;  ///< By column: its element in the walk, of a list the first one.
+    std::uint64_t waiting = 0;
   };
 
-  /// Reads until a table is full or the data ends.
-  void fill();
-  void beginRow(Table& table) {
-    table.writer.beginRow(walk_.time());
-    table.step = step_;
-    table.row = table.writer.row();
-    table.byte = table.row >> 3;
-    table.bit = static_cast<std::uint8_t>(1U << (table.row & 7));
-    if (table.writer.full()) anyFull_ = true;
-  }
-  template <class T>
-  void put(const Target& target, const Lib::NavField<T>& field);
-  template <class T>
-  void putList(const Target& target, std::span<const Lib::NavField<T>> fields);
+  bool readBlock();
+  /// Appends rows for the steps that wait, as far as there is room.
+  void append(Table& table);
 
   Reading reading_;
   NativeWalk walk_;
-  std::vector<std::unique_ptr<Table>> tables_;
-  std::vector<Target> targets_;  ///< By signal asked for.
+  std::vector<Table> tables_;
+  std::size_t current_ = 0;      ///< The tables before it have all rows of the block.
   Table* handedOver_ = nullptr;  ///< Its rows are with the client.
-  std::uint64_t step_ = 0;
-  bool anyFull_ = false;
   bool ended_ = false;
 };
 

@@ -9,48 +9,46 @@ namespace Kvex::Front {
 
 namespace {
 
-/// Steps between two looks at the progress.
-constexpr std::uint32_t kStepsPerReport = 4096;
+/// Blocks between two looks at the progress.
+constexpr std::uint32_t kBlocksPerReport = 64;
 
 }  // namespace
 
-NativeWalk::NativeWalk(Reading& reading, const std::vector<Signal>& signals)
+NativeWalk::NativeWalk(Reading& reading, const std::vector<Signal>& signals, Detail detail)
     : reading_(reading), span_{reading.options().start.value_or(INT64_MIN), reading.options().end.value_or(INT64_MAX)} {
   std::vector<Sto::SignalListing> listings;
-  std::vector<std::vector<Use>> uses;
+  std::vector<std::size_t> walkedAs;  // by place in the list asked for
   std::map<const SignalAccess::Data*, std::size_t> walked;
-  for (std::uint32_t asked = 0; asked < signals.size(); ++asked) {
-    const Signal& signal = signals[asked];
+  for (const Signal& signal : signals) {
     const SignalAccess::Data& data = SignalAccess::of(signal);
     const auto [place, isNew] = walked.emplace(&data, listings.size());
-    if (isNew) {
-      listings.push_back(data.listing);
-      uses.emplace_back();
-    }
-    uses[place->second].push_back({asked, signal.element().value_or(0), signal.isArray()});
+    if (isNew) listings.push_back(data.listing);
+    walkedAs.push_back(place->second);
   }
-  for (const std::vector<Use>& ofSignal : uses) {
-    firstUse_.push_back(static_cast<std::uint32_t>(uses_.size()));
-    uses_.insert(uses_.end(), ofSignal.begin(), ofSignal.end());
-  }
-  firstUse_.push_back(static_cast<std::uint32_t>(uses_.size()));
-
   OpenedFile& file = reading.file();
   const std::uint32_t streamId = signals.front().stream();
   const Stream& stream = file.streams[streamId];
   streamSpan_ = {stream.start(), stream.end()};
   file.native.reset();
-  file.native = file.store.openNative(streamId, listings);
+  file.native = file.store.openNative(streamId, listings, detail);
   reader_ = file.native.get();
+  for (std::size_t asked = 0; asked < signals.size(); ++asked) {
+    elements_.push_back(reader_->firstElement(walkedAs[asked]) + signals[asked].element().value_or(0));
+  }
 }
 
-bool NativeWalk::step() {
-  while (reader_->advance()) {
-    if (++steps_ % kStepsPerReport == 0) tell();
-    const Nano time = reader_->time();
-    if (time >= span_.start && time < span_.end) return true;
-    if (span_.end == INT64_MAX && time == INT64_MAX) return true;  // no end was asked for
-    reader_->visitSamples([](std::uint32_t, const auto&) {});
+bool NativeWalk::nextBlock() {
+  reading_.check();
+  while (reader_->readBlock()) {
+    if (++blocks_ % kBlocksPerReport == 0) tell();
+    steps_ = 0;
+    const std::span<const Nano> times = reader_->times();
+    for (std::size_t step = 0; step < times.size(); ++step) {
+      // The largest time lies behind any end but the one that nobody asked for.
+      const bool inside = times[step] >= span_.start && (times[step] < span_.end || span_.end == INT64_MAX);
+      steps_ |= std::uint64_t{inside} << step;
+    }
+    if (steps_ != 0) return true;
   }
   reading_.check();
   reading_.tell(1.0);
@@ -59,7 +57,7 @@ bool NativeWalk::step() {
 
 void NativeWalk::tell() {
   const double whole = static_cast<double>(streamSpan_.end) - static_cast<double>(streamSpan_.start);
-  const double done = static_cast<double>(reader_->time()) - static_cast<double>(streamSpan_.start);
+  const double done = static_cast<double>(time(0)) - static_cast<double>(streamSpan_.start);
   reading_.tell(whole > 0 ? std::min(done / whole, 0.999) : 0.0);
   reading_.check();
 }

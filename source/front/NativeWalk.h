@@ -1,54 +1,55 @@
 #pragma once
 
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <kvex/Signal.h>
 #include <span>
 #include <vector>
 
 #include "front/Reading.h"
-#include "library/NavField.h"
 #include "store/NativeReader.h"
 
 namespace Kvex::Front {
 
-/// The walk through one stream that gives all samples of some of its signals: what every reading but the grid consumes.
+/// Calls `visitor(step)` for each step of a set, bit N for step N, in order.
+template <class Visitor>
+void forEachStep(std::uint64_t steps, Visitor&& visitor) {
+  for (; steps != 0; steps &= steps - 1) visitor(static_cast<std::size_t>(std::countr_zero(steps)));
+}
+
+/// The walk through one stream that gives all samples of some of its signals, in blocks of steps: what every reading
+/// but the grid consumes.
 class NativeWalk {
  public:
-  /// What is asked of a signal of the walk.
-  struct Use {
-    std::uint32_t asked;    ///< The place in the list that was asked for.
-    std::uint32_t element;  ///< Of an array, where not `whole`.
-    bool whole;
-  };
+  using Detail = Sto::NativeReader::Detail;
 
   /// `signals`: those asked for, of one stream; a signal, its elements too, may be asked for several times.
-  NativeWalk(Reading& reading, const std::vector<Signal>& signals);
+  NativeWalk(Reading& reading, const std::vector<Signal>& signals, Detail detail);
 
-  /// Goes to the next step whose time is in the span asked for. False at the end of the data. Throws `Cancelled`.
-  bool step();
-  /// The time of the step.
-  Nano time() const { return reader_->time(); }
-
-  /// Calls `visitor(uses, fields)` for each signal that has a sample in the step, with what is asked of it. To be
-  /// called once after each step. An element of an array whose flags have `kUntimed` has no sample.
-  template <class Visitor>
-  void visit(Visitor&& visitor) {
-    reader_->visitSamples([&](std::uint32_t index, const auto& fields) { visitor(usesOf(index), fields); });
-  }
+  /// Goes to the next block that has steps in the span asked for. False at the end of the data. Throws `Cancelled` and
+  /// `Superseded`.
+  bool nextBlock();
+  /// The steps of the block whose times are in the span.
+  std::uint64_t steps() const { return steps_; }
+  Nano time(std::size_t step) const { return reader_->times()[step]; }
+  /// The samples of the block. `elementOf` has the place of what was asked for: a scalar, an element, or the first
+  /// element of an array, which the others follow.
+  const Sto::NativeReader& samples() const { return *reader_; }
+  std::size_t elementOf(std::size_t asked) const { return elements_[asked]; }
+  /// The steps in the span in which a scalar or element has a sample.
+  std::uint64_t stepsOf(std::size_t element) const { return reader_->samples(element) & steps_; }
 
  private:
-  std::span<const Use> usesOf(std::uint32_t index) const {
-    return {uses_.data() + firstUse_[index], uses_.data() + firstUse_[index + 1]};
-  }
   void tell();
 
   Reading& reading_;
   Sto::NativeReader* reader_ = nullptr;
-  std::vector<Use> uses_;
-  std::vector<std::uint32_t> firstUse_;  ///< By signal of the walk, and the end.
+  std::vector<std::size_t> elements_;  ///< By place in the list asked for.
   Span span_;
   Span streamSpan_;
-  std::uint32_t steps_ = 0;
+  std::uint64_t steps_ = 0;
+  std::uint32_t blocks_ = 0;
 };
 
 /// The signals of each stream, in the order in which the streams first come, with their places in the list.

@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <bit>
+#include <array>
 #include <cstring>
 #include <kvex/Error.h>
 #include <kvex/Overview.h>
@@ -32,18 +32,16 @@ T valueOf(std::uint64_t bytes) {
 }
 
 template <class Cell, class T>
-void addSample(Cell& cell, const Lib::NavField<T>& field) {
-  ++cell.samples;
-  if (!field.usable()) return;
-  const std::uint64_t bytes = bytesOf(field.value);
+void addUsable(Cell& cell, T value) {
+  const std::uint64_t bytes = bytesOf(value);
   if (cell.usable++ == 0) cell.first = bytes;
   cell.last = bytes;
-  if (!Front::isNumber(field.value)) return;
+  if (!Front::isNumber(value)) return;
   if (cell.numbers++ == 0) {
     cell.smallest = cell.largest = bytes;
-  } else if (field.value < valueOf<T>(cell.smallest)) {
+  } else if (value < valueOf<T>(cell.smallest)) {
     cell.smallest = bytes;
-  } else if (field.value > valueOf<T>(cell.largest)) {
+  } else if (value > valueOf<T>(cell.largest)) {
     cell.largest = bytes;
   }
 }
@@ -104,17 +102,24 @@ Overview OverviewAccess::read(Front::Reading& reading, std::vector<Signal> eleme
   data->span = span;
   data->cells.resize(slices * elements.size());
   for (const Front::StreamPart& part : Front::partsByStream(elements)) {
-    Front::NativeWalk walk(reading, part.signals);
+    Front::NativeWalk walk(reading, part.signals, Front::NativeWalk::Detail::Value);
     Slicer slicer(span, slices);
-    while (walk.step()) {
-      const std::size_t slice = slicer.sliceAt(walk.time());
-      walk.visit([&](std::span<const Front::NativeWalk::Use> uses, const auto& fields) {
-        for (const Front::NativeWalk::Use& use : uses) {
-          const auto& field = fields[use.element];
-          if ((field.flags & Flag::kUntimed) != 0) continue;
-          addSample(data->cells[part.places[use.asked] * slices + slice], field);
-        }
-      });
+    std::array<std::size_t, Sto::NativeReader::kBlockSteps> sliceOf{};
+    while (walk.nextBlock()) {
+      Front::forEachStep(walk.steps(), [&](std::size_t step) { sliceOf[step] = slicer.sliceAt(walk.time(step)); });
+      for (std::size_t asked = 0; asked < part.signals.size(); ++asked) {
+        const std::size_t element = walk.elementOf(asked);
+        Overview::Data::Cell* const cells = &data->cells[part.places[asked] * slices];
+        Lib::withType(part.signals[asked].type(), [&](auto tag) {
+          using T = typename decltype(tag)::Type;
+          const std::uint64_t usable = walk.samples().usableSamples(element);
+          Front::forEachStep(walk.stepsOf(element), [&](std::size_t step) {
+            Overview::Data::Cell& cell = cells[sliceOf[step]];
+            ++cell.samples;
+            if ((usable >> step & 1) != 0) addUsable(cell, walk.samples().template value<T>(element, step));
+          });
+        });
+      }
     }
   }
   data->signals = std::move(elements);

@@ -1,5 +1,7 @@
 #include "front/SignalStatistics.h"
 
+#include <bit>
+
 #include "front/NativeWalk.h"
 #include "front/Tally.h"
 
@@ -8,20 +10,33 @@ namespace Kvex::Front {
 namespace {
 
 template <class T>
-void addSample(Statistics& tally, Nano time, const Lib::NavField<T>& field) {
-  if (tally.samples++ == 0) tally.firstTime = time;
-  tally.lastTime = time;
-  if (!field.usable()) return;
-  const Value value(field.value, field.stamp, field.flags);
+void addUsable(Statistics& tally, T number, Nano stamp, std::uint8_t flags) {
+  const Value value(number, stamp, flags);
   if (tally.usable++ == 0) {
     tally.first = value;
-  } else if (!same(tally.last.get<T>(), field.value)) {
+  } else if (!same(tally.last.get<T>(), number)) {
     ++tally.changes;
   }
   tally.last = value;
-  if (!isNumber(field.value)) return;
-  if (tally.smallest.type() == ValueType::None || field.value < tally.smallest.get<T>()) tally.smallest = value;
-  if (tally.largest.type() == ValueType::None || field.value > tally.largest.get<T>()) tally.largest = value;
+  if (!isNumber(number)) return;
+  if (tally.smallest.type() == ValueType::None || number < tally.smallest.get<T>()) tally.smallest = value;
+  if (tally.largest.type() == ValueType::None || number > tally.largest.get<T>()) tally.largest = value;
+}
+
+/// Adds the samples of a block.
+void addBlock(Statistics& tally, const NativeWalk& walk, std::size_t element) {
+  const std::uint64_t steps = walk.stepsOf(element);
+  if (steps == 0) return;
+  const Sto::NativeReader& samples = walk.samples();
+  if (tally.samples == 0) tally.firstTime = walk.time(static_cast<std::size_t>(std::countr_zero(steps)));
+  tally.lastTime = walk.time(static_cast<std::size_t>(std::bit_width(steps) - 1));
+  tally.samples += static_cast<std::uint64_t>(std::popcount(steps));
+  Lib::withType(tally.signal.type(), [&](auto tag) {
+    using T = typename decltype(tag)::Type;
+    forEachStep(steps & samples.usableSamples(element), [&](std::size_t step) {
+      addUsable(tally, samples.value<T>(element, step), samples.stamp(element, step), samples.flags(element, step));
+    });
+  });
 }
 
 void settleRate(Statistics& tally) {
@@ -47,14 +62,11 @@ std::vector<Statistics> readStatistics(Reading& reading, const std::vector<Signa
   tallies.reserve(elements.size());
   for (const Signal& element : elements) tallies.push_back({.signal = element});
   for (const StreamPart& part : partsByStream(elements)) {
-    NativeWalk walk(reading, part.signals);
-    while (walk.step()) {
-      walk.visit([&](std::span<const NativeWalk::Use> uses, const auto& fields) {
-        for (const NativeWalk::Use& use : uses) {
-          const auto& field = fields[use.element];
-          if ((field.flags & Flag::kUntimed) == 0) addSample(tallies[part.places[use.asked]], walk.time(), field);
-        }
-      });
+    NativeWalk walk(reading, part.signals, NativeWalk::Detail::FlagsAndStamp);
+    while (walk.nextBlock()) {
+      for (std::size_t asked = 0; asked < part.signals.size(); ++asked) {
+        addBlock(tallies[part.places[asked]], walk, walk.elementOf(asked));
+      }
     }
   }
   for (Statistics& tally : tallies) settleRate(tally);

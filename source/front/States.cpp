@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <bit>
 #include <kvex/States.h>
 #include <utility>
 
@@ -20,7 +21,9 @@ ReadOptions wholeStream(ReadOptions options) {
 
 States::Source::Source(std::shared_ptr<Front::OpenedFile> file, const Signal& signal, const ReadOptions& options)
     : reading_(std::move(file), wholeStream(options)),
-      walk_(reading_, {signal}),
+      walk_(reading_, {signal}, Front::NativeWalk::Detail::FlagsAndStamp),
+      type_(signal.type()),
+      element_(walk_.elementOf(0)),
       span_{options.start.value_or(INT64_MIN), options.end.value_or(INT64_MAX)},
       streamEnd_(reading_.file().streams[signal.stream()].end()) {}
 
@@ -34,33 +37,44 @@ bool States::Source::next(State& state) {
 }
 
 std::optional<State> States::Source::readState() {
-  while (!ended_) {
-    if (!walk_.step()) {
-      ended_ = true;
-      if (!current_) return std::nullopt;
-      current_->to = std::max(current_->from, streamEnd_);
-      return std::exchange(current_, std::nullopt);
+  for (;;) {
+    while (steps_ != 0) {
+      const auto step = static_cast<std::size_t>(std::countr_zero(steps_));
+      steps_ &= steps_ - 1;
+      if (std::optional<State> done = take(step)) return done;
     }
-    std::optional<State> done;
-    walk_.visit([&](std::span<const Front::NativeWalk::Use> uses, const auto& fields) {
-      const auto& field = fields[uses.front().element];
-      if ((field.flags & Flag::kUntimed) == 0) done = take(walk_.time(), field);
-    });
-    if (done) return done;
+    if (ended_) return std::nullopt;
+    if (walk_.nextBlock()) {
+      steps_ = walk_.stepsOf(element_);
+      continue;
+    }
+    ended_ = true;
+    if (current_) current_->to = std::max(current_->from, streamEnd_);
+    return std::exchange(current_, std::nullopt);
   }
-  return std::nullopt;
 }
 
-template <class T>
-std::optional<State> States::Source::take(Nano time, const Lib::NavField<T>& field) {
-  if (current_ && field.usable() && Front::same(current_->value.get<T>(), field.value)) {
+std::optional<State> States::Source::take(std::size_t step) {
+  const Sto::NativeReader& samples = walk_.samples();
+  Value value;
+  bool isSame = false;
+  if ((samples.usableSamples(element_) >> step & 1) != 0) {
+    Lib::withType(type_, [&](auto tag) {
+      using T = typename decltype(tag)::Type;
+      const T number = samples.value<T>(element_, step);
+      value = Value(number, samples.stamp(element_, step), samples.flags(element_, step));
+      isSame = current_ && Front::same(current_->value.get<T>(), number);
+    });
+  }
+  if (isSame) {
     ++current_->samples;
     return std::nullopt;
   }
+  const Nano time = walk_.time(step);
   std::optional<State> done = std::exchange(current_, std::nullopt);
   if (done) done->to = std::max(done->from, time);
-  if (field.usable()) {
-    current_ = State{.value = Value(field.value, field.stamp, field.flags), .from = time, .to = time, .samples = 1};
+  if (value.type() != ValueType::None) {
+    current_ = State{.value = value, .from = time, .to = time, .samples = 1};
   }
   return done;
 }

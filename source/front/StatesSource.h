@@ -20,13 +20,16 @@ class States::Source {
  private:
   /// Walks on until a state has ended; none at the end of the data.
   std::optional<State> readState();
-  template <class T>
-  std::optional<State> take(Nano time, const Lib::NavField<T>& field);
+  /// Takes a sample in. Gives the state that it ended.
+  std::optional<State> take(std::size_t step);
   /// Cuts a state to the span. False if nothing is left of it.
   bool cut(State& state) const;
 
   Front::Reading reading_;
   Front::NativeWalk walk_;
+  ValueType type_;
+  std::size_t element_;
+  std::uint64_t steps_ = 0;  ///< Those of the block that are still to be taken.
   Span span_;
   Nano streamEnd_;
   std::optional<State> current_;

@@ -14,6 +14,10 @@ template <class Decoder>
 class StreamNav : public RecordStream<Nav::NavRecord> {
  public:
   bool take(ByteView packet, Pass pass) final;
+  std::size_t takeStep(ByteView packet, std::size_t) final {
+    StreamNav::take(packet, Pass::Walk);
+    return packet.size();
+  }
   void reset() final { decoder_.finishScan(true); }
   void want(const std::vector<const SignalRow*>& rows) final;
   const Lib::NavField<Nano>& newestTime() const final { return decoder_.record.Nano; }

@@ -85,8 +85,9 @@ StoreStatus DataStore::readSamples(const SignalQuery& query, Nano time, std::vec
   return locked<Changing>([&] { return DataStoreImpl::readSamples(query, time, out); });
 }
 
-std::unique_ptr<NativeReader> DataStore::openNative(std::uint32_t streamId, std::span<const SignalListing> signals) {
-  return locked<Changing>([&] { return DataStoreImpl::openNative(streamId, signals); });
+std::unique_ptr<NativeReader> DataStore::openNative(std::uint32_t streamId, std::span<const SignalListing> signals,
+                                                    NativeReader::Detail detail) {
+  return locked<Changing>([&] { return DataStoreImpl::openNative(streamId, signals, detail); });
 }
 
 void DataStore::closeFiles() {

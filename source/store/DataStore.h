@@ -67,7 +67,8 @@ class DataStore : private DataStoreImpl {
   StoreStatus readSamples(const SignalQuery& query, Nano time, std::vector<Sample>& out);
   /// Reads all samples of signals of one Stream as the recording carried them; null for an unknown Stream or signal.
   /// While the reader lives, nobody may use the store; reading by time needs a new `seekAll` after it.
-  std::unique_ptr<NativeReader> openNative(std::uint32_t streamId, std::span<const SignalListing> signals);
+  std::unique_ptr<NativeReader> openNative(std::uint32_t streamId, std::span<const SignalListing> signals,
+                                           NativeReader::Detail detail);
 
   /// Closes the files of all Streams.
   void closeFiles();

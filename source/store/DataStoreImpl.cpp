@@ -305,8 +305,8 @@ StoreStatus DataStoreImpl::readSamples(const SignalQuery& query, Nano time, std:
   return {};
 }
 
-std::unique_ptr<NativeReader> DataStoreImpl::openNative(std::uint32_t streamId,
-                                                        std::span<const SignalListing> signals) {
+std::unique_ptr<NativeReader> DataStoreImpl::openNative(std::uint32_t streamId, std::span<const SignalListing> signals,
+                                                        NativeReader::Detail detail) {
   if (streamId >= streams_.size()) return nullptr;
   StoredStream& stored = streams_[streamId];
   std::vector<const SignalRow*> rows;
@@ -315,7 +315,7 @@ std::unique_ptr<NativeReader> DataStoreImpl::openNative(std::uint32_t streamId,
     if (row == nullptr) return nullptr;
     rows.push_back(row);
   }
-  return std::make_unique<NativeReader>(*stored.stream, stored.walker, rows, cancel_);
+  return std::make_unique<NativeReader>(*stored.stream, stored.walker, rows, detail, cancel_);
 }
 
 void DataStoreImpl::closeFiles() {

@@ -48,7 +48,8 @@ class DataStoreImpl {
   void clearSubscriptions();
   StoreStatus seekAll(Nano time);
   StoreStatus readSamples(const SignalQuery& query, Nano time, std::vector<Sample>& out);
-  std::unique_ptr<NativeReader> openNative(std::uint32_t streamId, std::span<const SignalListing> signals);
+  std::unique_ptr<NativeReader> openNative(std::uint32_t streamId, std::span<const SignalListing> signals,
+                                           NativeReader::Detail detail);
   void closeFiles();
 
   ProgressSource& progress() { return progress_; }

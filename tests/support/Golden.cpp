@@ -167,24 +167,38 @@ class Comparison {
     }
   }
 
-  /// A native sample of one element.
-  struct Shown {
-    std::uint32_t index;
-    std::uint32_t element;
-    std::int32_t streamId;
-    std::string name;
+  static std::uint64_t valueBytes(const Sto::NativeReader& reader, Lib::ValueType type, std::size_t element,
+                                  std::size_t step) {
     Sample sample;
-  };
+    Lib::withType(type, [&](auto tag) { sample.set(reader.value<typename decltype(tag)::Type>(element, step)); });
+    return sample.value;
+  }
 
-  template <class Fields>
-  static void addShown(std::vector<Shown>& step, const std::vector<Sto::SignalListing>& signals, std::uint32_t index,
-                   const Fields& fields) {
-    const Sto::SignalListing& signal = signals[index];
-    for (std::uint32_t element = 0; element < fields.size(); ++element) {
-      if ((fields[element].flags & Lib::Flag::kUntimed) != 0) continue;
-      Shown& shown = step.emplace_back(Shown{index, element, signal.streamId, signal.elementName(element), {}});
-      shown.sample.set(fields[element]);
+  /// False where the answers go another way, so that what follows cannot agree either.
+  bool compareStep(GzLines& lines, const std::vector<Sto::SignalListing>& signals, const Sto::NativeReader& reader,
+                   std::size_t step) {
+    const Nano time = reader.times()[step];
+    std::string line;
+    for (std::size_t row = 0; row < signals.size(); ++row) {
+      for (std::uint32_t i = 0; i < signals[row].count; ++i) {
+        const std::size_t element = reader.firstElement(row) + i;
+        if ((reader.samples(element) >> step & 1) == 0) continue;
+        Sample sample;
+        sample.type = signals[row].valueType;
+        sample.value = valueBytes(reader, signals[row].valueType, element, step);
+        sample.flags = reader.flags(element, step);
+        sample.time = reader.stamp(element, step);
+        if (!lines.next(line)) {
+          differences_.add("native answers end at " + std::to_string(time));
+          return false;
+        }
+        if (!compareLine(line, time, signals[row].streamId, signals[row].elementName(i), sample)) return false;
+        if (((reader.usableSamples(element) >> step & 1) != 0) != sample.usable()) {
+          differences_.add("a usable value is not marked as such: " + line);
+        }
+      }
     }
+    return true;
   }
 
   /// The named signals of a Stream, or all.
@@ -215,15 +229,10 @@ class Comparison {
     for (const json& stream : info_["streams"]) {
       if (stream["hasTime"] == false) continue;
       const std::vector<Sto::SignalListing> signals = namedSignals(stream["id"], names);
-      const auto reader = store_.openNative(stream["id"], signals);
-      std::vector<Shown> step;
-      while (reader->advance()) {
-        step.clear();
-        reader->visitSamples([&](std::uint32_t index, const auto& fields) { addShown(step, signals, index, fields); });
-        std::ranges::sort(step, {}, [](const Shown& shown) { return std::pair(shown.index, shown.element); });
-        for (const Shown& shown : step) {
-          if (!lines.next(line)) return differences_.add("native answers end at " + std::to_string(reader->time()));
-          if (!compareLine(line, reader->time(), shown.streamId, shown.name, shown.sample)) return;
+      const auto reader = store_.openNative(stream["id"], signals, Sto::NativeReader::Detail::FlagsAndStamp);
+      while (reader->readBlock()) {
+        for (std::size_t step = 0; step < reader->times().size(); ++step) {
+          if (!compareStep(lines, signals, *reader, step)) return;
         }
       }
     }

@@ -80,22 +80,6 @@ std::optional<std::size_t> unlikeness(std::string_view asked, std::string_view n
   return kBehindContained + distance;
 }
 
-/// The names that are nearest to a name or pattern that no signal has.
-std::vector<std::string> nearNames(std::string_view text, const std::vector<Signal>& signals) {
-  std::string asked = lowerCase(text);
-  std::erase_if(asked, [](char c) { return c == '*' || c == '?'; });
-  std::set<std::pair<std::size_t, std::string>> found;
-  for (const Signal& signal : signals) {
-    if (const auto unlike = unlikeness(asked, lowerCase(signal.name()))) found.emplace(*unlike, signal.name());
-  }
-  std::vector<std::string> names;
-  for (const auto& [unlike, name] : found) {
-    if (names.size() == kMaxSuggestions) break;
-    names.push_back(name);
-  }
-  return names;
-}
-
 std::string listed(const std::vector<std::string>& names) {
   std::string text;
   for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
@@ -179,7 +163,7 @@ void SignalFinder::failUnknown(std::string_view text) const {
   if (asked.stream && std::ranges::none_of(streams_, isAsked)) {
     failNoStream(*asked.stream);
   }
-  const std::vector<std::string> near = nearNames(asked.name, signals_);
+  const std::vector<std::string> near = nearNames(text, signals_);
   throw Error(ErrorCode::NoSuchSignal,
               "no signal matches " + quoted(text) + (near.empty() ? "" : "; did you mean " + listed(near) + '?'), path_,
               {}, near);
@@ -194,11 +178,10 @@ void SignalFinder::failNoStream(std::uint32_t id) const {
 }
 
 std::vector<Signal> SignalFinder::match(std::string_view pattern) const {
-  const QualifiedText asked(pattern);
   std::vector<Signal> found;
   for (const Signal& signal : signals_) {
     const SignalAccess::Data& data = SignalAccess::of(signal);
-    if (data.hasTime && data.named && asked.takes(signal) && globMatches(asked.name, signal.name())) {
+    if (data.hasTime && data.named && signal.matches(pattern)) {
       found.push_back(signal);
     }
   }
@@ -235,3 +218,29 @@ std::vector<Signal> SignalFinder::resolve(const SignalList& list) const {
 }
 
 }  // namespace Kvex::Front
+
+namespace Kvex {
+
+bool Signal::matches(std::string_view pattern) const {
+  const Front::QualifiedText asked(pattern);
+  return asked.takes(*this) && Front::globMatches(asked.name, name());
+}
+
+std::vector<std::string> nearNames(std::string_view text, const std::vector<Signal>& signals) {
+  std::string asked = Front::lowerCase(Front::QualifiedText(text).name);
+  std::erase_if(asked, [](char c) { return c == '*' || c == '?'; });
+  std::set<std::pair<std::size_t, std::string>> found;
+  for (const Signal& signal : signals) {
+    if (const auto unlike = Front::unlikeness(asked, Front::lowerCase(signal.name()))) {
+      found.emplace(*unlike, signal.name());
+    }
+  }
+  std::vector<std::string> names;
+  for (const auto& [unlike, name] : found) {
+    if (names.size() == Front::kMaxSuggestions) break;
+    names.push_back(name);
+  }
+  return names;
+}
+
+}  // namespace Kvex

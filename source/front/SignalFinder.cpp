@@ -4,6 +4,7 @@
 #include <charconv>
 #include <functional>
 #include <kvex/Error.h>
+#include <map>
 #include <numeric>
 #include <optional>
 #include <set>
@@ -179,10 +180,17 @@ void SignalFinder::failNoStream(std::uint32_t id) const {
 
 std::vector<Signal> SignalFinder::match(std::string_view pattern) const {
   std::vector<Signal> found;
+  // A name that a stream carries in several types stands at the place of its first row.
+  std::map<std::pair<std::uint32_t, std::string_view>, std::size_t> places;
   for (const Signal& signal : signals_) {
     const SignalAccess::Data& data = SignalAccess::of(signal);
-    if (data.hasTime && data.named && signal.matches(pattern)) {
+    if (!data.hasTime || !signal.matches(pattern)) continue;
+    const auto [place, isNew] =
+        places.emplace(std::pair(signal.stream(), std::string_view(signal.name())), found.size());
+    if (isNew) {
       found.push_back(signal);
+    } else if (data.named) {
+      found[place->second] = signal;
     }
   }
   return found;

@@ -114,7 +114,7 @@ VrelExit checkFile(const CheckOptions& options) {
 void addCheckCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<CheckOptions>();
   CLI::App* command =
-      addFileCommand(app, "check", "Read a whole file and tell whether data in it is damaged or lost", options->file);
+      addFileCommand(app, "check", "Read a whole file and report whether data in it is damaged or lost", options->file);
   command->add_flag("--json", options->json, "Write JSON");
   command->footer(
       "The last line says what the damage means for the data; times in it are seconds from the file's start.\n"

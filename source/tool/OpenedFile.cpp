@@ -16,7 +16,7 @@ VrelExit OpenedFile::exit() const {
 
 void OpenedFile::warnOfDamage() const {
   if (!file.damage().lost()) return;
-  fmt::print(stderr, "vrel: warning: data in \"{}\" was damaged or lost; \"vrel check\" tells what\n",
+  fmt::print(stderr, "vrel: warning: data in \"{}\" was damaged or lost; \"vrel check\" says what\n",
              printable(file.path()));
 }
 

@@ -54,7 +54,7 @@ VrelExit writeDemo(const SynthOptions& options) {
   const Nano length = Nano{options.seconds} * kNanosPerSecond;
   const auto barePackets = Synth::bareDemo(lowerExtension(options.output), options.seed, length);
   if (barePackets && !options.streams.empty()) {
-    throw Failure("--streams is for recordings; the ending of a bare file tells its protocol", VrelExit::WrongUsage);
+    throw Failure("--streams is for recordings; the ending of a bare file names its protocol", VrelExit::WrongUsage);
   }
   Output output(options.output);
   OutputStreambuf streambuf(output);

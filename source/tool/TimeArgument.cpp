@@ -57,7 +57,8 @@ std::optional<std::int64_t> nanosFromSeconds(std::string_view text) {
 
 Nano TimeArgument::from(Nano start) const {
   if (!relative) return nanos;
-  return nanos > INT64_MAX - start && start > 0 ? INT64_MAX : start + nanos;
+  Nano time = 0;
+  return __builtin_add_overflow(start, nanos, &time) ? INT64_MAX : time;
 }
 
 std::optional<TimeArgument> parseTimeArgument(std::string_view text) {

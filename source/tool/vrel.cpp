@@ -25,7 +25,7 @@ constexpr const char* kFooter =
     "  vrel synth demo.vrel\n"
     "  vrel info demo.vrel\n"
     "  vrel export demo.vrel --signal 'GnssInt1_*' -o positions.csv\n\n"
-    "\"vrel COMMAND --help\" tells more.";
+    "\"vrel COMMAND --help\" says more.";
 
 constexpr std::size_t kHelpColumn = 26;
 
@@ -33,7 +33,7 @@ constexpr std::size_t kHelpColumn = 26;
 VrelExit complain(const CLI::App& app, const CLI::ParseError& error) {
   std::string command = "vrel";
   for (const CLI::App* given : app.get_subcommands()) command += ' ' + given->get_name();
-  fmt::print(stderr, "vrel: {}\n\"{} --help\" tells how it is used.\n", printable(error.what()), command);
+  fmt::print(stderr, "vrel: {}\n\"{} --help\" says how it is used.\n", printable(error.what()), command);
   return VrelExit::WrongUsage;
 }
 

@@ -56,7 +56,7 @@ TEST(SignalChoiceTest, SaysWhatIsWrongWithAChoice) {
     SignalChoice choice;
     const char* message;
   } cases[] = {
-      {{{"AngleGradien"}, {}}, "no signal matches \"AngleGradien\"; did you mean AngleGradient?"},
+      {{{"ImuAxx"}, {0}}, "no signal matches \"ImuAxx\"; did you mean ImuAx, ImuAy, ImuAz?"},
       {{{"Nano", "0:Latitud"}, {0}}, "no signal matches \"0:Latitud\"; did you mean GnssInt1_Latitude?"},
       {{{"qqqqqq"}, {}}, "no signal matches \"qqqqqq\"; \"vrel signals\" lists the names"},
       {{{"\033"}, {}}, "no signal matches \"?\"; \"vrel signals\" lists the names"},

@@ -63,13 +63,13 @@ TEST(SamplesByRowTest, TakesEachSampleInItsPlace) {
 }
 
 /// The table of some signals of a file, cut to its first lines.
-std::string tableOf(const char* name, const SignalList& list, const TableStyle& style, int lines, bool native = true) {
+std::string tableOf(const char* name, const SignalList& list, const TableStyle& style, int lines) {
   File file(dataPath(name));
   const std::vector<Signal> signals = file.resolve(list);
   TableFormatter formatter(style, signals, file.span().start);
   fmt::memory_buffer buffer;
   formatter.appendHeader(buffer);
-  Reader reader = native ? file.native(signals, withStates()) : file.grid(signals, kNanosPerSecond, withStates());
+  Reader reader = file.native(signals, withStates());
   if (reader.next() && style.shape == TableShape::Wide) formatter.appendRows(buffer, reader.batch());
   if (style.shape == TableShape::Long) {
     std::vector<TableSample> samples;
@@ -124,10 +124,10 @@ TEST(TableFormatterTest, WritesEachStyle) {
 
 TEST(TableFormatterTest, TextsStandInPlaceOfValues) {
   const TableStyle texts{.valueTexts = true};
-  EXPECT_EQ(tableOf("quon_mode_mix_11.quon", "Nano", texts, 2, false),
-            "time,Nano [ns]\n1200000000620000000,2018-01-14 21:19:42.620\n");
+  EXPECT_EQ(tableOf("quon_triggers_11.quon", "Nano", texts, 2),
+            "time,Nano [ns]\n1199999998142808000,2018-01-14 21:19:40.142\n");
   const TableStyle json{.format = TableFormat::Ndjson, .shape = TableShape::Long, .valueTexts = true};
-  EXPECT_NE(tableOf("quon_mode_mix_11.quon", "Nano", json, 1).find("\"value\":\"2018-01-14 21:19:42.620\"}"),
+  EXPECT_NE(tableOf("quon_triggers_11.quon", "Nano", json, 1).find("\"value\":\"2018-01-14 21:19:40.142\"}"),
             std::string::npos);
 }
 

@@ -9,11 +9,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <kvex/File.h>
 #include <string>
 #include <vector>
 
-#include "codecs.h"
-#include "store/DataStore.h"
 #include "synth/DemoRecording.h"
 #include "tool/TableWriter.h"
 
@@ -23,70 +22,55 @@ using namespace Kvex;
 
 constexpr int kRuns = 7;
 constexpr std::size_t kSignals = 20;
-constexpr Lib::Nano kPeriod = Lib::kNanosPerSecond / 100;
+constexpr Nano kPeriod = kNanosPerSecond / 100;
 
 void writeRecording(const std::string& path, const Synth::DemoProtocol& protocol, std::int64_t seconds) {
   std::ofstream file(path, std::ios::binary);
   const Synth::DemoProtocol* const chosen[] = {&protocol};
   Synth::DemoRecording recording(file, chosen, 1);
-  for (std::int64_t step = 0; step < seconds * (Lib::kNanosPerSecond / Synth::DemoRecording::kStep); ++step) {
+  for (std::int64_t step = 0; step < seconds * (kNanosPerSecond / Synth::DemoRecording::kStep); ++step) {
     recording.writeStep();
   }
   recording.end();
 }
 
-/// The first stream of a file, with its first signals subscribed.
+/// The first stream of a file, with its first signals.
 class Walk {
  public:
-  explicit Walk(const std::string& path) : store_(Sto::StoreConfig{}, allCodecs()) {
-    std::vector<std::uint32_t> ids;
-    store_.addFile(path, ids);
-    store_.startTime(start_);
-    store_.endTime(end_);
-    std::vector<Sto::SignalListing> signals;
-    store_.visitStream(0, [&](const Sto::Stream& stream, const Sto::Resource&) { stream.listSignals(signals, ~0U); });
-    signals.resize(std::min(signals.size(), kSignals));
-    for (const Sto::SignalListing& signal : signals) {
-      store_.subscribe(Sto::kDirectMode, signal);
-      store_.addToQuery(query_, Sto::kDirectMode, signal);
-    }
-  }
-
-  /// Seconds that a walk takes with this done to each row of samples.
-  template <class Use>
-  double seconds(Use&& use) {
-    const auto before = std::chrono::steady_clock::now();
-    store_.seekAll(start_);
-    std::vector<Lib::Sample> samples;
-    for (Lib::Nano time = start_; time < end_; time += kPeriod) {
-      store_.readSamples(query_, time, samples);
-      use(time, samples);
-    }
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
+  explicit Walk(const std::string& path) : file_(path), signals_(file_.match("0:*")) {
+    signals_.resize(std::min(signals_.size(), kSignals), signals_.front());
   }
 
   double bareSeconds() {
-    return seconds([](Lib::Nano, const std::vector<Lib::Sample>&) {});
+    return seconds([&] {
+      for (const Batch& batch : file_.grid(signals_, kPeriod)) columns_ = batch.columns();
+    });
   }
 
   double exportSeconds() {
+    return seconds([&] {
+      Tool::Output output("/dev/null");
+      Tool::TableFormatter formatter({}, signals_, file_.span().start);
+      Tool::TableWriter table(output, formatter);
+      for (const Batch& batch : file_.grid(signals_, kPeriod, table.readOptions())) table.add(batch, 0);
+      table.finish();
+      output.finish();
+    });
+  }
+
+  std::size_t columns() const { return columns_; }
+
+ private:
+  template <class Work>
+  static double seconds(Work&& work) {
     const auto before = std::chrono::steady_clock::now();
-    Tool::Output output("/dev/null");
-    Tool::SampleFormatter formatter({}, query_, start_);
-    Tool::TableWriter table(output, formatter);
-    seconds([&](Lib::Nano time, const std::vector<Lib::Sample>& samples) { table.addRow(time, samples); });
-    table.finish();
-    output.finish();
+    work();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
   }
 
-  std::size_t columns() const { return query_.columns().size(); }
-
- private:
-  Sto::DataStore store_;
-  Sto::SignalQuery query_;
-  Lib::Nano start_ = 0;
-  Lib::Nano end_ = 0;
+  File file_;
+  std::vector<Signal> signals_;
+  std::size_t columns_ = 0;
 };
 
 double median(std::vector<double> values) {

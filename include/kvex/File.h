@@ -57,7 +57,8 @@ class File {
   /// no other has the name. Throws `NoSuchSignal`, `NoSuchStream` and `Ambiguous`, each with candidates.
   Signal signal(std::string_view text) const;
   /// The signals with values over time whose name matches a pattern as in a shell: "*" stands for any characters, "?"
-  /// for one, "[a-c]" and "[!a-c]" for one of a set; "2:Gnss*" for those of stream 2.
+  /// for one, "[a-c]" and "[!a-c]" for one of a set; "2:Gnss*" for those of stream 2. A name that a stream carries in
+  /// several types means the first of them, and stands at the place of the first in the list.
   std::vector<Signal> match(std::string_view pattern) const;
   /// The signals with values over time in which each of the words occurs, in name, description, unit or table, in any
   /// case: those first that have the words in their names.

@@ -35,6 +35,8 @@ class Signal {
   const std::string& name() const;
   /// "2:Lat": the stream's id and the name.
   std::string qualifiedName() const;
+  /// Whether a pattern as `File::match` takes it describes the signal, be there values over time or not.
+  bool matches(std::string_view pattern) const;
   ValueType type() const;
   /// Elements: 1 for a scalar and for one element, else the length of the array.
   std::uint32_t count() const;
@@ -88,6 +90,10 @@ class Signal {
   std::optional<std::uint32_t> element_;
   std::string elementName_;
 };
+
+/// Those names of the signals that are nearest to a name or pattern that describes none of them: at most five, the
+/// nearest first.
+std::vector<std::string> nearNames(std::string_view text, const std::vector<Signal>& signals);
 
 /// What a reading is asked for: signals, or texts that name them. A text is what `File::signal` takes, or a pattern as
 /// `File::match` takes it, which stands for all signals that match. Made in place: `{"2:Lat", "Lon"}`, a list of texts,

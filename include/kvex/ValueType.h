@@ -52,4 +52,18 @@ template <> struct CodeOf<std::int64_t> : std::integral_constant<ValueType, Valu
 template <class T>
 inline constexpr ValueType kValueTypeOf = Detail::CodeOf<T>::value;
 
+/// Calls `visitor(std::type_identity<T>())` for the C++ type `T` of a code. False, without a call, for a code that no
+/// value has.
+template <class Visitor>
+constexpr bool visitType(ValueType type, Visitor&& visitor) {
+  const auto visited = [&]<class... Ts>(std::type_identity<Ts>... types) {
+    return ((type == kValueTypeOf<Ts> && (visitor(types), true)) || ...);
+  };
+  return visited(std::type_identity<bool>(), std::type_identity<float>(), std::type_identity<double>(),
+                 std::type_identity<std::uint8_t>(), std::type_identity<std::uint16_t>(),
+                 std::type_identity<std::uint32_t>(), std::type_identity<std::uint64_t>(),
+                 std::type_identity<std::int8_t>(), std::type_identity<std::int16_t>(),
+                 std::type_identity<std::int32_t>(), std::type_identity<std::int64_t>());
+}
+
 }  // namespace Kvex

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <functional>
 #include <kvex/Error.h>
+#include <map>
 #include <numeric>
 #include <optional>
 #include <set>
@@ -78,22 +79,6 @@ std::optional<std::size_t> unlikeness(std::string_view asked, std::string_view n
   const std::size_t distance = editDistance(asked, name);
   if (distance * 3 > std::max(asked.size(), name.size())) return std::nullopt;
   return kBehindContained + distance;
-}
-
-/// The names that are nearest to a name or pattern that no signal has.
-std::vector<std::string> nearNames(std::string_view text, const std::vector<Signal>& signals) {
-  std::string asked = lowerCase(text);
-  std::erase_if(asked, [](char c) { return c == '*' || c == '?'; });
-  std::set<std::pair<std::size_t, std::string>> found;
-  for (const Signal& signal : signals) {
-    if (const auto unlike = unlikeness(asked, lowerCase(signal.name()))) found.emplace(*unlike, signal.name());
-  }
-  std::vector<std::string> names;
-  for (const auto& [unlike, name] : found) {
-    if (names.size() == kMaxSuggestions) break;
-    names.push_back(name);
-  }
-  return names;
 }
 
 std::string listed(const std::vector<std::string>& names) {
@@ -179,7 +164,7 @@ void SignalFinder::failUnknown(std::string_view text) const {
   if (asked.stream && std::ranges::none_of(streams_, isAsked)) {
     failNoStream(*asked.stream);
   }
-  const std::vector<std::string> near = nearNames(asked.name, signals_);
+  const std::vector<std::string> near = nearNames(text, signals_);
   throw Error(ErrorCode::NoSuchSignal,
               "no signal matches " + quoted(text) + (near.empty() ? "" : "; did you mean " + listed(near) + '?'), path_,
               {}, near);
@@ -194,12 +179,18 @@ void SignalFinder::failNoStream(std::uint32_t id) const {
 }
 
 std::vector<Signal> SignalFinder::match(std::string_view pattern) const {
-  const QualifiedText asked(pattern);
   std::vector<Signal> found;
+  // A name that a stream carries in several types stands at the place of its first row.
+  std::map<std::pair<std::uint32_t, std::string_view>, std::size_t> places;
   for (const Signal& signal : signals_) {
     const SignalAccess::Data& data = SignalAccess::of(signal);
-    if (data.hasTime && data.named && asked.takes(signal) && globMatches(asked.name, signal.name())) {
+    if (!data.hasTime || !signal.matches(pattern)) continue;
+    const auto [place, isNew] =
+        places.emplace(std::pair(signal.stream(), std::string_view(signal.name())), found.size());
+    if (isNew) {
       found.push_back(signal);
+    } else if (data.named) {
+      found[place->second] = signal;
     }
   }
   return found;
@@ -235,3 +226,29 @@ std::vector<Signal> SignalFinder::resolve(const SignalList& list) const {
 }
 
 }  // namespace Kvex::Front
+
+namespace Kvex {
+
+bool Signal::matches(std::string_view pattern) const {
+  const Front::QualifiedText asked(pattern);
+  return asked.takes(*this) && Front::globMatches(asked.name, name());
+}
+
+std::vector<std::string> nearNames(std::string_view text, const std::vector<Signal>& signals) {
+  std::string asked = Front::lowerCase(Front::QualifiedText(text).name);
+  std::erase_if(asked, [](char c) { return c == '*' || c == '?'; });
+  std::set<std::pair<std::size_t, std::string>> found;
+  for (const Signal& signal : signals) {
+    if (const auto unlike = Front::unlikeness(asked, Front::lowerCase(signal.name()))) {
+      found.emplace(*unlike, signal.name());
+    }
+  }
+  std::vector<std::string> names;
+  for (const auto& [unlike, name] : found) {
+    if (names.size() == Front::kMaxSuggestions) break;
+    names.push_back(name);
+  }
+  return names;
+}
+
+}  // namespace Kvex

@@ -67,7 +67,9 @@ std::vector<Signal> signalsOf(const Sto::Stream& stream, std::uint64_t file) {
     auto data = std::make_shared<SignalAccess::Data>();
     data->file = file;
     data->hasTime = stream.hasTime();
-    data->named = named.at(row.name) == row.run();
+    const auto found = named.find(row.name);
+    data->named = found != named.end() && found->second == row.run();
+    if (data->named) named.erase(found);
     data->texts = textsOf(row.enumeration);
     if (!row.isArray && stream.hasTime()) {
       data->first = rowValue(stream.firstValue(row.name), row);

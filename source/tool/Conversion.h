@@ -22,8 +22,8 @@ struct ConversionOptions {
   std::int32_t secondsPerSample = 1;  ///< Above 0.
 };
 
-/// Converts a recording to a text file of time;latitude;longitude;altitude, one line per period. Tells what it does on
-/// standard output and what goes wrong on standard error; gives the process's exit code.
+/// Converts a recording to a text file of time;latitude;longitude;altitude, one line per period. Says what it does on
+/// standard output and what goes wrong on standard error; returns the process's exit code.
 int convert(const ConversionOptions& options);
 
 }  // namespace Kvex::Tool

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 #include <fmt/format.h>
 #include <map>
@@ -7,9 +8,10 @@
 #include "tool/Commands.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
-#include "tool/SampleFormatter.h"
 #include "tool/SignalChoice.h"
+#include "tool/TableFormatter.h"
 #include "tool/TableWriter.h"
+#include "tool/Text.h"
 #include "tool/TimeArgument.h"
 
 namespace Kvex::Tool {
@@ -22,7 +24,8 @@ struct ExportOptions {
   SignalChoice choice;
   std::optional<TimeArgument> start;
   std::optional<TimeArgument> end;
-  std::int64_t period = Lib::kNanosPerSecond;
+  Nano period = kNanosPerSecond;
+  bool native = false;
   std::optional<TableFormat> format;
   TableStyle style;
 };
@@ -31,12 +34,9 @@ const std::map<std::string, TableFormat> kFormats{{"csv", TableFormat::Csv}, {"n
 const std::map<std::string, TimeForm> kTimeForms{
     {"gps", TimeForm::Gps}, {"utc", TimeForm::Utc}, {"elapsed", TimeForm::Elapsed}};
 
-/// Samples between two reports of progress.
-constexpr unsigned kSamplesPerReport = 256;
-
 TableFormat formatOf(const ExportOptions& options) {
   if (options.format) return *options.format;
-  const std::string ending = Sto::lowerExtension(options.output);
+  const std::string ending = lowerExtension(options.output);
   return ending == ".ndjson" || ending == ".jsonl" ? TableFormat::Ndjson : TableFormat::Csv;
 }
 
@@ -47,61 +47,60 @@ void checkOutput(const ExportOptions& options) {
   }
 }
 
-Sto::SignalQuery subscribe(OpenedFile& file, const SignalChoice& choice) {
-  Sto::SignalQuery query;
-  for (const Sto::SignalListing& signal : chooseSignals(file, choice)) {
-    if (file.store.subscribe(Sto::kDirectMode, signal) != Sto::StoreStatus::Success) continue;
-    file.store.addToQuery(query, Sto::kDirectMode, signal);
+/// The signals of each stream, in their order. REQUIRES: the signals of a stream stand together.
+std::vector<std::vector<Signal>> byStream(const std::vector<Signal>& signals) {
+  std::vector<std::vector<Signal>> parts;
+  for (const Signal& signal : signals) {
+    if (parts.empty() || parts.back().front().stream() != signal.stream()) parts.emplace_back();
+    parts.back().push_back(signal);
   }
-  return query;
+  return parts;
 }
 
-/// The times to sample at.
-struct Steps {
-  Lib::Nano start;
-  Lib::Nano end;
-  std::int64_t period;
+void writeGrid(File& file, const std::vector<Signal>& signals, const ExportOptions& options, ReadOptions reading,
+               TableWriter& table) {
+  if (!reading.start) reading.start = file.span().start;
+  if (!reading.end) reading.end = file.span().end;
+  for (const Batch& batch : file.grid(signals, Grid::every(options.period), reading)) table.add(batch, 0);
+}
 
-  double percent(Lib::Nano time) const {
-    const double whole = static_cast<double>(end) - static_cast<double>(start);
-    return 100 * (static_cast<double>(time) - static_cast<double>(start)) / whole;
+void writeNative(File& file, const std::vector<Signal>& signals, const ReadOptions& reading, TableWriter& table) {
+  std::uint32_t firstField = 0;
+  for (const std::vector<Signal>& part : byStream(signals)) {
+    for (const Batch& batch : file.native(part, reading)) table.add(batch, firstField);
+    for (const Signal& signal : part) firstField += signal.count();
   }
-};
-
-void writeSamples(OpenedFile& file, const Sto::SignalQuery& query, const Steps& steps, TableWriter& table) {
-  std::vector<Lib::Sample> samples;
-  unsigned sinceReport = 0;
-  for (Lib::Nano time = steps.start; time < steps.end; time += steps.period) {
-    if (file.store.readSamples(query, time, samples) == Sto::StoreStatus::Cancelled) throw Interrupted();
-    table.addRow(time, samples);
-    if (++sinceReport == kSamplesPerReport) {
-      sinceReport = 0;
-      file.progress.setPercent(steps.percent(time));
-    }
-    if (time > INT64_MAX - steps.period) break;
-  }
-  table.finish();
 }
 
 VrelExit exportSignals(ExportOptions options) {
   checkOutput(options);
   options.style.format = formatOf(options);
-  OpenedFile file(options.file);
-  const Sto::SignalQuery query = subscribe(file, options.choice);
-  const Steps steps{options.start ? options.start->from(file.start) : file.start,
-                    options.end ? options.end->from(file.start) : file.end, options.period};
+  OpenedFile opened(options.file);
+  File& file = opened.file;
+  const std::vector<Signal> signals = chooseSignals(file, options.choice);
+  if (options.native && options.style.shape == TableShape::Wide && byStream(signals).size() > 1) {
+    throw Failure("the native samples of several streams make no one table; choose one with --stream, or use --long");
+  }
+  const Nano fileStart = file.span().start;
   Output output(options.output);
-  SampleFormatter formatter(options.style, query, file.start);
+  TableFormatter formatter(options.style, signals, fileStart);
   TableWriter table(output, formatter);
+  ReadOptions reading = table.readOptions();
+  if (options.start) reading.start = options.start->from(fileStart);
+  if (options.end) reading.end = options.end->from(fileStart);
+  reading.stop = opened.stop.token();
   // A bar would stand in the midst of a table that goes to the terminal.
-  if (!output.isTerminal()) file.progress.follow(file.store.progress());
-  if (file.store.seekAll(steps.start) == Sto::StoreStatus::Cancelled) throw Interrupted();
-  if (!output.isTerminal()) file.progress.begin("Exporting");
-  writeSamples(file, query, steps, table);
+  if (!output.isTerminal()) reading.progress = opened.progress.callback();
+  if (options.native) {
+    writeNative(file, signals, reading, table);
+  } else {
+    writeGrid(file, signals, options, reading, table);
+  }
+  table.finish();
   output.finish();
-  file.progress.stop();
-  file.warnOfDamage();
-  return file.exit();
+  opened.progress.clear();
+  opened.warnOfDamage();
+  return opened.exit();
 }
 
 CLI::Option* addTimeOption(CLI::App& command, const std::string& name, std::optional<TimeArgument>& time,
@@ -124,11 +123,16 @@ constexpr const char* kFooter =
     "GPS nanoseconds (1417651425000000000), UTC (2024-12-03T23:43:45.5Z), or seconds from the file's start (+10.5).\n\n"
     "The table has a line for each time and a column for each signal, empty where a value is not usable. With\n"
     "--long it has a line for each time and signal, with the columns time,stream,signal,flags,stamp,value.\n\n"
+    "With --native the table has all samples as the recording carried them in place of values at regular times: a\n"
+    "line for each record, with cells empty for signals that it did not bring, from the first record to the last,\n"
+    "or from --start to below --end. It is of one stream; with --long it may be of several, one after the other.\n\n"
     "Flags are a sum: 128 never written, 64 not available, 32 the device says that there is no value, 16 the stamp\n"
     "is no real time, 8 and 4 at the high or low end of its range, 2 provisional, 1 expired. Values with no other\n"
     "flag than 16 are usable.\n\n"
     "Example, two signals a hundred times a second for the first minute:\n"
-    "  vrel export run.vrel --signal 'GnssInt1_L*' --period 0.01 --end +60 -o run.csv";
+    "  vrel export run.vrel --signal 'GnssInt1_L*' --period 0.01 --end +60 -o run.csv\n\n"
+    "Example, every sample of two signals of stream 2:\n"
+    "  vrel export run.vrel --native --stream 2 --signal Lat --signal Lon -o run.csv";
 
 }  // namespace
 
@@ -146,6 +150,8 @@ void addExportCommand(CLI::App& app, Action& action) {
       ->allow_extra_args(false);
   addTimeOption(*command, "--start", options->start, "First time, else the file's start");
   addTimeOption(*command, "--end", options->end, "Time to stop at, else the file's end");
+  CLI::Option* const native =
+      command->add_flag("--native", options->native, "All samples as the recording carried them, at their own times");
   command
       ->add_option_function<std::string>(
           "--period",
@@ -157,7 +163,8 @@ void addExportCommand(CLI::App& app, Action& action) {
             options->period = *period;
           },
           "Seconds from one time to the next, down to 0.000000001 (default 1)")
-      ->type_name("S");
+      ->type_name("S")
+      ->excludes(native);
   command->add_flag_callback(
       "--long", [options] { options->style.shape = TableShape::Long; },
       "One line for each time and signal, with flags and stamp");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kvex/Error.h>
 #include <stdexcept>
 #include <string>
 
@@ -27,5 +28,8 @@ class Interrupted : public Failure {
  public:
   Interrupted() : Failure("interrupted") {}
 };
+
+/// An error of the library as a command puts it: the file is named where it could not be opened, and else known.
+Failure failureFrom(const Error& error);
 
 }  // namespace Kvex::Tool

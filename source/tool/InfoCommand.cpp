@@ -1,8 +1,6 @@
 #include <fmt/format.h>
 #include <memory>
 
-#include "library/Enumerations.h"
-#include "library/TimeUnits.h"
 #include "tool/Commands.h"
 #include "tool/Counters.h"
 #include "tool/OpenedFile.h"
@@ -20,120 +18,112 @@ struct InfoOptions {
   bool json = false;
 };
 
-std::string_view codecName(const Sto::Stream& stream) {
-  return Lib::kStreamCodecNames.name(static_cast<std::uint8_t>(stream.codec()));
-}
-
-Json packetJson(const Com::TaggedPacket& packet) {
+Json headerJson(const Header& header) {
   Json values = Json::object();
-  for (const auto& [key, value] : packet.values) values[key] = value;
-  return {{"tag", packet.tag}, {"values", std::move(values)}};
+  for (const auto& [key, value] : header.values) values[key] = value;
+  return {{"tag", header.tag}, {"values", std::move(values)}};
 }
 
-Json streamJson(const Sto::Stream& stream, const Sto::Resource& resource) {
-  const Sto::StreamInfo info = stream.info();
+Json streamJson(const Stream& stream) {
   Json headers = Json::array();
-  for (const Com::TaggedPacket& packet : stream.header().headers) headers.push_back(packetJson(packet));
+  for (const Header& header : stream.headers()) headers.push_back(headerJson(header));
   Json counters = Json::object();
-  for (const auto& [name, count] : streamCounters(stream, resource)) counters[std::string(name)] = count;
-  for (const auto& [name, count] : fileCounters(resource)) counters[std::string(name)] = count;
-  return {{"id", info.index},
-          {"serial", info.serial},
-          {"codec", codecName(stream)},
-          {"codecNumber", static_cast<int>(info.codec)},
-          {"name", info.name},
-          {"group", info.groupIndex},
+  for (const Counter& counter : stream.counters()) counters[counter.name] = counter.count;
+  return {{"id", stream.id()},
+          {"serial", stream.serial()},
+          {"codec", stream.codec()},
+          {"codecNumber", stream.codecNumber()},
+          {"name", stream.name()},
+          {"group", stream.group()},
           {"resource",
-           {{"index", resource.index},
-            {"kind", static_cast<int>(resource.kind)},
-            {"path", resource.path},
-            {"extension", resource.extension}}},
-          {"headerSeen", info.headerSeen},
-          {"headerAccepted", info.headerAccepted},
-          {"hasTime", info.hasTime},
-          {"start", info.startTime},
-          {"end", info.endTime},
-          {"signals", OpenedFile::signalsOf(stream).size()},
-          {"header", packetJson(stream.header().primary)},
+           {{"index", stream.fileIndex()},
+            {"kind", static_cast<int>(stream.fileKind())},
+            {"path", stream.filePath()},
+            {"extension", stream.fileExtension()}}},
+          {"headerSeen", stream.headerSeen()},
+          {"headerAccepted", stream.headerAccepted()},
+          {"hasTime", stream.hasTime()},
+          {"start", stream.start()},
+          {"end", stream.end()},
+          {"signals", stream.signals().size()},
+          {"header", headerJson(stream.header())},
           {"headers", std::move(headers)},
           {"counters", std::move(counters)}};
 }
 
-std::string infoJson(const OpenedFile& file) {
+std::string infoJson(const File& file) {
   Json streams = Json::array();
-  file.forEachStream([&](const Sto::Stream& stream, const Sto::Resource& resource) {
-    streams.push_back(streamJson(stream, resource));
-  });
-  const Json all{{"file", file.path}, {"start", file.start}, {"end", file.end}, {"streams", std::move(streams)}};
+  for (const Stream& stream : file.streams()) streams.push_back(streamJson(stream));
+  const Json all{
+      {"file", file.path()}, {"start", file.span().start}, {"end", file.span().end}, {"streams", std::move(streams)}};
   return jsonText(all, 2) + '\n';
 }
 
-std::string timeText(Lib::Nano nano) {
-  return fmt::format("{} UTC  ({} ns)", Lib::dateTimeText(nano), nano);
+/// "2024-12-08 00:03:27.000 UTC  (1417651425000000000 ns)".
+std::string timeText(Nano nano) {
+  constexpr std::size_t kDate = 10;
+  constexpr std::size_t kTimeWithMillis = 12;
+  const std::string utc = utcText(nano);
+  return fmt::format("{} {} UTC  ({} ns)", utc.substr(0, kDate), utc.substr(kDate + 1, kTimeWithMillis), nano);
 }
 
-double secondsBetween(Lib::Nano start, Lib::Nano end) {
-  return (static_cast<double>(end) - static_cast<double>(start)) * 1e-9;
+double secondsIn(Span span) {
+  return (static_cast<double>(span.end) - static_cast<double>(span.start)) * 1e-9;
 }
 
-void addSpan(TextTable& table, Lib::Nano start, Lib::Nano end) {
-  table.addRow({"start", timeText(start)});
-  table.addRow({"end", timeText(end)});
-  table.addRow({"length", fmt::format("{:.3f} s", secondsBetween(start, end))});
+void addSpan(TextTable& table, Span span) {
+  table.addRow({"start", timeText(span.start)});
+  table.addRow({"end", timeText(span.end)});
+  table.addRow({"length", fmt::format("{:.3f} s", secondsIn(span))});
 }
 
-std::string packetsText(const Sto::StreamInfo& info, std::uint64_t packets) {
-  const double seconds = info.hasTime ? secondsBetween(info.startTime, info.endTime) : 0;
+std::string packetsText(const Stream& stream) {
+  const std::uint64_t packets = stream.counters().front().count;
+  const double seconds = stream.hasTime() ? secondsIn({stream.start(), stream.end()}) : 0;
   if (seconds <= 0) return std::to_string(packets);
   return fmt::format("{} ({:.4g} per second)", packets, static_cast<double>(packets) / seconds);
 }
 
-std::string headersText(const Sto::Stream& stream) {
-  std::string text = stream.header().primary.tag;
-  for (const Com::TaggedPacket& packet : stream.header().headers) {
-    text += ' ' + (packet.tag.empty() ? "?" : packet.tag);
-  }
+std::string headersText(const Stream& stream) {
+  std::string text = stream.header().tag;
+  for (const Header& header : stream.headers()) text += ' ' + (header.tag.empty() ? "?" : header.tag);
   return text;
 }
 
-std::string streamText(const Sto::Stream& stream, const Sto::Resource& resource) {
-  const Sto::StreamInfo info = stream.info();
+std::string streamText(const Stream& stream, const File& file) {
   TextTable table;
-  table.addRow({"name", info.name});
-  table.addRow({"serial", std::to_string(info.serial)});
-  if (info.hasTime) {
-    addSpan(table, info.startTime, info.endTime);
+  table.addRow({"name", stream.name()});
+  table.addRow({"serial", std::to_string(stream.serial())});
+  if (stream.hasTime()) {
+    addSpan(table, {stream.start(), stream.end()});
   } else {
-    table.addRow({"time", info.headerAccepted ? "none" : "none: its header is not complete or not understood"});
+    table.addRow({"time", stream.headerAccepted() ? "none" : "none: its header is not complete or not understood"});
   }
-  table.addRow({"signals", std::to_string(OpenedFile::signalsOf(stream).size())});
-  table.addRow({"packets", packetsText(info, stream.counters.packets)});
+  table.addRow({"signals", std::to_string(stream.signals().size())});
+  table.addRow({"packets", packetsText(stream)});
   table.addRow({"header", headersText(stream)});
-  table.addRow({"damage", damageText(streamCounters(stream, resource))});
-  return fmt::format("\nStream {}: {}\n", info.index, codecName(stream)) + table.text(2);
+  table.addRow({"damage", damageText(ownCounters(stream, file))});
+  return fmt::format("\nStream {}: {}\n", stream.id(), stream.codec()) + table.text(2);
 }
 
-std::string infoText(const OpenedFile& file) {
+std::string infoText(const File& file) {
   TextTable table;
-  table.addRow({"file", file.path});
-  table.addRow({"streams", std::to_string(file.streamIds.size())});
-  if (file.hasTime) addSpan(table, file.start, file.end);
-  file.visitResource([&](const Sto::Resource& resource) {
-    table.addRow({"damage", damageText(fileCounters(resource))});
-  });
+  table.addRow({"file", file.path()});
+  table.addRow({"streams", std::to_string(file.streams().size())});
+  if (file.hasTime()) addSpan(table, file.span());
+  table.addRow({"damage", damageText(file.damage().counters())});
   std::string text = table.text();
-  file.forEachStream(
-      [&](const Sto::Stream& stream, const Sto::Resource& resource) { text += streamText(stream, resource); });
+  for (const Stream& stream : file.streams()) text += streamText(stream, file);
   return text;
 }
 
 VrelExit showInfo(const InfoOptions& options) {
-  const OpenedFile file(options.file);
+  const OpenedFile opened(options.file);
   Output output;
-  output.write(options.json ? infoJson(file) : infoText(file));
+  output.write(options.json ? infoJson(opened.file) : infoText(opened.file));
   output.finish();
-  file.warnOfDamage();
-  return file.exit();
+  opened.warnOfDamage();
+  return opened.exit();
 }
 
 }  // namespace

@@ -1,19 +1,30 @@
 #include "tool/Interrupt.h"
 
-#include <atomic>
+#include <semaphore.h>
 
 namespace Kvex::Tool {
 
 namespace {
 
 std::atomic<bool> interruptSeen = false;
-std::atomic<Sto::DataStore*> storeAtWork = nullptr;
-static_assert(std::atomic<Sto::DataStore*>::is_always_lock_free && std::atomic<bool>::is_always_lock_free,
-              "a signal handler may use them");
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may use it");
+
+/// Wakes the thread that waits for an interrupt: of all such means one that a signal handler may use.
+class Bell {
+ public:
+  Bell() { sem_init(&semaphore_, 0, 0); }
+  void ring() { sem_post(&semaphore_); }
+  void wait() { sem_wait(&semaphore_); }
+
+ private:
+  sem_t semaphore_;
+};
+
+Bell bell;
 
 void onInterrupt(int) {
   interruptSeen = true;
-  if (Sto::DataStore* store = storeAtWork) store->cancel();
+  bell.ring();
 }
 
 }  // namespace
@@ -41,13 +52,20 @@ SignalsBlocked::~SignalsBlocked() {
   pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
-CancelOnInterrupt::CancelOnInterrupt(Sto::DataStore& store) {
-  storeAtWork = &store;
-  if (interruptSeen) store.cancel();  // it came before the store was known
+StopOnInterrupt::StopOnInterrupt() {
+  const SignalsBlocked blocked;
+  thread_ = std::thread([this] { wait(); });
 }
 
-CancelOnInterrupt::~CancelOnInterrupt() {
-  storeAtWork = nullptr;
+StopOnInterrupt::~StopOnInterrupt() {
+  ending_ = true;
+  bell.ring();
+  thread_.join();
+}
+
+void StopOnInterrupt::wait() {
+  while (!interruptSeen && !ending_) bell.wait();
+  if (interruptSeen) source_.request_stop();
 }
 
 }  // namespace Kvex::Tool

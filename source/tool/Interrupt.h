@@ -1,8 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <csignal>
-
-#include "store/DataStore.h"
+#include <stop_token>
+#include <thread>
 
 namespace Kvex::Tool {
 
@@ -26,13 +27,23 @@ class SignalsBlocked {
   sigset_t before_;
 };
 
-/// Cancels a store's operations when an interrupt comes. One at a time.
-class CancelOnInterrupt {
+/// Requests a stop when an interrupt comes. It does so from a thread of its own, since a signal handler may not. One at
+/// a time.
+class StopOnInterrupt {
  public:
-  explicit CancelOnInterrupt(Sto::DataStore& store);
-  ~CancelOnInterrupt();
-  CancelOnInterrupt(const CancelOnInterrupt&) = delete;
-  CancelOnInterrupt& operator=(const CancelOnInterrupt&) = delete;
+  StopOnInterrupt();
+  ~StopOnInterrupt();
+  StopOnInterrupt(const StopOnInterrupt&) = delete;
+  StopOnInterrupt& operator=(const StopOnInterrupt&) = delete;
+
+  std::stop_token token() const { return source_.get_token(); }
+
+ private:
+  void wait();
+
+  std::stop_source source_;
+  std::atomic<bool> ending_ = false;
+  std::thread thread_;
 };
 
 }  // namespace Kvex::Tool

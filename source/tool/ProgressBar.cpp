@@ -1,103 +1,63 @@
 #include "tool/ProgressBar.h"
 
-#include <chrono>
+#include <algorithm>
 #include <cstdio>
 #include <fmt/format.h>
 #include <unistd.h>
-
-#include "tool/Interrupt.h"
 
 namespace Kvex::Tool {
 
 namespace {
 
 constexpr std::chrono::milliseconds kInterval{100};
-constexpr int kDelay = 3;  ///< Intervals before the bar comes.
+constexpr std::chrono::milliseconds kDelay{400};  ///< Until the bar comes.
 constexpr int kWidth = 40;
-
-const char* titleOf(Sto::Phase phase) {
-  switch (phase) {
-    case Sto::Phase::Identification:
-      return "Finding streams";
-    case Sto::Phase::FirstPass:
-      return "Finding start times";
-    case Sto::Phase::SecondPass:
-      return "Reading";
-    case Sto::Phase::RangeStreams:
-    case Sto::Phase::FirstRangePass:
-    case Sto::Phase::SecondRangePass:
-      return "Reading sources";
-    case Sto::Phase::Seek:
-      return "Seeking";
-    default:
-      return "Working";
-  }
-}
 
 }  // namespace
 
-void ProgressBar::follow(Sto::ProgressSource& ring) {
-  {
-    const std::lock_guard guard(mutex_);
-    ring_ = &ring;
-    title_.clear();
+std::string_view titleOf(Activity activity) {
+  switch (activity) {
+    case Activity::Identification:
+      return "Finding streams";
+    case Activity::FirstPass:
+      return "Finding start times";
+    case Activity::SecondPass:
+      return "Reading";
+    case Activity::Seek:
+      return "Seeking";
+    case Activity::Reading:
+      return "Exporting";
   }
-  start();
+  return "Working";
 }
 
-void ProgressBar::begin(std::string title) {
-  {
-    const std::lock_guard guard(mutex_);
-    title_ = std::move(title);
-    setPercent(0);
-  }
-  start();
+std::string barText(std::string_view title, double fraction) {
+  const double shown = fraction >= 0 ? std::min(fraction, 1.0) : 0.0;
+  const std::string bar(static_cast<std::size_t>(shown * kWidth), '#');
+  return fmt::format("{:<20} [{:<{}}] {:3.0f} %", title, bar, kWidth, shown * 100);
 }
 
-void ProgressBar::start() {
-  if (thread_.joinable() || ::isatty(STDERR_FILENO) == 0) return;
-  stopping_ = false;
-  const SignalsBlocked blocked;
-  thread_ = std::thread([this] { run(); });
+ProgressBar::ProgressBar() : isTerminal_(::isatty(STDERR_FILENO) != 0), nextPaint_(Clock::now() + kDelay) {}
+
+ProgressCallback ProgressBar::callback() {
+  if (!isTerminal_) return {};
+  return [this](const Progress& progress) { show(titleOf(progress.activity), progress.fraction); };
 }
 
-void ProgressBar::stop() {
-  if (!thread_.joinable()) return;
-  {
-    const std::lock_guard guard(mutex_);
-    stopping_ = true;
-  }
-  wake_.notify_one();
-  thread_.join();
-  ring_ = nullptr;
-}
-
-void ProgressBar::run() {
-  Sto::ProgressRecord newest{-1, Sto::Phase::None, 0};
-  std::unique_lock lock(mutex_);
-  for (int interval = 0; !wake_.wait_for(lock, kInterval, [this] { return stopping_; }); ++interval) {
-    while (ring_ != nullptr) {
-      const auto record = ring_->take();
-      if (!record) break;
-      newest = *record;
-    }
-    if (interval < kDelay) continue;
-    if (title_.empty()) {
-      paint(titleOf(newest.phase), newest.percent);
-    } else {
-      paint(title_, percent_.load(std::memory_order_relaxed));
-    }
-  }
-  if (painted_) std::fputs("\r\033[K", stderr);
-  painted_ = false;
-}
-
-void ProgressBar::paint(const std::string& title, double percent) {
-  const double shown = percent >= 0 ? std::min(percent, 100.0) : 0.0;
-  const std::string bar(static_cast<std::size_t>(shown / 100 * kWidth), '#');
-  fmt::print(stderr, "\r\033[K{:<20} [{:<{}}] {:3.0f} %", title, bar, kWidth, shown);
+void ProgressBar::show(std::string_view title, double fraction) {
+  if (!isTerminal_) return;
+  const Clock::time_point now = Clock::now();
+  if (now < nextPaint_) return;
+  nextPaint_ = now + kInterval;
+  fmt::print(stderr, "\r\033[K{}", barText(title, fraction));
   std::fflush(stderr);
   painted_ = true;
+}
+
+void ProgressBar::clear() {
+  if (painted_) std::fputs("\r\033[K", stderr);
+  painted_ = false;
+  nextPaint_ = Clock::now() + kDelay;
 }
 
 }  // namespace Kvex::Tool

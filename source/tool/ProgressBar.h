@@ -1,45 +1,40 @@
 #pragma once
 
-#include <atomic>
-#include <condition_variable>
-#include <mutex>
+#include <chrono>
+#include <kvex/Options.h>
 #include <string>
-#include <thread>
-
-#include "store/ProgressRing.h"
+#include <string_view>
 
 namespace Kvex::Tool {
 
-/// Shows on standard error how far a long operation has come, if that is a terminal, from a thread of its own. The bar
-/// comes after a moment and is gone without a trace at the end.
+/// "Reading   [####      ]  40 %": `fraction` is brought between 0 and 1.
+std::string barText(std::string_view title, double fraction);
+
+/// What a bar is called while the library is busy with this.
+std::string_view titleOf(Activity activity);
+
+/// Shows on standard error how far a long operation has come, if that is a terminal. The bar comes after a moment and
+/// is gone without a trace at the end.
 class ProgressBar {
  public:
-  ProgressBar() = default;
-  ~ProgressBar() { stop(); }
+  ProgressBar();
+  ~ProgressBar() { clear(); }
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
-  /// Shows what a store reports; this thread is then the one reader of `ring`, which must outlive the bar or its
-  /// `stop`.
-  void follow(Sto::ProgressSource& ring);
-  /// Shows what `setPercent` tells, under this title. A ring that was followed is still read, and not shown.
-  void begin(std::string title);
-  void setPercent(double percent) { percent_.store(percent, std::memory_order_relaxed); }
-  void stop();
+  /// Shows what the library reports, for as long as the bar stands; none where nothing would be seen.
+  ProgressCallback callback();
+  /// To be called often; only now and then something is painted.
+  void show(std::string_view title, double fraction);
+  /// Takes the bar away, until it is shown again.
+  void clear();
 
  private:
-  void start();
-  void run();
-  void paint(const std::string& title, double percent);
+  using Clock = std::chrono::steady_clock;
 
-  std::thread thread_;
-  std::mutex mutex_;  ///< Guards what follows, but for the percentage.
-  std::condition_variable wake_;
-  bool stopping_ = false;
-  Sto::ProgressSource* ring_ = nullptr;
-  std::string title_;
-  std::atomic<double> percent_ = 0;
+  bool isTerminal_;
   bool painted_ = false;
+  Clock::time_point nextPaint_;
 };
 
 }  // namespace Kvex::Tool

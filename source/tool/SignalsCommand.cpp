@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 #include <memory>
 
-#include "library/Enumerations.h"
 #include "tool/Commands.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
@@ -21,75 +20,46 @@ struct SignalsOptions {
   bool json = false;
 };
 
-/// A row with its first and last value, where it has them.
-struct ListedSignal {
-  Sto::SignalListing row;
-  std::optional<Lib::Sample> first;
-  std::optional<Lib::Sample> last;
-};
-
-std::string_view typeName(const Sto::SignalListing& row) {
-  return Lib::kValueTypeNames.name(static_cast<std::uint8_t>(row.valueType));
-}
-
-/// The value of a row, as it is found by name: a name that stands in several types means the first of them.
-std::optional<Lib::Sample> valueOf(const Lib::Sample& found, const Sto::SignalListing& row) {
-  if (found.type != row.valueType) return std::nullopt;
-  return found;
-}
-
-std::vector<ListedSignal> listSignals(const OpenedFile& file, const SignalsOptions& options) {
+std::vector<Signal> listSignals(const File& file, const SignalsOptions& options) {
   checkStreamIds(file, options.choice);
-  const SignalPattern pattern(options.match);
-  std::vector<ListedSignal> listed;
-  std::vector<std::string> offered;
-  file.forEachStream([&](const Sto::Stream& stream, const Sto::Resource&) {
-    const auto id = static_cast<std::uint32_t>(stream.entry.index);
-    if (!options.choice.takesStream(id)) return;
-    for (const Sto::SignalListing& row : OpenedFile::signalsOf(stream)) {
-      offered.push_back(row.name);
-      if (!pattern.matches(id, row.name)) continue;
-      ListedSignal& signal = listed.emplace_back(ListedSignal{row, {}, {}});
-      if (row.isArray || !stream.hasTime()) continue;
-      signal.first = valueOf(stream.firstValue(row.name), row);
-      signal.last = valueOf(stream.lastValue(row.name), row);
-    }
-  });
+  std::vector<Signal> offered = file.signals();
+  std::erase_if(offered, [&](const Signal& signal) { return !options.choice.takesStream(signal.stream()); });
+  std::vector<Signal> listed = offered;
+  std::erase_if(listed, [&](const Signal& signal) { return !signal.matches(options.match); });
   if (listed.empty() && !offered.empty()) {
-    fmt::print(stderr, "vrel: no signal matches \"{}\"{}\n", printable(pattern.text()), nearNames(pattern, offered));
+    fmt::print(stderr, "vrel: {}\n", noMatchText(options.match, offered));
   }
   return listed;
 }
 
-Json sampleJson(const std::optional<Lib::Sample>& sample) {
-  if (!sample) return nullptr;
-  return {{"value", jsonValue(*sample)}, {"flags", sample->flags}, {"time", sample->time}};
+Json valueJson(const std::optional<Value>& value) {
+  if (!value) return nullptr;
+  return {{"value", jsonValue(*value)}, {"flags", value->flags()}, {"time", value->stamp()}};
 }
 
-Json signalJson(const ListedSignal& signal) {
-  const Sto::SignalListing& row = signal.row;
-  return {{"stream", row.streamId},
-          {"ordinal", row.ordinal},
-          {"name", row.name},
-          {"type", typeName(row)},
-          {"count", row.count},
-          {"unit", row.unit},
-          {"description", row.description},
-          {"resolution", row.resolution},
-          {"decimals", row.decimals},
-          {"range", {row.rangeLow, row.rangeHigh}},
-          {"dial", {row.dialStart, row.dialSweep}},
-          {"group", row.groupMask},
-          {"text", row.valueText != nullptr},
-          {"first", sampleJson(signal.first)},
-          {"last", sampleJson(signal.last)}};
+Json signalJson(const Signal& signal) {
+  return {{"stream", signal.stream()},
+          {"ordinal", signal.ordinal()},
+          {"name", signal.name()},
+          {"type", nameOf(signal.type())},
+          {"count", signal.count()},
+          {"unit", signal.unit()},
+          {"description", signal.description()},
+          {"resolution", signal.resolution()},
+          {"decimals", signal.decimals()},
+          {"range", {signal.rangeLow(), signal.rangeHigh()}},
+          {"dial", {signal.dialStart(), signal.dialSweep()}},
+          {"group", signal.mask()},
+          {"text", signal.hasTexts()},
+          {"first", valueJson(signal.first())},
+          {"last", valueJson(signal.last())}};
 }
 
 /// An array with a line for each signal.
-void writeJson(Output& output, const std::vector<ListedSignal>& signals) {
+void writeJson(Output& output, const std::vector<Signal>& signals) {
   output.write("[");
   std::string_view separator = "\n";
-  for (const ListedSignal& signal : signals) {
+  for (const Signal& signal : signals) {
     output.write(separator);
     output.write(jsonText(signalJson(signal)));
     separator = ",\n";
@@ -97,29 +67,29 @@ void writeJson(Output& output, const std::vector<ListedSignal>& signals) {
   output.write("\n]\n");
 }
 
-std::string sampleText(const std::optional<Lib::Sample>& sample, const Sto::SignalInfo& row) {
-  return sample && sample->usable() ? valueWithText(*sample, row) : "-";
+std::string valueText(const std::optional<Value>& value, const Signal& signal) {
+  return value && value->usable() ? valueWithText(*value, signal) : "-";
 }
 
-void writeTable(Output& output, const std::vector<ListedSignal>& signals) {
+void writeTable(Output& output, const std::vector<Signal>& signals) {
   TextTable table;
   table.addRow({"STREAM", "NAME", "TYPE", "COUNT", "UNIT", "FIRST", "LAST", "DESCRIPTION"});
-  for (const ListedSignal& signal : signals) {
-    const Sto::SignalListing& row = signal.row;
-    table.addRow({std::to_string(row.streamId), row.name, std::string(typeName(row)), std::to_string(row.count),
-                  row.unit, sampleText(signal.first, row), sampleText(signal.last, row), row.description});
+  for (const Signal& signal : signals) {
+    table.addRow({std::to_string(signal.stream()), signal.name(), std::string(nameOf(signal.type())),
+                  std::to_string(signal.count()), signal.unit(), valueText(signal.first(), signal),
+                  valueText(signal.last(), signal), signal.description()});
   }
   output.write(table.text());
 }
 
 VrelExit showSignals(const SignalsOptions& options) {
-  const OpenedFile file(options.file);
-  const std::vector<ListedSignal> signals = listSignals(file, options);
+  const OpenedFile opened(options.file);
+  const std::vector<Signal> signals = listSignals(opened.file, options);
   Output output;
   options.json ? writeJson(output, signals) : writeTable(output, signals);
   output.finish();
-  file.warnOfDamage();
-  return file.exit();
+  opened.warnOfDamage();
+  return opened.exit();
 }
 
 }  // namespace

@@ -1,14 +1,15 @@
 #include <algorithm>
 #include <fmt/format.h>
+#include <kvex/Time.h>
 #include <memory>
 #include <ostream>
 
-#include "store/Resource.h"
 #include "synth/DemoRecording.h"
 #include "tool/Commands.h"
 #include "tool/Interrupt.h"
 #include "tool/Output.h"
 #include "tool/ProgressBar.h"
+#include "tool/Text.h"
 
 namespace Kvex::Tool {
 
@@ -40,21 +41,20 @@ void writeBare(std::ostream& stream, const Synth::BarePackets& nextPacket) {
 void writeRecording(std::ostream& stream, const SynthOptions& options) {
   Synth::DemoRecording demo(stream, chooseProtocols(options.streams), options.seed);
   ProgressBar progress;
-  progress.begin("Writing");
-  const std::uint64_t steps = std::uint64_t{options.seconds} * (Lib::kNanosPerSecond / Synth::DemoRecording::kStep);
+  const std::uint64_t steps = std::uint64_t{options.seconds} * (kNanosPerSecond / Synth::DemoRecording::kStep);
   for (std::uint64_t step = 0; step < steps; ++step) {
     if (interrupted()) throw Interrupted();
     demo.writeStep();
-    progress.setPercent(100.0 * static_cast<double>(step) / static_cast<double>(steps));
+    progress.show("Writing", static_cast<double>(step) / static_cast<double>(steps));
   }
   demo.end();
 }
 
 VrelExit writeDemo(const SynthOptions& options) {
-  const Lib::Nano length = Lib::Nano{options.seconds} * Lib::kNanosPerSecond;
-  const auto barePackets = Synth::bareDemo(Sto::lowerExtension(options.output), options.seed, length);
+  const Nano length = Nano{options.seconds} * kNanosPerSecond;
+  const auto barePackets = Synth::bareDemo(lowerExtension(options.output), options.seed, length);
   if (barePackets && !options.streams.empty()) {
-    throw Failure("--streams is for recordings; the ending of a bare file tells its protocol", VrelExit::WrongUsage);
+    throw Failure("--streams is for recordings; the ending of a bare file names its protocol", VrelExit::WrongUsage);
   }
   Output output(options.output);
   OutputStreambuf streambuf(output);
@@ -78,7 +78,7 @@ void addSynthCommand(CLI::App& app, Action& action) {
       ->type_name("")
       ->check(
           [](const std::string& path) {
-            const std::string extension = Sto::lowerExtension(path);
+            const std::string extension = lowerExtension(path);
             const bool known = extension == ".vrel" || Synth::bareDemo(extension, 1, 0) != nullptr;
             return known ? "" : "the name of the file must end in .vrel, .quon, .dask or .yeld";
           },

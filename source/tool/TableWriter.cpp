@@ -1,43 +1,56 @@
 #include "tool/TableWriter.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "tool/Interrupt.h"
 
 namespace Kvex::Tool {
 
-TableWriter::TableWriter(Output& output, SampleFormatter& formatter) : output_(output), formatter_(formatter) {
+TableWriter::TableWriter(Output& output, TableFormatter& formatter) : output_(output), formatter_(formatter) {
   formatter_.appendHeader(output_.buffer());
   output_.endRecord();
 }
 
-void TableWriter::addRow(Lib::Nano time, std::span<const Lib::Sample> samples) {
-  filling_.times.push_back(time);
-  filling_.samples.insert(filling_.samples.end(), samples.begin(), samples.end());
-  if (filling_.samples.size() + filling_.times.size() < kBlockSize) return;
+ReadOptions TableWriter::readOptions() const {
+  ReadOptions options;
+  options.flags = isLong() || formatter_.style().flags;
+  options.stamps = isLong();
+  if (!isLong()) options.batchRows = std::max<std::size_t>(1, kBlockSize / (1 + formatter_.fieldCount()));
+  return options;
+}
+
+void TableWriter::add(const Batch& batch, std::uint32_t firstField) {
+  if (isLong()) {
+    appendSamples(filling_.samples, batch, firstField);
+    if (filling_.samples.size() < kBlockSize) return;
+  } else {
+    filling_.batch = batch;
+  }
+  handOver();
+}
+
+void TableWriter::finish() {
+  handOver();
+  writeFormatted();
+}
+
+void TableWriter::handOver() {
   writeFormatted();
   std::swap(filling_, formatting_);
   const SignalsBlocked blocked;
   formatted_ = std::async(std::launch::async, [this] { format(formatting_); });
 }
 
-void TableWriter::finish() {
-  writeFormatted();
-  std::swap(filling_, formatting_);
-  format(formatting_);
-  output_.write({formatting_.text.data(), formatting_.text.size()});
-}
-
 void TableWriter::format(Block& block) {
   block.text.clear();
-  std::span<const Lib::Sample> rest(block.samples);
-  const std::size_t width = block.times.empty() ? 0 : rest.size() / block.times.size();
-  for (const Lib::Nano time : block.times) {
-    formatter_.appendRow(block.text, time, rest.first(width));
-    rest = rest.subspan(width);
+  if (isLong()) {
+    formatter_.appendRecords(block.text, block.samples);
+  } else {
+    formatter_.appendRows(block.text, block.batch);
   }
-  block.times.clear();
   block.samples.clear();
+  block.batch = Batch();
 }
 
 void TableWriter::writeFormatted() {

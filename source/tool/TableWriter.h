@@ -2,41 +2,47 @@
 
 #include <cstddef>
 #include <future>
-#include <span>
+#include <kvex/Options.h>
 #include <vector>
 
 #include "tool/Output.h"
-#include "tool/SampleFormatter.h"
+#include "tool/TableFormatter.h"
 
 namespace Kvex::Tool {
 
-/// Writes rows of samples as a table. A second thread makes text of the rows given before while the caller is reading
-/// the next ones; what is written goes out in the caller's thread.
+/// Writes batches of samples as a table. A second thread makes text of what was given before while the caller is
+/// reading on; what is written goes out in the caller's thread.
 class TableWriter {
  public:
   /// Writes the table's header. The formatter is in use until `finish`.
-  TableWriter(Output& output, SampleFormatter& formatter);
+  TableWriter(Output& output, TableFormatter& formatter);
 
-  /// The samples of one time, in the order of the formatter's columns.
-  void addRow(Lib::Nano time, std::span<const Lib::Sample> samples);
+  /// What batches of this table are to be read with.
+  ReadOptions readOptions() const;
+  /// The samples of a batch whose first column is the formatter's field `firstField`. In a wide table that is 0.
+  void add(const Batch& batch, std::uint32_t firstField);
   /// Writes what is not written yet. The output is not finished by it.
   void finish();
 
  private:
+  /// What is made text of in one go. Of a wide table that is a batch. Of a long one it is samples: with few of them in
+  /// many columns, a reader goes on much quicker in a batch that nobody else holds.
   struct alignas(kCacheLine) Block {
-    std::vector<Lib::Nano> times;      ///< One per row.
-    std::vector<Lib::Sample> samples;  ///< Row after row.
+    Batch batch;
+    std::vector<TableSample> samples;
     fmt::memory_buffer text;
   };
 
-  /// Samples and times in a block: a few MiB, and work enough to be worth a thread.
-  static constexpr std::size_t kBlockSize = 0x20000;
+  /// Values in a block: a few MiB, and work enough to be worth a thread.
+  static constexpr std::size_t kBlockSize = 0x10000;
 
+  bool isLong() const { return formatter_.style().shape == TableShape::Long; }
+  void handOver();
   void format(Block& block);
   void writeFormatted();
 
   Output& output_;
-  SampleFormatter& formatter_;
+  TableFormatter& formatter_;
   Block filling_;
   Block formatting_;
   std::future<void> formatted_;  ///< Waits for the formatting when destroyed, so that nothing it uses may come after.

@@ -51,28 +51,25 @@ std::string jsonText(const nlohmann::ordered_json& json, int indent) {
   return json.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
-nlohmann::ordered_json jsonValue(const Lib::Sample& sample) {
+nlohmann::ordered_json jsonValue(const Value& value) {
   nlohmann::ordered_json result;
-  Lib::withType(sample.type, [&](auto tag) {
-    using T = typename decltype(tag)::Type;
-    if constexpr (std::is_same_v<T, bool>) {
-      result = sample.as<std::uint8_t>() != 0;
-    } else if constexpr (std::is_same_v<T, float>) {
+  visitType(value.type(), [&]<class T>(std::type_identity<T>) {
+    const T number = value.get<T>();
+    if constexpr (std::is_same_v<T, float>) {
       // The double with the same shortest text, so that a float of 0.1 does not read 0.10000000149.
-      const auto number = sample.as<float>();
       if (std::isfinite(number)) result = std::stod(fmt::format("{}", number));
     } else if constexpr (std::is_same_v<T, double>) {
-      if (std::isfinite(sample.as<double>())) result = sample.as<double>();
+      if (std::isfinite(number)) result = number;
     } else {
-      result = sample.as<T>();
+      result = number;
     }
   });
   return result;
 }
 
-std::string valueWithText(const Lib::Sample& sample, const Sto::SignalInfo& row) {
-  const std::string value = jsonText(jsonValue(sample));
-  return row.valueText == nullptr ? value : fmt::format("{} ({})", value, row.valueText(sample, row));
+std::string valueWithText(const Value& value, const Signal& signal) {
+  const std::string number = jsonText(jsonValue(value));
+  return signal.hasTexts() ? fmt::format("{} ({})", number, signal.text(value)) : number;
 }
 
 void TextTable::addRow(std::vector<std::string> cells) {
@@ -105,6 +102,14 @@ std::string TextTable::text(std::size_t indent) const {
 
 std::string counted(std::uint64_t count, std::string_view noun) {
   return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
+std::string lowerExtension(std::string_view path) {
+  const std::size_t point = path.rfind('.');
+  if (point == std::string_view::npos) return {};
+  std::string extension(path.substr(point));
+  for (char& c : extension) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  return extension;
 }
 
 }  // namespace Kvex::Tool

@@ -2,13 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <kvex/Signal.h>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "library/Sample.h"
-#include "tables/SignalInfo.h"
 
 namespace Kvex::Tool {
 
@@ -23,10 +21,10 @@ std::string csvField(std::string_view text);
 std::string jsonText(const nlohmann::ordered_json& json, int indent = -1);
 
 /// A value as JSON has it: null for one that is not a number or infinite, and for no type.
-nlohmann::ordered_json jsonValue(const Lib::Sample& sample);
+nlohmann::ordered_json jsonValue(const Value& value);
 
-/// A value with the text that its row has for it: "3 (Locked)".
-std::string valueWithText(const Lib::Sample& sample, const Sto::SignalInfo& row);
+/// A value with the text that its signal has for it: "3 (Locked)".
+std::string valueWithText(const Value& value, const Signal& signal);
 
 /// Rows of cells, printed with columns of equal width.
 class TextTable {
@@ -42,5 +40,8 @@ class TextTable {
 
 /// "1 page", "2 pages".
 std::string counted(std::uint64_t count, std::string_view noun);
+
+/// ".csv": a path from its last point on, in lower case; empty without a point.
+std::string lowerExtension(std::string_view path);
 
 }  // namespace Kvex::Tool

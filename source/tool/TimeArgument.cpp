@@ -3,8 +3,6 @@
 #include <charconv>
 #include <string>
 
-#include "library/TimeUnits.h"
-
 namespace Kvex::Tool {
 
 namespace {
@@ -57,9 +55,10 @@ std::optional<std::int64_t> nanosFromSeconds(std::string_view text) {
   return parseInteger<std::int64_t>(digits);
 }
 
-Lib::Nano TimeArgument::from(Lib::Nano start) const {
+Nano TimeArgument::from(Nano start) const {
   if (!relative) return nanos;
-  return nanos > INT64_MAX - start && start > 0 ? INT64_MAX : start + nanos;
+  Nano time = 0;
+  return __builtin_add_overflow(start, nanos, &time) ? INT64_MAX : time;
 }
 
 std::optional<TimeArgument> parseTimeArgument(std::string_view text) {
@@ -69,7 +68,7 @@ std::optional<TimeArgument> parseTimeArgument(std::string_view text) {
     return TimeArgument{*seconds, true};
   }
   if (const auto nanos = parseInteger<std::int64_t>(text)) return TimeArgument{*nanos};
-  if (const auto nanos = Lib::nanoFromUtcText(text)) return TimeArgument{*nanos};
+  if (const auto nanos = nanoFromUtc(text)) return TimeArgument{*nanos};
   return std::nullopt;
 }
 

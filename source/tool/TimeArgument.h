@@ -1,10 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <kvex/Time.h>
 #include <optional>
 #include <string_view>
-
-#include "library/NavField.h"
 
 namespace Kvex::Tool {
 
@@ -14,11 +13,11 @@ std::optional<std::int64_t> nanosFromSeconds(std::string_view text);
 
 /// A time as a person types it.
 struct TimeArgument {
-  Lib::Nano nanos = 0;  ///< A GPS time, or a distance from the start.
+  Nano nanos = 0;  ///< A GPS time, or a distance from the start.
   bool relative = false;
 
   /// The GPS time, with times relative to `start`; brought to the nearest that 64 bits hold.
-  Lib::Nano from(Lib::Nano start) const;
+  Nano from(Nano start) const;
 };
 
 /// Reads GPS nanoseconds ("1417651425000000000"), a UTC date and time ("2024-12-03T23:43:45.5Z"), or seconds from the

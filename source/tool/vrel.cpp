@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <fmt/format.h>
+#include <kvex/Version.h>
 #include <string>
 
 #include "tool/Commands.h"
@@ -24,15 +25,15 @@ constexpr const char* kFooter =
     "  vrel synth demo.vrel\n"
     "  vrel info demo.vrel\n"
     "  vrel export demo.vrel --signal 'GnssInt1_*' -o positions.csv\n\n"
-    "\"vrel COMMAND --help\" tells more.";
+    "\"vrel COMMAND --help\" says more.";
 
 constexpr std::size_t kHelpColumn = 26;
 
-/// Tells what is wrong with the command line.
+/// Says what is wrong with the command line.
 VrelExit complain(const CLI::App& app, const CLI::ParseError& error) {
   std::string command = "vrel";
   for (const CLI::App* given : app.get_subcommands()) command += ' ' + given->get_name();
-  fmt::print(stderr, "vrel: {}\n\"{} --help\" tells how it is used.\n", printable(error.what()), command);
+  fmt::print(stderr, "vrel: {}\n\"{} --help\" says how it is used.\n", printable(error.what()), command);
   return VrelExit::WrongUsage;
 }
 
@@ -47,7 +48,7 @@ VrelExit run(int argc, char** argv) {
   app.footer(kFooter);
   app.require_subcommand(1);
   app.get_formatter()->column_width(kHelpColumn);
-  app.set_version_flag("--version", "vrel " KVEX_VERSION, "Print the version and exit");
+  app.set_version_flag("--version", fmt::format("vrel {}", Kvex::version()), "Print the version and exit");
   Action action;
   addInfoCommand(app, action);
   addSignalsCommand(app, action);
@@ -73,6 +74,11 @@ VrelExit run(int argc, char** argv) {
   return action();
 }
 
+int report(const Failure& failure) {
+  if (*failure.what() != '\0') fmt::print(stderr, "vrel: {}\n", failure.what());
+  return static_cast<int>(failure.exit);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -80,8 +86,9 @@ int main(int argc, char** argv) {
   try {
     return static_cast<int>(run(argc, argv));
   } catch (const Failure& failure) {
-    if (*failure.what() != '\0') fmt::print(stderr, "vrel: {}\n", failure.what());
-    return static_cast<int>(failure.exit);
+    return report(failure);
+  } catch (const Kvex::Error& error) {
+    return report(failureFrom(error));
   } catch (const std::exception& error) {
     fmt::print(stderr, "vrel: {}\n", printable(error.what()));
     return static_cast<int>(VrelExit::Failed);

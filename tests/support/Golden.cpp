@@ -1,20 +1,18 @@
 #include "support/Golden.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
-#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <vector>
-#include <zlib.h>
 
 #include "codecs.h"
 #include "library/Enumerations.h"
 #include "store/DataStore.h"
+#include "support/Answers.h"
 
 namespace Kvex::Support {
 
@@ -39,28 +37,6 @@ class Differences {
   int count_ = 0;
 };
 
-/// The lines of a gzip file.
-class GzLines {
- public:
-  explicit GzLines(const std::string& path) : file_(gzopen(path.c_str(), "rb")) {}
-  ~GzLines() {
-    if (file_ != nullptr) gzclose(file_);
-  }
-  GzLines(const GzLines&) = delete;
-  GzLines& operator=(const GzLines&) = delete;
-
-  bool next(std::string& line) {
-    std::array<char, 4096> buffer;
-    if (file_ == nullptr || gzgets(file_, buffer.data(), buffer.size()) == nullptr) return false;
-    line = buffer.data();
-    while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
-    return true;
-  }
-
- private:
-  gzFile file_;
-};
-
 /// Whether a value agrees with the text of an answer: integers exactly, floating values within what the order of
 /// additions may change.
 bool agrees(const Sample& sample, const std::string& text, const std::string& signal) {
@@ -70,11 +46,7 @@ bool agrees(const Sample& sample, const std::string& text, const std::string& si
   if (!isFloat && sample.type != Lib::ValueType::Double) return text == std::to_string(sample.asInteger());
   const double value = isFloat ? sample.as<float>() : sample.as<double>();
   const double expected = std::strtod(text.c_str(), nullptr);
-  if (std::isnan(value) || std::isnan(expected)) return std::isnan(value) == std::isnan(expected);
-  if (value == expected) return true;
-  const double relative = isFloat ? 1e-6 : 1e-9;
-  const double absolute = signal.starts_with("RefFrame") ? 1e-8 : 1e-12;
-  return std::abs(value - expected) <= std::max(absolute, relative * std::abs(expected));
+  return agreesWithin(value, expected, isFloat, signal);
 }
 
 std::string show(const Sample& sample) {

@@ -71,7 +71,9 @@ struct NavRecord {
   TextField<5> BaseStationIDText;  ///< The four bytes of `BaseStationID`.
   TextField<15> OmniStarSerial;    ///< `OmniStarSerialRaw` as it is printed.
 
-  const NavField<std::int64_t>& time() const { return Nano; }
+  const NavField<std::int64_t>& time() const {
+    return Nano;
+  }
 
   /// Brings every field to the state in which a walk starts.
   void reset();

@@ -20,5 +20,7 @@ write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/KvexConfigVersion.c
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/KvexConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/KvexConfigVersion.cmake
         DESTINATION ${package_dir})
 
+# kvex.pc finds its prefix from where it lies, so that an installed tree may be moved.
+file(RELATIVE_PATH up_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${PROJECT_SOURCE_DIR}/packaging/kvex.pc.in ${CMAKE_CURRENT_BINARY_DIR}/kvex.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kvex.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

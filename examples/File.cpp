@@ -1,14 +1,12 @@
-// Opens a recording and prints latitude and longitude of one stream as they were recorded.
+// What is in a file: its span, its streams and whether it is whole. No values are read.
 #include <iostream>
 #include <kvex/File.h>
 
 int main(int, char** arguments) {
-  Kvex::File run(arguments[1]);
-  for (const Kvex::Batch& batch : run.native({"2:Lat", "2:Lon"}, {.batchRows = 5})) {
-    const auto lat = batch.column<double>(0);
-    const auto lon = batch.column<double>(1);
-    for (std::size_t row = 0; row < batch.rows(); ++row) {
-      if (lat.valid(row)) std::cout << batch.utc(row) << ' ' << lat[row] << ' ' << lon[row] << '\n';
-    }
+  const Kvex::File run(arguments[1]);
+  std::cout << Kvex::utcText(run.span().start) << " to " << Kvex::utcText(run.span().end) << '\n';
+  for (const Kvex::Stream& stream : run.streams()) {
+    std::cout << stream.id() << ' ' << stream.codec() << ": " << stream.signals().size() << " signals\n";
   }
+  std::cout << run.damage().sentence() << '\n';
 }

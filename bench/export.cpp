@@ -52,7 +52,7 @@ class Walk {
       Tool::Output output("/dev/null");
       Tool::TableFormatter formatter({}, signals_, file_.span().start);
       Tool::TableWriter table(output, formatter);
-      for (const Batch& batch : file_.grid(signals_, kPeriod, table.readOptions())) table.add(batch, 0);
+      for (const Batch& batch : file_.grid(signals_, kPeriod, table.readOptions(false))) table.add(batch, 0);
       table.finish();
       output.finish();
     });

@@ -85,7 +85,7 @@ VrelExit exportSignals(ExportOptions options) {
   Output output(options.output);
   TableFormatter formatter(options.style, signals, fileStart);
   TableWriter table(output, formatter);
-  ReadOptions reading = table.readOptions();
+  ReadOptions reading = table.readOptions(options.native);
   if (options.start) reading.start = options.start->from(fileStart);
   if (options.end) reading.end = options.end->from(fileStart);
   reading.stop = opened.stop.token();

@@ -4,6 +4,8 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <type_traits>
+#include <utility>
 
 namespace Kvex::Tool {
 
@@ -13,10 +15,13 @@ constexpr std::size_t kGroup = 64;  ///< Rows that are looked at together: the b
 
 template <class T>
 std::uint64_t loadBits(const void* values, std::size_t index) {
-  const T value = Detail::valueAt<T>(values, index);
-  std::uint64_t bits = 0;
-  std::memcpy(&bits, &value, sizeof value);
-  return bits;
+  if constexpr (std::is_same_v<T, bool>) {
+    return bitAt(static_cast<const std::uint8_t*>(values), index) ? 1 : 0;
+  } else {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, static_cast<const T*>(values) + index, sizeof(T));
+    return bits;
+  }
 }
 
 /// Which of the rows from `first` on have a sample, the first one in the lowest bit.

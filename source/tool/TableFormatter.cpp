@@ -28,7 +28,7 @@ char* putLead(char* out, std::string_view lead) {
   return out + 1;
 }
 
-/// Makes room in a buffer behind `out`, and gives the place of `out`, which may have moved.
+/// Makes room in a buffer behind `out`, and returns the place of `out`, which may have moved.
 char* withRoom(fmt::memory_buffer& buffer, const char* out, std::size_t room) {
   const auto used = static_cast<std::size_t>(out - buffer.data());
   if (buffer.size() < used + room) buffer.resize(used + room);

@@ -66,7 +66,7 @@ class alignas(kCacheLine) TableFormatter {
   /// What comes before a field that is not the first one.
   std::string leadOf(std::string_view key) const;
   void addFields();
-  // These write at `out`, where there is room for a record, and give the place behind what they wrote.
+  // These write at `out`, where there is room for a record, and return the place behind what they wrote.
   static char* putKept(char* out, const NumberText& kept);
   char* putTime(char* out, NumberText& kept, Nano nano);
   char* putValue(fmt::memory_buffer& buffer, char* out, Field& field, std::uint64_t bits) const;

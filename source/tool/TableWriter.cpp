@@ -12,11 +12,16 @@ TableWriter::TableWriter(Output& output, TableFormatter& formatter) : output_(ou
   output_.endRecord();
 }
 
-ReadOptions TableWriter::readOptions() const {
+ReadOptions TableWriter::readOptions(bool sparse) const {
   ReadOptions options;
   options.flags = isLong() || formatter_.style().flags;
   options.stamps = isLong();
-  if (!isLong()) options.batchRows = std::max<std::size_t>(1, kBlockSize / (1 + formatter_.fieldCount()));
+  const std::size_t width = 1 + formatter_.fieldCount();
+  if (!isLong()) {
+    options.batchRows = std::max<std::size_t>(1, kBlockSize / width);
+  } else if (!sparse) {
+    options.batchRows = std::max(kMinTurnedRows, kTurnedValues / width);
+  }
   return options;
 }
 

@@ -17,8 +17,8 @@ class TableWriter {
   /// Writes the table's header. The formatter is in use until `finish`.
   TableWriter(Output& output, TableFormatter& formatter);
 
-  /// What batches of this table are to be read with.
-  ReadOptions readOptions() const;
+  /// What batches of this table are to be read with. `sparse`: a row has samples of few of the signals.
+  ReadOptions readOptions(bool sparse) const;
   /// The samples of a batch whose first column is the formatter's field `firstField`. In a wide table that is 0.
   void add(const Batch& batch, std::uint32_t firstField);
   /// Writes what is not written yet. The output is not finished by it.
@@ -35,6 +35,9 @@ class TableWriter {
 
   /// Values in a block: a few MiB, and work enough to be worth a thread.
   static constexpr std::size_t kBlockSize = 0x10000;
+  /// Values in a batch that is turned from columns into rows: what goes into the processor's cache.
+  static constexpr std::size_t kTurnedValues = 0x2000;
+  static constexpr std::size_t kMinTurnedRows = 8;
 
   bool isLong() const { return formatter_.style().shape == TableShape::Long; }
   void handOver();

@@ -17,7 +17,7 @@ class TimeWriter {
   /// `start` is where elapsed time counts from; `quoted` puts UTC in quotes.
   TimeWriter(TimeForm form, Nano start, bool quoted) : start_(start), form_(form), quoted_(quoted) {}
 
-  /// Writes at `out`, where there is room for `kRoom` characters, and gives the place behind.
+  /// Writes at `out`, where there is room for `kRoom` characters, and returns the place behind.
   char* put(char* out, Nano nano);
 
  private:

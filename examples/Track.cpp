@@ -2,10 +2,12 @@
 #include <kvex/File.h>
 
 int main(int, char** arguments) {
-  Kvex::File run(arguments[1]);
+  Kvex::File run(arguments[1]);  // finds streams and damage; throws Kvex::Error with a sentence
   std::cout.precision(10);
-  for (const Kvex::Batch& batch : run.native({"1:Lat", "1:Lon"}, {.batchRows = 100})) {
+  for (const Kvex::Batch& batch : run.grid({"1:Lat", "1:Lon"}, 2 * Kvex::kNanosPerSecond)) {
     const auto lat = batch.column<double>(0), lon = batch.column<double>(1);
-    std::cout << batch.utc(0) << ' ' << lat[0] << ' ' << lon[0] << '\n';
+    for (std::size_t row = 0; row < batch.rows(); ++row) {
+      if (lat.valid(row)) std::cout << batch.utc(row) << ' ' << lat[row] << ' ' << lon[row] << '\n';
+    }
   }
 }

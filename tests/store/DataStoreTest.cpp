@@ -123,6 +123,58 @@ TEST(DataStoreTest, filesThatAreNone) {
   std::filesystem::remove("directory.vrel");
 }
 
+TEST(DataStoreTest, statusesSayTheirReason) {
+  const TempFile file("reasons.vrel", recording({{1, {1, 5}}, {2, {}}}));
+  const TempFile unknown("reasons.dat");
+  const TempFile empty("reasons-empty.vrel");
+  StoreReading reading(file.path());
+  DataStore& store = reading.store;
+  std::vector<std::uint32_t> ids;
+  std::vector<Lib::Sample> samples;
+  SignalQuery query;
+  Lib::Nano time = 0;
+  const struct {
+    StoreStatus status;
+    std::string_view reason;
+  } cases[] = {
+      {store.addFile("no-such-file.vrel", ids), Reason::kNoFile},
+      {store.addFile(unknown.path(), ids), Reason::kUnknownKind},
+      {store.addFile(empty.path(), ids), Reason::kNoStreams},
+      {store.subscribe(7, 0, "Count"), Reason::kNoMode},
+      {store.subscribe(kDirectMode, 9, "Count"), Reason::kNoStream},
+      {store.subscribe(kDirectMode, 1, "Count"), Reason::kTimelessStream},
+      {store.subscribe(kDirectMode, 0, "Counter"), Reason::kNoSignal},
+      {store.addToQuery(query, kDirectMode, 0, "Count"), Reason::kNotSubscribed},
+      {store.readSamples(query, 1, samples), Reason::kEmptyQuery},
+      {StoreReading().store.startTime(time), Reason::kNoTime},
+  };
+  for (const auto& expected : cases) {
+    EXPECT_EQ(expected.status, StoreStatus::NotFound) << expected.reason;
+    EXPECT_EQ(expected.status.reason, expected.reason);
+  }
+}
+
+TEST(DataStoreTest, visitorCannotLockItselfOut) {
+  const TempFile file("visitor.vrel", recording({{1, {1, 5}}}));
+  StoreReading reading(file.path());
+  DataStore& store = reading.store;
+  std::vector<Lib::Sample> samples;
+  Lib::Nano time = 0;
+  const auto visit = [&](auto&& operation) {
+    store.visitStream(0, [&](const Stream&, const Resource&) { EXPECT_THROW(operation(), std::logic_error); });
+  };
+  visit([&] { return store.addFile(file.path(), reading.ids); });
+  visit([&] { return store.startTime(time); });
+  visit([&] { return store.streamInfo(0); });
+  visit([&] { return store.subscribe(kDirectMode, 0, "Count"); });
+  visit([&] { return store.seekAll(0); });
+  visit([&] { return store.readSamples(reading.query, 1, samples); });
+  visit([&] { return store.visitStream(0, [](const Stream&, const Resource&) {}); });
+  EXPECT_EQ(reading.subscribe(0, "Count"), StoreStatus::Success);
+  StoreReading other(file.path());
+  store.visitStream(0, [&](const Stream&, const Resource&) { EXPECT_EQ(other.store.streamInfo(0).endTime, 5); });
+}
+
 TEST(DataStoreTest, queriesOfTheOtherMode) {
   const TempFile file("modes.vrel", recording({{1, {1, 5}}, {2, {1, 5}}}));
   StoreReading reading(file.path());

@@ -29,6 +29,9 @@ TEST(ProgressRingTest, keepsRecordsInOrderAndLosesWhatHasNoRoom) {
     EXPECT_EQ(record->percent, expected.percent);
   }
   EXPECT_FALSE(ring.take());
+  ProgressRing wide(10);
+  for (const int phase : {0, 1, 9, 10, 11, 700}) wide.report(0, static_cast<Phase>(phase), 1);
+  for (const int phase : {0, 1, 9, 10, 0, 0}) EXPECT_EQ(wide.take()->phase, static_cast<Phase>(phase));
   for (const std::uint32_t bits : {0U, 3U}) EXPECT_FALSE(ProgressRing(bits).report(1, Phase::Seek, 1.0));
 }
 

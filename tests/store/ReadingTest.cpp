@@ -161,6 +161,43 @@ TEST(ReadingTest, cancels) {
   EXPECT_EQ(added, StoreStatus::NotFound);
   EXPECT_EQ(added.reason, Reason::kCancelled);
   EXPECT_EQ(reading.ids.size(), streams);
+  reading.store.clearCancel();
+  StoreReading other(file.path());
+  other.subscribeAll();
+  EXPECT_EQ(differenceOf(reading.walk(20), other.walk(20)), "");
+}
+
+/// A walk over packets that lie far apart looks at the cancel flag with each, and its progress does not fall.
+TEST(ReadingTest, sparseSeekIsCancelledInItsMidst) {
+  std::ostringstream out;
+  Synth::RecordingWriter writer(out);
+  Synth::LogicalWriter& stream = writer.addStream(countForm(1));
+  stream.writeHeader();
+  constexpr Lib::Nano kDay = 86'400 * Lib::kNanosPerSecond;
+  constexpr std::uint32_t kPackets = 500;
+  for (std::uint32_t i = 0; i < kPackets; ++i) stream.add(countPacket(i * kDay, i));
+  writer.end();
+  const TempFile file("sparse.vrel", out.str());
+  Sto::StoreConfig config;
+  config.progressInterval = 0;  // a report with each look
+  config.progressRingBits = 20;
+  DataStore store(config, allCodecs());
+  std::vector<std::uint32_t> ids;
+  ASSERT_EQ(store.addFile(file.path(), ids), StoreStatus::Success);
+  ASSERT_EQ(store.subscribe(kDirectMode, 0, "Count"), StoreStatus::Success);
+  while (store.progress().take()) {
+  }
+  ASSERT_EQ(store.seekAll(kPackets * kDay), StoreStatus::Success);
+  float last = 0;
+  std::size_t reports = 0;
+  while (const auto record = store.progress().take()) {
+    EXPECT_EQ(record->phase, Phase::Seek);
+    EXPECT_GE(record->percent, last);
+    last = record->percent;
+    ++reports;
+  }
+  EXPECT_EQ(last, 100);
+  EXPECT_GT(reports, kPackets / 2);
 }
 
 TEST(ReadingTest, largeHeaderPackets) {

@@ -26,9 +26,9 @@ void GridSource::subscribe(const std::vector<Signal>& signals) {
       (void)store.subscribe(Sto::kDirectMode, data.listing);
       (void)store.addToQuery(query_, Sto::kDirectMode, data.listing);
     }
+    const std::size_t sample = place->second + signals[i].element().value_or(0);
     Lib::withType(signals[i].type(), [&](auto tag) {
-      places_.of<typename decltype(tag)::Type>().push_back(
-          {&writer_.columns()[i], place->second + signals[i].element().value_or(0)});
+      places_.of<typename decltype(tag)::Type>().push_back({&writer_.columns()[i], sample});
     });
   }
 }

@@ -153,8 +153,8 @@ Signal SignalFinder::one(std::string_view text) const {
   const std::vector<Signal> found = named(text);
   if (found.empty()) failUnknown(text);
   if (found.size() == 1) return found.front();
-  std::vector<std::string> names;
-  for (const Signal& signal : found) names.push_back(signal.qualifiedName());
+  std::vector<std::string> names(found.size());
+  std::ranges::transform(found, names.begin(), &Signal::qualifiedName);
   throw Error(ErrorCode::Ambiguous, quoted(text) + " is in several streams: " + listed(names), path_, {}, names);
 }
 
@@ -206,6 +206,7 @@ std::vector<Signal> SignalFinder::search(std::string_view text) const {
   }
   std::ranges::stable_sort(found, std::greater{}, [](const auto& hit) { return hit.first; });
   std::vector<Signal> signals;
+  signals.reserve(found.size());
   for (auto& [inName, signal] : found) signals.push_back(std::move(signal));
   return signals;
 }

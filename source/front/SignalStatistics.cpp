@@ -40,7 +40,9 @@ void addBlock(Statistics& tally, const NativeWalk& walk, std::size_t element) {
 }
 
 void settleRate(Statistics& tally) {
-  const double seconds = (static_cast<double>(tally.lastTime) - static_cast<double>(tally.firstTime)) * 1e-9;
+  // Times have more digits than a double; their difference may not fit into 64 bits.
+  __extension__ using Wide = __int128;
+  const double seconds = static_cast<double>(static_cast<Wide>(tally.lastTime) - tally.firstTime) * 1e-9;
   if (tally.samples >= 2 && seconds > 0) tally.rate = static_cast<double>(tally.samples - 1) / seconds;
 }
 

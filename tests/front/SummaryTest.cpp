@@ -1,0 +1,146 @@
+// Overviews, statistics and states against the native samples that they are made of.
+
+#include <algorithm>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <kvex/File.h>
+
+#include "support/Golden.h"
+
+namespace Kvex {
+namespace {
+
+struct Timed {
+  Nano time;
+  Value value;
+};
+
+/// All samples of a scalar signal.
+std::vector<Timed> samplesOf(File& file, const Signal& signal) {
+  std::vector<Timed> samples;
+  for (const Batch& batch : file.native(signal, {.flags = true, .stamps = true})) {
+    for (std::size_t row = 0; row < batch.rows(); ++row) samples.push_back({batch.time(row), batch.value(0, row)});
+  }
+  return samples;
+}
+
+/// By text, since doubles do not hold every integer; zero equals zero of the other sign.
+bool same(const Value& a, const Value& b) {
+  return a.text() == b.text() || (a.asDouble() == 0.0 && b.asDouble() == 0.0);
+}
+
+class SummaryTest : public testing::TestWithParam<const char*> {
+ protected:
+  File file_{Support::dataPath(GetParam())};
+
+  std::vector<Signal> scalars() {
+    std::vector<Signal> signals;
+    for (const Signal& signal : file_.match("0:*")) {
+      if (!signal.isArray() && signals.size() < 60) signals.push_back(signal);
+    }
+    return signals;
+  }
+};
+
+TEST_P(SummaryTest, statisticsAreThoseOfTheSamples) {
+  const std::vector<Signal> signals = scalars();
+  const std::vector<Statistics> all = file_.statistics(signals);
+  ASSERT_EQ(all.size(), signals.size());
+  for (const Statistics& got : all) {
+    SCOPED_TRACE(got.signal.name());
+    const std::vector<Timed> samples = samplesOf(file_, got.signal);
+    std::vector<Timed> usable;
+    std::ranges::copy_if(samples, std::back_inserter(usable), [](const Timed& t) { return t.value.usable(); });
+    EXPECT_EQ(got.samples, samples.size());
+    EXPECT_EQ(got.usable, usable.size());
+    if (samples.size() >= 2) {
+      const double seconds = static_cast<double>(samples.back().time - samples.front().time) * 1e-9;
+      if (seconds > 0) {
+        EXPECT_NEAR(got.rate.value_or(-1), static_cast<double>(samples.size() - 1) / seconds, 1e-6);
+      }
+    }
+    std::uint64_t changes = 0;
+    for (std::size_t i = 1; i < usable.size(); ++i) changes += same(usable[i].value, usable[i - 1].value) ? 0 : 1;
+    EXPECT_EQ(got.changes, changes);
+    if (usable.empty()) {
+      EXPECT_EQ(got.first.type(), ValueType::None);
+      continue;
+    }
+    EXPECT_TRUE(same(got.first, usable.front().value));
+    EXPECT_EQ(got.last.stamp(), usable.back().value.stamp());
+    double smallest = INFINITY;
+    double largest = -INFINITY;
+    for (const Timed& sample : usable) {
+      const double number = sample.value.asDouble();
+      if (std::isnan(number)) continue;
+      smallest = std::min(smallest, number);
+      largest = std::max(largest, number);
+    }
+    if (smallest <= largest) {
+      EXPECT_EQ(got.smallest.asDouble(), smallest);
+      EXPECT_EQ(got.largest.asDouble(), largest);
+    }
+  }
+}
+
+TEST_P(SummaryTest, overviewCountsEachSampleInItsSlice) {
+  const std::vector<Signal> signals = scalars();
+  constexpr std::size_t kSlices = 7;
+  const Overview overview = file_.overview(signals, kSlices);
+  for (std::size_t i = 0; i < signals.size(); ++i) {
+    SCOPED_TRACE(signals[i].name());
+    std::vector<Slice> expected(kSlices);
+    for (const Timed& sample : samplesOf(file_, signals[i])) {
+      std::size_t slice = 0;
+      while (slice + 1 < kSlices && sample.time >= overview.sliceStart(slice + 1)) ++slice;
+      ++expected[slice].samples;
+      if (!sample.value.usable()) continue;
+      if (expected[slice].usable++ == 0) expected[slice].first = sample.value;
+      expected[slice].last = sample.value;
+    }
+    for (std::size_t slice = 0; slice < kSlices; ++slice) {
+      const Slice got = overview.at(i, slice);
+      EXPECT_EQ(got.samples, expected[slice].samples);
+      EXPECT_EQ(got.usable, expected[slice].usable);
+      if (got.usable == 0) continue;
+      EXPECT_TRUE(same(got.first, expected[slice].first));
+      EXPECT_TRUE(same(got.last, expected[slice].last));
+    }
+  }
+  EXPECT_THROW(file_.overview(signals, 0), Error);
+}
+
+TEST_P(SummaryTest, statesFollowOneAnotherAndHoldAllUsableSamples) {
+  for (const Signal& signal : scalars()) {
+    SCOPED_TRACE(signal.name());
+    std::vector<Value> expected;
+    std::uint64_t usable = 0;
+    bool held = false;
+    for (const Timed& sample : samplesOf(file_, signal)) {
+      usable += sample.value.usable() ? 1 : 0;
+      if (sample.value.usable() && (!held || !same(sample.value, expected.back()))) expected.push_back(sample.value);
+      held = sample.value.usable();
+    }
+    std::size_t count = 0;
+    std::uint64_t counted = 0;
+    for (const State& state : file_.states(signal)) {
+      ASSERT_LT(count, expected.size());
+      EXPECT_TRUE(same(state.value, expected[count]));
+      EXPECT_LE(state.from, state.to);
+      ++count;
+      counted += state.samples;
+    }
+    EXPECT_EQ(count, expected.size());
+    EXPECT_EQ(counted, usable);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, SummaryTest,
+                         testing::Values("zint_wild_11.vrel", "quon_mode_mix_11.quon", "can_joined_11.vrel"),
+                         [](const testing::TestParamInfo<const char*>& param) {
+                           const std::string name = param.param;
+                           return name.substr(0, name.rfind('.'));
+                         });
+
+}  // namespace
+}  // namespace Kvex

@@ -153,7 +153,7 @@ void writeDefinitions(const SeedFolder& folder) {
              R"({"ID":2,"IP":1,"DN":"Nano","BT":"S","BO":7,"BS":64,"MS":-3,"MO":5,"ML":-1.5,"MH":1e9}]})");
 }
 
-/// Whole files, a byte ahead of each that tells its kind.
+/// Whole files, a byte ahead of each that says its kind.
 void writeFiles(const SeedFolder& folder) {
   for (const DamagePlan& plan : kDamages) folder.add('\0' + makeRecording(plan));
   for (const auto& [kind, sync, size] : {std::tuple{'\1', '\xE7', 72}, {'\2', '\xE8', 84}, {'\3', 'W', 80}}) {

@@ -23,7 +23,7 @@ struct CanTimes {
   NavField<std::uint32_t> weekCount;
   NavField<double> weekSecond;
 
-  /// No time known: what is told from it is not available.
+  /// No time known: what is counted from it is not available.
   void reset() {
     nano.reset();
     const auto withhold = [](auto&... fields) { ((fields = {.flags = Lib::Flag::kNotAvailable}), ...); };

@@ -12,7 +12,7 @@ namespace Kvex::Can {
 /// What a signal has to do with its message's multiplexer. Kept for listings; extraction does not look at it.
 enum class MuxKind : std::uint8_t { Plain = 1, Switch = 2, Multiplexed = 3 };
 
-/// One signal of a database, as its line tells it. The texts are bytes of the database, in whatever encoding it has.
+/// One signal of a database, as its line has it. The texts are bytes of the database, in whatever encoding it has.
 struct CanSignal {
   std::uint32_t messageIndex = 0;                   ///< Its message's place in the database.
   std::uint32_t index = 0;                          ///< Its own place in the database.

@@ -15,7 +15,7 @@ class CanTimeLine {
   /// Times below this one, a mean year, are relative.
   static constexpr Nano kFirstAbsolute = 31'556'926 * Lib::kNanosPerSecond;
 
-  /// The points that times are told from; `Lib::kNoTime` where not known.
+  /// The points that times are counted from; `Lib::kNoTime` where not known.
   struct Bases {
     Nano origin = Lib::kNoTime;  ///< The whole second of `start`.
     Nano start = Lib::kNoTime;   ///< The first packet, as an absolute time.

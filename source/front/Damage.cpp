@@ -18,7 +18,7 @@ class Teller {
  public:
   Teller(Span span, bool isRecording) : span_(span), unit_(isRecording ? "page" : "packet") {}
 
-  std::string tell(const Sto::Damage& damage) const {
+  std::string report(const Sto::Damage& damage) const {
     const bool one = damage.count == 1;
     const std::string pages = counted(damage.count, "page");
     const std::string of = damage.stream == nullptr ? "" : "stream " + std::to_string(damage.stream->entry.index);
@@ -107,7 +107,7 @@ Damage DamageAccess::judge(const Sto::Resource& resource, Span span) {
     place.from = damage.time;
     place.count = damage.count;
     place.lost = losesData(damage.kind);
-    place.text = teller.tell(damage);
+    place.text = teller.report(damage);
   }
   data->placesInAll = resource.damage.total();
   data->lost = resource.damage.lossy();

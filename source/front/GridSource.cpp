@@ -44,10 +44,10 @@ bool GridSource::next(Batch& batch) {
     writeRow();
   }
   if (writer_.rows() == 0) {
-    reading_.tell(1.0);
+    reading_.report(1.0);
     return false;
   }
-  reading_.tell(times_->fraction());
+  reading_.report(times_->fraction());
   batch = writer_.finish();
   return true;
 }

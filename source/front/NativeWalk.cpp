@@ -40,7 +40,7 @@ NativeWalk::NativeWalk(Reading& reading, const std::vector<Signal>& signals, Det
 bool NativeWalk::nextBlock() {
   reading_.check();
   while (reader_->readBlock()) {
-    if (++blocks_ % kBlocksPerReport == 0) tell();
+    if (++blocks_ % kBlocksPerReport == 0) report();
     steps_ = 0;
     const std::span<const Nano> times = reader_->times();
     for (std::size_t step = 0; step < times.size(); ++step) {
@@ -51,14 +51,14 @@ bool NativeWalk::nextBlock() {
     if (steps_ != 0) return true;
   }
   reading_.check();
-  reading_.tell(1.0);
+  reading_.report(1.0);
   return false;
 }
 
-void NativeWalk::tell() {
+void NativeWalk::report() {
   const double whole = static_cast<double>(streamSpan_.end) - static_cast<double>(streamSpan_.start);
   const double done = static_cast<double>(time(0)) - static_cast<double>(streamSpan_.start);
-  reading_.tell(whole > 0 ? std::min(done / whole, 0.999) : 0.0);
+  reading_.report(whole > 0 ? std::min(done / whole, 0.999) : 0.0);
   reading_.check();
 }
 

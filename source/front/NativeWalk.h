@@ -41,7 +41,7 @@ class NativeWalk {
   std::uint64_t stepsOf(std::size_t element) const { return reader_->samples(element) & steps_; }
 
  private:
-  void tell();
+  void report();
 
   Reading& reading_;
   Sto::NativeReader* reader_ = nullptr;

@@ -19,7 +19,7 @@ Reading::Reading(std::shared_ptr<OpenedFile> file, const ReadOptions& options)
         file_->store.clearCancel();
         return ++file_->newestReading;
       }()),
-      told_(Clock::now()),
+      reportedAt_(Clock::now()),
       cancelOnStop_(options.stop, Cancel{this}) {}
 
 void Reading::Cancel::operator()() const {
@@ -34,11 +34,11 @@ void Reading::check() const {
   if (options_.stop.stop_requested()) throw Error(ErrorCode::Cancelled, "reading was cancelled", file_->path);
 }
 
-void Reading::tell(double fraction) {
+void Reading::report(double fraction) {
   if (!options_.progress) return;
   const Clock::time_point now = Clock::now();
-  if (fraction < 1.0 && now - told_ < kProgressInterval) return;
-  told_ = now;
+  if (fraction < 1.0 && now - reportedAt_ < kProgressInterval) return;
+  reportedAt_ = now;
   options_.progress({Activity::Reading, std::clamp(fraction, 0.0, 1.0)});
 }
 

@@ -12,7 +12,7 @@
 
 namespace Kvex::Front {
 
-/// One reading of a file: takes the place of the one before, cancels the store when its stop token says so, and tells
+/// One reading of a file: takes the place of the one before, cancels the store when its stop token says so, and reports
 /// how far it is.
 class Reading {
  public:
@@ -23,8 +23,8 @@ class Reading {
   /// Throws `Superseded` and `Cancelled`: to be called before the store is used, and after it has ended early.
   void check() const;
   /// Calls the progress callback if some time has gone by since the last call.
-  void tell(double fraction);
-  /// Does work of the store of which it tells the progress itself.
+  void report(double fraction);
+  /// Does work of the store that reports its progress itself.
   void doWatched(const std::function<void()>& work) { Front::doWatched(file_->store, options_.progress, work); }
 
   OpenedFile& file() const { return *file_; }
@@ -41,7 +41,7 @@ class Reading {
   std::shared_ptr<OpenedFile> file_;
   ReadOptions options_;
   std::uint64_t number_;
-  Clock::time_point told_;
+  Clock::time_point reportedAt_;
   std::stop_callback<Cancel> cancelOnStop_;
 };
 

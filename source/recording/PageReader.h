@@ -102,7 +102,7 @@ class PageReader {
 
   ogg_sync_state sync_;
   std::int64_t position_ = 0;
-  std::size_t readAhead_ = 0;  ///< Bytes in libogg's buffer that it has not been told of yet.
+  std::size_t readAhead_ = 0;  ///< Bytes in libogg's buffer that it does not know of yet.
   GapCounters gaps_;
   bool inGap_ = false;
 };

@@ -12,7 +12,7 @@
 namespace Kvex::Com {
 
 /// A packet that opens with a bracketed tag, for instance "[Kvex-Quon]", and has a body in the form that the bracket
-/// tells: the text form of primary packets, header packets and the tags that the program makes itself.
+/// calls for: the text form of primary packets, header packets and the tags that the program makes itself.
 class TaggedPacket {
  public:
   /// By the first byte of the tag.

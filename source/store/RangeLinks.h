@@ -11,7 +11,7 @@
 
 namespace Kvex::Sto {
 
-/// The tag of the packet that tells how a Stream belongs to a range system, by serial numbers.
+/// The tag of the packet that says how a Stream belongs to a range system, by serial numbers.
 inline constexpr std::string_view kRangeTag = "{Kvex-Range}";
 
 /// The packet of a navigation stream that belongs to the range stream of this serial.

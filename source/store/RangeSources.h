@@ -12,7 +12,7 @@ class RangeSources {
   virtual ~RangeSources() = default;
 
   struct Source {
-    std::uint32_t address;    ///< 0 for a source that its provenance alone tells.
+    std::uint32_t address;    ///< 0 for a source known by its provenance alone.
     std::uint8_t provenance;  ///< Code of the port that the source came in by.
   };
 

@@ -23,7 +23,7 @@ class ResourceOgg final : public Resource {
   void linkStreams() override;
 
  private:
-  /// A Stream with its logical stream. Pages are told by their place among all pages of the file.
+  /// A Stream with its logical stream. Pages are numbered by their place among all pages of the file.
   struct Member {
     Stream* stream;
     LogicalVrel* logical;

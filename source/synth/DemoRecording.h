@@ -40,7 +40,7 @@ struct DemoProtocol {
 /// All of them, in the order in which they are written.
 std::span<const DemoProtocol> demoProtocols();
 
-/// A recording of a drive as several protocols tell it. The same start, seed and protocols give the same bytes.
+/// A recording of a drive as several protocols record it. The same start, seed and protocols give the same bytes.
 class DemoRecording {
  public:
   /// Writes the headers.

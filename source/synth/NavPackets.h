@@ -31,7 +31,7 @@ class ChannelBytes {
   std::array<std::uint8_t, 8> bytes_{};
 };
 
-/// The status channel that tells the GPS minute of the packet.
+/// The status channel that has the GPS minute of the packet.
 ChannelBytes minuteChannel(Lib::Nano time);
 
 /// One packet of a navigation protocol. All bytes but the sync byte are zero at first, and the mode is 4, real-time.

@@ -44,7 +44,7 @@ class RangeChase {
   /// `start` is the time of the first packet, a whole millisecond. From three to four targets.
   RangeChase(std::uint64_t seed, Lib::Nano start, std::size_t targets = 3);
 
-  /// The streams of a recording, with headers that tell how they belong together: the range unit's with the serial
+  /// The streams of a recording, with headers that say how they belong together: the range unit's with the serial
   /// `firstSerial`, then those of hunter and moving targets with the serials that follow.
   static std::vector<StreamForm> streamForms(std::uint32_t firstSerial);
 

@@ -17,7 +17,7 @@ using Lib::ValueType;
 inline constexpr std::uint32_t kFixedGroup = 1;    ///< Rows that a protocol has in every file.
 inline constexpr std::uint32_t kDefinedGroup = 2;  ///< Rows of a recording's own definitions.
 
-/// What every signal tells about itself, and what a listing hands out.
+/// What every signal says about itself, and what a listing hands out.
 struct SignalInfo {
   std::string name;  ///< Case-sensitive; unique among the signals of its run.
   ValueType valueType = ValueType::None;

@@ -50,6 +50,7 @@ Json signalJson(const Signal& signal) {
           {"range", {signal.rangeLow(), signal.rangeHigh()}},
           {"dial", {signal.dialStart(), signal.dialSweep()}},
           {"group", signal.mask()},
+          {"table", signal.table()},
           {"text", signal.hasTexts()},
           {"first", valueJson(signal.first())},
           {"last", valueJson(signal.last())}};

@@ -31,14 +31,14 @@ std::set<std::size_t> wantsOf(const SignalRow& row) {
 }
 
 /// A row of the table in the words of the golden list, and its wants.
-struct Told {
+struct ListedRow {
   std::string text;
   std::string description;
   std::set<std::size_t> wants;
 };
 
-std::map<std::int32_t, Told> toldRows() {
-  std::map<std::int32_t, Told> rows;
+std::map<std::int32_t, ListedRow> listedRows() {
+  std::map<std::int32_t, ListedRow> rows;
   rangeTable().forEach([&](const SignalRow& row) {
     const std::string& name = row.name;
     std::string type(Lib::kValueTypeNames.name(static_cast<std::uint64_t>(row.valueType)));
@@ -56,7 +56,7 @@ std::map<std::int32_t, Told> toldRows() {
 
 TEST(RangeTableTest, RowsAreAsListed) {
   EXPECT_EQ(rangeTable().count(), 818U);
-  const std::map<std::int32_t, Told> rows = toldRows();
+  const std::map<std::int32_t, ListedRow> rows = listedRows();
   std::map<std::string, std::set<std::size_t>> groups;
   std::ifstream list(Support::dataPath("range_table.tsv"));
   std::size_t listed = 0;
@@ -75,17 +75,17 @@ TEST(RangeTableTest, RowsAreAsListed) {
     const bool ofTarget = row.starts_with("Target1_");
     for (std::int32_t target = 0; target < (ofTarget ? 4 : 1); ++target) {
       ++listed;
-      const Told& told = rows.at(ordinal + target);
+      const ListedRow& shown = rows.at(ordinal + target);
       if (ofTarget) row[6] = static_cast<char>('1' + target);
-      EXPECT_EQ(told.text, row);
+      EXPECT_EQ(shown.text, row);
       if (!description.empty()) {
-        EXPECT_EQ(told.description, description) << row;
+        EXPECT_EQ(shown.description, description) << row;
       }
-      EXPECT_TRUE(told.description.ends_with('.')) << row;
+      EXPECT_TRUE(shown.description.ends_with('.')) << row;
       // Rows of one group set one and the same want, and no other group sets it.
-      EXPECT_EQ(told.wants.size(), 1U) << row;
+      EXPECT_EQ(shown.wants.size(), 1U) << row;
       const std::string key = group + std::to_string(target);
-      EXPECT_EQ(groups.emplace(key, told.wants).first->second, told.wants) << row;
+      EXPECT_EQ(groups.emplace(key, shown.wants).first->second, shown.wants) << row;
     }
   }
   EXPECT_EQ(listed, 818U);

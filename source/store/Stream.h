@@ -117,7 +117,7 @@ class Stream {
   virtual void endProbe() = 0;
   /// End of the second pass: keeps the last record, adds the "{Kvex-StreamScan}" packet, settles `hasTime`.
   virtual void endScan() = 0;
-  /// Back to the state of a new walk.
+  /// Back to the state of a new walk. If the first pass found a time, that is then the newest time.
   virtual void reset() = 0;
   /// Says what the next walk is for: these rows, and no others.
   virtual void want(const std::vector<const SignalRow*>&) {}

@@ -30,7 +30,7 @@ void StreamWalker::restart() {
 
 bool StreamWalker::seekTo(Nano t) {
   if (!canWalk()) return false;
-  if (requestedTime_ <= t) {
+  if (requestedTime_ && *requestedTime_ <= t) {
     logical_->resume();
     return true;
   }

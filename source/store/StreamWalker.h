@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <optional>
 
 #include "store/Logical.h"
 #include "store/Stream.h"
@@ -47,7 +47,7 @@ class StreamWalker {
     if (newest.usable()) clock_ = newest.value;
   }
   /// The walk stands where no seek has put it: the next seek begins anew.
-  void forgetPlace() { requestedTime_ = INT64_MAX; }
+  void forgetPlace() { requestedTime_.reset(); }
 
   void close();
 
@@ -60,8 +60,8 @@ class StreamWalker {
   Stream& stream_;
   Logical* logical_;
   Nano clock_ = 0;
-  Nano requestedTime_ = INT64_MAX;  ///< The time up to which the Stream was last brought.
-  bool live_ = true;                ///< The logical stream still has data in the current walk.
+  std::optional<Nano> requestedTime_;  ///< Up to where the Stream was last brought; none: the next seek begins anew.
+  bool live_ = true;                   ///< The logical stream still has data in the current walk.
 };
 
 }  // namespace Kvex::Sto

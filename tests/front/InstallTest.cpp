@@ -55,7 +55,7 @@ class InstallTest : public testing::Test {
     const fs::path out = folder_ / "out.txt";
     const fs::path err = folder_ / "err.txt";
     const int status = std::system((command + " >'" + out.string() + "' 2>'" + err.string() + "'").c_str());
-    EXPECT_EQ(status, 0) << command << '\n' << contentOf(out) << contentOf(err);
+    if (status != 0) ADD_FAILURE() << command << '\n' << contentOf(out) << contentOf(err);
     return contentOf(out);
   }
 

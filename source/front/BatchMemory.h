@@ -1,11 +1,13 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <kvex/Batch.h>
 #include <kvex/Options.h>
 #include <memory>
+#include <span>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -106,6 +108,12 @@ class BatchWriter {
     times_[rows_] = time;
     for (ColumnWriter* list : lists_) list->offsets[rows_] = static_cast<std::int32_t>(list->children);
     ++rows_;
+  }
+
+  /// Adds rows to a table without lists. REQUIRES: room for them.
+  void addRows(std::span<const Nano> times) {
+    std::ranges::copy(times, times_ + rows_);
+    rows_ += times.size();
   }
 
   /// The rows so far, as a batch. Before the next row is written, `restart` is to be called.

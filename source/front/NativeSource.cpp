@@ -147,16 +147,20 @@ void NativeSource::append(Table& table) {
   const Sto::NativeReader& samples = walk_.samples();
   std::vector<ColumnWriter>& columns = table.writer.columns();
   const std::size_t firstRow = table.writer.rows();
-  forEachStep(steps, [&](std::size_t step) {
-    table.writer.beginRow(walk_.time(step));
-    for (std::size_t column = 0; column < columns.size() && table.writer.hasLists(); ++column) {
-      if (!columns[column].isList()) continue;
-      Lib::withType(columns[column].type, [&](auto tag) {
-        appendList<typename decltype(tag)::Type>(columns[column], samples, table.elements[column], step,
-                                                 table.writer.rows() - 1);
-      });
-    }
-  });
+  if (!table.writer.hasLists() && steps == ~Steps{0}) {
+    table.writer.addRows(samples.times());
+  } else {
+    forEachStep(steps, [&](std::size_t step) {
+      table.writer.beginRow(walk_.time(step));
+      for (std::size_t column = 0; column < columns.size() && table.writer.hasLists(); ++column) {
+        if (!columns[column].isList()) continue;
+        Lib::withType(columns[column].type, [&](auto tag) {
+          appendList<typename decltype(tag)::Type>(columns[column], samples, table.elements[column], step,
+                                                   table.writer.rows() - 1);
+        });
+      }
+    });
+  }
   for (std::size_t column = 0; column < columns.size(); ++column) {
     if (columns[column].isList()) continue;
     appendScalarColumn(columns[column], samples, table.elements[column], steps, firstRow);

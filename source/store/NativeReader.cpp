@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <tuple>
+#include <utility>
 
 namespace Kvex::Sto {
 
@@ -16,16 +17,20 @@ constexpr std::size_t kStampOffset = 0;
 constexpr std::size_t kStateOffset = 8;
 constexpr std::size_t kWrittenOffset = kStateOffset + 1;
 constexpr std::size_t kValueOffset = 24;
+constexpr std::size_t kFieldBytes = kValueOffset + sizeof(std::uint64_t);
 constexpr std::uint16_t kFlagBits = 0xFF;
+constexpr std::uint16_t kWrittenBit = 0x100;
 
-/// Blocks between two looks at which signals have samples in most steps.
-constexpr std::uint32_t kBlocksPerSorting = 16;
+/// Blocks between two looks at which signals most steps write.
+constexpr std::uint32_t kBlocksPerStrips = 16;
+/// A longer strip of scalars would be looked at element by element too often.
+constexpr std::size_t kMaxStripScalars = 16;
 
 template <class T>
-constexpr bool kHasLayout = sizeof(Lib::NavField<T>) == kValueOffset + sizeof(std::uint64_t) &&
-                            offsetof(Lib::NavField<T>, stamp) == kStampOffset&& offsetof(Lib::NavField<T>, flags) ==
-                                kStateOffset&& offsetof(Lib::NavField<T>, written) ==
-                                kWrittenOffset&& offsetof(Lib::NavField<T>, value) == kValueOffset;
+constexpr bool kHasLayout = sizeof(Lib::NavField<T>) == kFieldBytes&& offsetof(Lib::NavField<T>, stamp) ==
+                            kStampOffset&& offsetof(Lib::NavField<T>,
+                                                    flags) == kStateOffset&& offsetof(Lib::NavField<T>, written) ==
+                            kWrittenOffset&& offsetof(Lib::NavField<T>, value) == kValueOffset;
 static_assert(!Lib::anyType([](auto tag) { return !kHasLayout<typename decltype(tag)::Type>; }));
 
 std::uint16_t stateOf(const std::byte* field) {
@@ -84,13 +89,12 @@ void NativeReader::layOut(const std::vector<const SignalRow*>& rows) {
     }
   }
   const std::size_t elements = fields_.size();
-  stride_ = elements;
   samples_.resize(elements);
   usable_.resize(elements);
-  values_.resize(elements * kBlockSteps);
+  values_.resize(elements * kLine);
   if (detail_ == Detail::Value) return;
-  flags_.resize(elements * kBlockSteps);
-  stamps_.resize(elements * kBlockSteps);
+  flags_.resize(elements * kLine);
+  stamps_.resize(elements * kLine);
 }
 
 bool NativeReader::advance() {
@@ -104,22 +108,36 @@ bool NativeReader::advance() {
   return true;
 }
 
-void NativeReader::sortScalars() {
-  for (Group& group : groups_) {
-    group.busy.clear();
-    group.quiet.clear();
-    for (std::size_t element = group.scalars.begin; element < group.scalars.end; ++element) {
-      const bool busy = 2 * static_cast<std::size_t>(std::popcount(samples_[element])) > steps_;
-      (busy ? group.busy : group.quiet).push_back(static_cast<std::uint32_t>(element));
+/// Cuts a group into strips, by the samples of the last block.
+void NativeReader::layStrips(Group& group) {
+  const auto busy = [&](std::uint64_t samples) {
+    return 2 * static_cast<std::size_t>(std::popcount(samples)) > steps_;
+  };
+  std::vector<Strip>& strips = group.strips;
+  strips.clear();
+  for (std::size_t element = group.scalars.begin; element < group.scalars.end; ++element) {
+    const bool isBusy = busy(samples_[element]);
+    const bool goesOn = !strips.empty() && strips.back().busy == isBusy && strips.back().count < kMaxStripScalars &&
+                        strips.back().fields + strips.back().count * kFieldBytes == fields_[element];
+    if (goesOn) {
+      ++strips.back().count;
+    } else {
+      strips.push_back({fields_[element], element, 1, false, isBusy});
     }
+  }
+  for (const Range& array : group.arrays) {
+    std::uint64_t all = ~std::uint64_t{0};
+    for (std::size_t element = array.begin; element < array.end; ++element) all &= samples_[element];
+    strips.push_back({fields_[array.begin], array.begin, array.end - array.begin, true, busy(all)});
   }
 }
 
 bool NativeReader::readBlock() {
-  if (blocks_++ % kBlocksPerSorting <= 1) sortScalars();
+  if (blocks_++ % kBlocksPerStrips <= 1) std::ranges::for_each(groups_, [&](Group& group) { layStrips(group); });
   std::ranges::fill(samples_, 0);
   std::ranges::fill(usable_, 0);
   for (steps_ = 0; steps_ < kBlockSteps && advance(); ++steps_) takeStep();
+  for (Group& group : groups_) std::ranges::for_each(group.strips, [&](Strip& strip) { enterWritten(strip); });
   return steps_ > 0;
 }
 
@@ -134,49 +152,92 @@ void NativeReader::takeStep() {
   }
 }
 
-void NativeReader::takeGroup(const Group& group) {
-  const Block block{fields_.data(), states_.data(), samples_.data(), usable_.data(), &values_[place(0, steps_)],
-                    steps_};
-  for (const std::uint32_t element : group.busy) {
-    if (takeState(block.fields[element], block.states[element])) [[likely]]
-      keepSample(block, element);
-  }
-  for (const std::uint32_t element : group.quiet) {
-    if (takeState(block.fields[element], block.states[element])) [[unlikely]]
-      keepSample(block, element);
-  }
-  for (const Range& array : group.arrays) {
-    bool sampled = false;
-    for (std::size_t element = array.begin; element < array.end; ++element) {
-      sampled |= takeState(block.fields[element], block.states[element]);
+void NativeReader::takeGroup(Group& group) {
+  for (Strip& strip : group.strips) {
+    const std::uint16_t expected = strip.busy ? kWrittenBit : 0;
+    const std::uint16_t* const states = &states_[strip.element];
+    std::uint16_t change = 0;
+    for (std::size_t i = 0; i < strip.count; ++i) {
+      change |= stateOf(strip.fields + i * kFieldBytes) ^ states[i] ^ expected;
     }
-    for (std::size_t element = array.begin; sampled && element < array.end; ++element) keepSample(block, element);
+    if (change != 0) {
+      takeChanged(strip);
+    } else if (strip.busy) {
+      takeWritten(strip);
+    }
   }
 }
 
+/// All elements were written, and have the flags that they had.
+inline void NativeReader::takeWritten(Strip& strip) {
+  strip.written |= std::uint64_t{1} << steps_;
+  std::byte* field = strip.fields;
+  std::size_t to = place(strip.element, steps_);
+  if (detail_ == Detail::Value) {
+    // A write to a field could change any object, as the compiler sees it: so this is at hand, and not read anew.
+    std::uint64_t* const values = values_.data();
+    for (std::size_t i = 0; i < strip.count; ++i, field += kFieldBytes, to += kLine) {
+      field[kWrittenOffset] = std::byte{0};
+      std::memcpy(&values[to], field + kValueOffset, sizeof *values);
+    }
+    return;
+  }
+  for (std::size_t i = 0; i < strip.count; ++i, field += kFieldBytes, to += kLine) {
+    field[kWrittenOffset] = std::byte{0};
+    keepField(field, to);
+  }
+}
+
+void NativeReader::takeChanged(Strip& strip) {
+  enterWritten(strip);
+  const std::size_t end = strip.element + strip.count;
+  if (!strip.isArray) {
+    for (std::size_t element = strip.element; element < end; ++element) {
+      if (takeState(element)) keepSample(element);
+    }
+    return;
+  }
+  bool sampled = false;
+  for (std::size_t element = strip.element; element < end; ++element) sampled |= takeState(element);
+  for (std::size_t element = strip.element; sampled && element < end; ++element) keepSample(element);
+}
+
 /// Takes over the state of a field. Gives whether it makes a sample.
-inline bool NativeReader::takeState(std::byte* field, std::uint16_t& state) {
+inline bool NativeReader::takeState(std::size_t element) {
+  std::byte* const field = fields_[element];
   const std::uint16_t now = stateOf(field);
-  const std::uint16_t before = state;
+  const std::uint16_t before = states_[element];
   if (now == before) return false;
-  state = now & kFlagBits;
+  states_[element] = now & kFlagBits;
   field[kWrittenOffset] = std::byte{0};
   return now > kFlagBits || (usableState(before) && !usableState(now));
 }
 
-inline void NativeReader::keepSample(const Block& block, std::size_t element) {
-  const std::byte* const field = block.fields[element];
-  const std::uint16_t state = block.states[element];
+inline void NativeReader::keepSample(std::size_t element) {
+  const std::uint16_t state = states_[element];
   if ((state & Lib::Flag::kUntimed) != 0) return;
-  block.samples[element] |= std::uint64_t{1} << block.step;
-  block.usable[element] |= std::uint64_t{usableState(state)} << block.step;
-  std::memcpy(&block.values[element], field + kValueOffset, sizeof block.values[element]);
-  if (detail_ == Detail::FlagsAndStamp) keepDetail(field, place(element, block.step));
+  samples_[element] |= std::uint64_t{1} << steps_;
+  usable_[element] |= std::uint64_t{usableState(state)} << steps_;
+  keepField(fields_[element], place(element, steps_));
 }
 
-void NativeReader::keepDetail(const std::byte* field, std::size_t place) {
+void NativeReader::keepField(const std::byte* field, std::size_t place) {
+  std::memcpy(&values_[place], field + kValueOffset, sizeof values_[place]);
+  if (detail_ == Detail::Value) return;
   flags_[place] = static_cast<std::uint8_t>(stateOf(field));
   std::memcpy(&stamps_[place], field + kStampOffset, sizeof stamps_[place]);
+}
+
+/// Before its flags change and at the end of a block, what was written to a strip becomes samples of its elements.
+void NativeReader::enterWritten(Strip& strip) {
+  const std::uint64_t written = std::exchange(strip.written, 0);
+  if (written == 0) return;
+  for (std::size_t element = strip.element; element < strip.element + strip.count; ++element) {
+    const std::uint16_t state = states_[element];
+    if ((state & Lib::Flag::kUntimed) != 0) continue;
+    samples_[element] |= written;
+    if (usableState(state)) usable_[element] |= written;
+  }
 }
 
 }  // namespace Kvex::Sto

@@ -63,9 +63,21 @@ class NativeReader {
   Nano stamp(std::size_t element, std::size_t step) const { return stamps_[place(element, step)]; }
 
  private:
-  /// Step by step, so that a step writes to memory that lies together.
-  std::size_t place(std::size_t element, std::size_t step) const { return step * stride_ + element; }
+  /// A line of words for each element, by step. The step from line to line keeps the lines of a step apart in the
+  /// processor's cache.
+  static constexpr std::size_t kLine = kBlockSteps + 8;
+  static std::size_t place(std::size_t element, std::size_t step) { return element * kLine + step; }
 
+  /// Elements whose fields lie one behind the other in the record, and that are nearly always alike: all written by a
+  /// step, or none. So a step looks at a strip as a whole, and at its elements only where something else has happened.
+  struct Strip {
+    std::byte* fields;
+    std::size_t element;
+    std::size_t count;
+    bool isArray;               ///< All elements of an array, and nothing else.
+    bool busy;                  ///< Most steps write it.
+    std::uint64_t written = 0;  ///< Steps that wrote all elements and changed no flags; not yet in `samples_`.
+  };
   /// Elements that lie one behind the other.
   struct Range {
     std::size_t begin = 0;
@@ -75,31 +87,20 @@ class NativeReader {
   struct Group {
     Range scalars;
     std::vector<Range> arrays;
-    // The scalars once more: those that had a sample in most steps of the last block, and the others. Two loops, each
-    // of which nearly always goes one way, are twice as fast as one.
-    std::vector<std::uint32_t> busy;
-    std::vector<std::uint32_t> quiet;
-  };
-
-  /// Where a step's samples go. A write to a field could change any object, as the compiler sees it: so these are at
-  /// hand, and not read from the reader's members for each element.
-  struct Block {
-    std::byte* const* fields;
-    std::uint16_t* states;
-    std::uint64_t* samples;
-    std::uint64_t* usable;
-    std::uint64_t* values;
-    std::size_t step;
+    std::vector<Strip> strips;
   };
 
   void layOut(const std::vector<const SignalRow*>& rows);
+  void layStrips(Group& group);
   bool advance();
   void takeStep();
-  void sortScalars();
-  void takeGroup(const Group& group);
-  static bool takeState(std::byte* field, std::uint16_t& state);
-  void keepSample(const Block& block, std::size_t element);
-  void keepDetail(const std::byte* field, std::size_t place);
+  void takeGroup(Group& group);
+  void takeWritten(Strip& strip);
+  void takeChanged(Strip& strip);
+  bool takeState(std::size_t element);
+  void keepSample(std::size_t element);
+  void keepField(const std::byte* field, std::size_t place);
+  void enterWritten(Strip& strip);
 
   Stream& stream_;
   StreamWalker& walker_;
@@ -115,13 +116,12 @@ class NativeReader {
   std::vector<std::uint64_t> samples_;
   std::vector<std::uint64_t> usable_;
 
-  // By step and element.
+  // By `place`.
   std::vector<std::uint64_t> values_;  ///< Each in the first bytes of its word.
   std::vector<std::uint8_t> flags_;
   std::vector<Nano> stamps_;
 
   std::array<Nano, kBlockSteps> times_{};
-  std::size_t stride_ = 0;  ///< Elements.
   std::size_t steps_ = 0;
   std::uint32_t blocks_ = 0;
   ByteView packet_;

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "can/CanDatabase.h"
@@ -43,9 +44,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Can::CanDecoder decoder(std::move(database));
   extractAll(decoder);
 
-  Sto::StreamCan stream(Sto::ResourceKind::Recording, 1);
-  stream.header.addHeader(Com::TaggedPacket("(Kvex-Can-Dbc)" + text));
-  Fuzz::check(stream.headerReady());
+  Sto::StreamCan stream({Lib::StreamCodec::Can, Sto::ResourceKind::Recording, 1});
+  Com::TaggedHeader header;
+  header.addHeader(Com::TaggedPacket("(Kvex-Can-Dbc)" + text));
+  stream.takeHeader(std::move(header), {});
+  Fuzz::check(stream.headerAccepted());
   std::vector<Sto::SignalListing> listings;
   stream.listSignals(listings, UINT32_MAX);
   for (const Sto::SignalListing& listing : listings) {

@@ -2,50 +2,24 @@
 // subscribed, and it is walked twice.
 
 #include <algorithm>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <unistd.h>
 #include <vector>
 
 #include "codecs.h"
 #include "store/DataStore.h"
 #include "support/Check.h"
-#include "support/RecordingMutator.h"
+#include "support/InputAsFile.h"
 
 namespace {
 
 using namespace Kvex;
 
-constexpr const char* kExtensions[] = {".vrel", ".QUON", ".dask", ".yeld", ".vrel"};
-constexpr std::size_t kMaxSize = 0x10000;
 constexpr int kSteps = 8;
-
-/// The file that an input becomes. Removed at the end.
-class InputAsFile {
- public:
-  InputAsFile(const std::uint8_t* data, std::size_t size)
-      : path_((std::filesystem::temp_directory_path() / ("kvex-fuzz-" + std::to_string(::getpid()))).string() +
-              kExtensions[data[0] % std::size(kExtensions)]) {
-    std::ofstream(path_, std::ios::binary)
-        .write(reinterpret_cast<const char*>(data) + 1, static_cast<std::streamsize>(size - 1));
-  }
-  ~InputAsFile() { std::filesystem::remove(path_); }
-  InputAsFile(const InputAsFile&) = delete;
-  InputAsFile& operator=(const InputAsFile&) = delete;
-
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
 
 std::vector<Sto::SignalListing> listAll(const Sto::DataStore& store, const std::vector<std::uint32_t>& ids) {
   std::vector<Sto::SignalListing> signals;
   for (const std::uint32_t id : ids) {
     store.visitStream(id, [&](const Sto::Stream& stream, const Sto::Resource&) {
-      Fuzz::check(static_cast<std::uint32_t>(stream.index) == id);
+      Fuzz::check(static_cast<std::uint32_t>(stream.entry.index) == id);
       stream.listSignals(signals, UINT32_MAX);
     });
   }
@@ -71,8 +45,8 @@ bool same(const Lib::Sample& a, const Lib::Sample& b) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size == 0 || size > kMaxSize) return 0;
-  const InputAsFile file(data, size);
+  if (!Fuzz::InputAsFile::takes(size)) return 0;
+  const Fuzz::InputAsFile file(data, size);
   Sto::DataStore store(Sto::StoreConfig{}, allCodecs());
   std::vector<std::uint32_t> ids;
   Fuzz::check((store.addFile(file.path(), ids) == Sto::StoreStatus::Success) == !ids.empty());
@@ -94,6 +68,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maxSize,
                                                unsigned seed) {
-  if (size < 2 || seed % 64 == 0) return LLVMFuzzerMutate(data, size, maxSize);
-  return 1 + Fuzz::RecordingMutator(data + 1, size - 1, maxSize - 1, seed).mutate();
+  return Fuzz::mutateFile(data, size, maxSize, seed);
 }

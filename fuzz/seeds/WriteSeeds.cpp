@@ -187,5 +187,5 @@ int main(int argc, char** argv) {
   writeNavPackets(SeedFolder(root / "FuzzQuon"), Kvex::Nav::kQuonProtocol);
   writeNavPackets(SeedFolder(root / "FuzzDask"), Kvex::Nav::kDaskProtocol);
   writeDefinitions(SeedFolder(root / "FuzzDefinition"));
-  writeFiles(SeedFolder(root / "FuzzFile"));
+  for (const char* target : {"FuzzFile", "FuzzFront"}) writeFiles(SeedFolder(root / target));
 }

@@ -81,7 +81,8 @@ class File {
   /// Nothing is interpolated. The signals may be of several streams. A cell is valid where the value is usable.
   Reader grid(const SignalList& signals, const Grid& grid, const ReadOptions& options = {});
   /// What signals did in each of `slices` equal slices of a span: by default of all times of their streams. One walk of
-  /// each stream. Throws `InvalidArgument` for no slices and for more than a million.
+  /// each stream. Throws `InvalidArgument` for no slices, for more than a million, for more slices of all signals than
+  /// memory allows, and for an empty span, which is also that of streams whose last time lies before the first.
   Overview overview(const SignalList& signals, std::size_t slices, const ReadOptions& options = {});
   /// One entry for each signal, and of an array one for each element. One walk of each stream.
   std::vector<Statistics> statistics(const SignalList& signals, const ReadOptions& options = {});

@@ -121,8 +121,6 @@ class VrelStream {
   PageClass pageClass() const { return pageClass_; }
   /// Sequence number of the last page accepted.
   std::int64_t lastPage() const { return lastPage_; }
-  /// Sequence number of the last page seen.
-  std::int64_t currentPage() const { return currentPage_; }
 
   const PageCounters& pageCounters() const { return pageCounters_; }
   const PacketCounters& packetCounters() const { return packetCounters_; }

@@ -11,14 +11,33 @@ namespace {
 using Looking = std::shared_lock<std::shared_mutex>;
 using Changing = std::unique_lock<std::shared_mutex>;
 
-/// The store whose Stream this thread is visiting: it holds that store's data lock.
-thread_local const DataStore* visitedStore = nullptr;
+/// A visit of a Stream by this thread, which holds the data lock of the store meanwhile. A visitor may visit another
+/// store in turn.
+class Visit {
+ public:
+  explicit Visit(const DataStore& store) : store_(store), outer_(std::exchange(innermost_, this)) {}
+  ~Visit() { innermost_ = outer_; }
+  Visit(const Visit&) = delete;
+  Visit& operator=(const Visit&) = delete;
+
+  static bool isAt(const DataStore& store) {
+    const Visit* visit = innermost_;
+    while (visit != nullptr && &visit->store_ != &store) visit = visit->outer_;
+    return visit != nullptr;
+  }
+
+ private:
+  static inline thread_local const Visit* innermost_ = nullptr;
+
+  const DataStore& store_;
+  const Visit* const outer_;
+};
 
 }  // namespace
 
 template <class Lock, class Operation>
 auto DataStore::locked(Operation&& operation) const {
-  if (visitedStore == this) throw std::logic_error("the visitor of a stream called its store, which is locked");
+  if (Visit::isAt(*this)) throw std::logic_error("the visitor of a stream called its store, which is locked");
   { const Looking gate(gateLock_); }
   const Lock data(dataLock_);
   return operation();
@@ -29,12 +48,7 @@ bool DataStore::visitStream(std::uint32_t streamId,
   return locked<Looking>([&] {
     const Stream* found = stream(streamId);
     if (found == nullptr) return false;
-    struct Visit {
-      const DataStore* outer;
-      explicit Visit(const DataStore* store) : outer(std::exchange(visitedStore, store)) {}
-      ~Visit() { visitedStore = outer; }
-    };
-    const Visit visit(this);
+    const Visit visit(*this);
     visitor(*found, *resourceOf(*found));
     return true;
   });

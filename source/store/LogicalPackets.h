@@ -30,7 +30,6 @@ class LogicalPackets : public Logical {
     return false;
   }
 
-  std::int64_t start() const { return start_; }
   /// Where the packet that `next` gave last lies in the file.
   std::int64_t packetOffset() const { return scanner_.packetOffset(); }
   std::int64_t filePosition() const { return scanner_.filePosition(); }

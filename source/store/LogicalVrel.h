@@ -24,7 +24,7 @@ class LogicalVrel final : public Logical {
   Com::VrelStreamDec& pages() { return pages_; }
   const Com::VrelStreamDec& pages() const { return pages_; }
 
-  /// Tells that the whole file was seen to be sound: good pages from end to end and nothing between them. A walk may
+  /// Says that the whole file was seen to be sound: good pages from end to end and nothing between them. A walk may
   /// then hop from page header to page header, and check only its own pages.
   void trustFile() { hops_ = true; }
 

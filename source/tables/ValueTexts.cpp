@@ -18,10 +18,6 @@ std::string dateValueText(const Sample& value, const SignalInfo&) {
   return Lib::dateText(value.asInteger());
 }
 
-std::string dateFromDaysValueText(const Sample& value, const SignalInfo&) {
-  return Lib::dateTextFromDays(value.asInteger());
-}
-
 std::string spanValueText(const Sample& value, const SignalInfo&) {
   return Lib::spanText(value.asInteger());
 }

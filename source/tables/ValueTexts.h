@@ -22,8 +22,6 @@ std::string enumerationText(const Sample& value, const SignalInfo&) {
 std::string dateTimeValueText(const Sample& value, const SignalInfo& info);
 /// "2024-12-03": the date of a time in nanoseconds.
 std::string dateValueText(const Sample& value, const SignalInfo& info);
-/// "2024-12-03": a count of days since 1980-01-06.
-std::string dateFromDaysValueText(const Sample& value, const SignalInfo& info);
 /// "+001 01:01:01.001": a span of time in nanoseconds.
 std::string spanValueText(const Sample& value, const SignalInfo& info);
 /// "192.168.0.1": an address, lowest byte first.

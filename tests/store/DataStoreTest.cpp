@@ -173,6 +173,13 @@ TEST(DataStoreTest, visitorCannotLockItselfOut) {
   EXPECT_EQ(reading.subscribe(0, "Count"), StoreStatus::Success);
   StoreReading other(file.path());
   store.visitStream(0, [&](const Stream&, const Resource&) { EXPECT_EQ(other.store.streamInfo(0).endTime, 5); });
+  // A visit of another store inside leaves the first one locked.
+  store.visitStream(0, [&](const Stream&, const Resource&) {
+    other.store.visitStream(
+        0, [&](const Stream&, const Resource&) { EXPECT_THROW(store.streamInfo(0), std::logic_error); });
+    EXPECT_THROW(store.streamInfo(0), std::logic_error);
+  });
+  EXPECT_EQ(store.streamInfo(0).endTime, 5);
 }
 
 TEST(DataStoreTest, queriesOfTheOtherMode) {

@@ -10,11 +10,11 @@ namespace {
 
 class GoldenTest : public testing::TestWithParam<const char*> {};
 
-TEST_P(GoldenTest, agreesWithTheAnswers) {
+TEST_P(GoldenTest, AgreesWithTheAnswers) {
   EXPECT_EQ(Support::differencesFromAnswers(GetParam()), "");
 }
 
-TEST_P(GoldenTest, nativeSamplesAgreeWithTheAnswers) {
+TEST_P(GoldenTest, NativeSamplesAgreeWithTheAnswers) {
   EXPECT_EQ(Support::differencesFromNativeAnswers(GetParam()), "");
 }
 

@@ -21,7 +21,7 @@ std::vector<CanSignal> signalsOf(const std::string& line) {
   return {database.signals().begin(), database.signals().end()};
 }
 
-TEST(CanDatabaseTest, readsSignalLines) {
+TEST(CanDatabaseTest, ReadsSignalLines) {
   struct Case {
     const char* line;
     const char* name;
@@ -63,7 +63,7 @@ TEST(CanDatabaseTest, readsSignalLines) {
   }
 }
 
-TEST(CanDatabaseTest, dropsSignalLinesItCannotUse) {
+TEST(CanDatabaseTest, DropsSignalLinesItCannotUse) {
   const char* const lines[] = {
       "SG_",
       "SG_ A",
@@ -98,7 +98,7 @@ TEST(CanDatabaseTest, dropsSignalLinesItCannotUse) {
   for (const char* line : lines) EXPECT_TRUE(signalsOf(line).empty()) << line;
 }
 
-TEST(CanDatabaseTest, readsNumbersInAllForms) {
+TEST(CanDatabaseTest, ReadsNumbersInAllForms) {
   struct Case {
     const char* text;
     bool isFloat;
@@ -131,7 +131,7 @@ TEST(CanDatabaseTest, readsNumbersInAllForms) {
   for (const char* text : {"", " ", "x1", "-", ".", "nan", "--1"}) EXPECT_FALSE(CanNumber::parse(text)) << text;
 }
 
-TEST(CanDatabaseTest, keepsMessagesAndDropsTheirSignalsWithThem) {
+TEST(CanDatabaseTest, KeepsMessagesAndDropsTheirSignalsWithThem) {
   const std::string signal = " SG_ S : 0|8@1+ (1,0) [0|1] \"\" X\r";
   const CanDatabase database(
       "CM_ SG_ 2 S \"before its message\";\n"
@@ -168,7 +168,7 @@ TEST(CanDatabaseTest, keepsMessagesAndDropsTheirSignalsWithThem) {
   EXPECT_EQ(comments, (std::vector<std::string_view>{"", "before its message", "before its message", "wrapped"}));
 }
 
-TEST(CanDatabaseTest, standsAnySize) {
+TEST(CanDatabaseTest, StandsAnySize) {
   std::string text;
   for (int id = 0; id < 100'000; ++id) {
     text += "BO_ " + std::to_string(id) + " N: 8 X\n";

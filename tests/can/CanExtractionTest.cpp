@@ -71,7 +71,7 @@ std::string lineOf(const Drawn& signal, std::size_t index) {
          " [0|1] \"\" X\n";
 }
 
-TEST(CanExtractionTest, agreesWithTheMeaningBitByBit) {
+TEST(CanExtractionTest, AgreesWithTheMeaningBitByBit) {
   std::mt19937 random(20);
   const auto below = [&](int bound) { return static_cast<int>(random() % static_cast<unsigned>(bound)); };
   std::vector<Drawn> drawn;

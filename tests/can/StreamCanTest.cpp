@@ -54,7 +54,7 @@ struct Scanned {
   StreamCan stream{{StreamCodec::Can, ResourceKind::Recording, 7}};
 };
 
-TEST(StreamCanTest, joinsRelativeAndAbsoluteTimes) {
+TEST(StreamCanTest, JoinsRelativeAndAbsoluteTimes) {
   const Bytes frame(8);
   const std::vector<Bytes> packets = {packet(100, frame), packet(200, frame), packet(kAbsolute, frame),
                                       packet(kAbsolute + 100, frame)};
@@ -75,7 +75,7 @@ TEST(StreamCanTest, joinsRelativeAndAbsoluteTimes) {
   EXPECT_EQ(absolute.last("NanoFromStart"), 50);
 }
 
-TEST(StreamCanTest, tellsTimesWithoutAJoint) {
+TEST(StreamCanTest, TellsTimesWithoutAJoint) {
   const Bytes frame(8);
   const Scanned relative({packet(100, frame), packet(604'800'000'000'001, frame)});
   EXPECT_TRUE(relative.stream.hasTime());
@@ -97,7 +97,7 @@ TEST(StreamCanTest, tellsTimesWithoutAJoint) {
   EXPECT_FALSE(Scanned({Bytes(7), packet(Lib::kNoTime, frame), packet(kAbsolute, Bytes(12))}).stream.hasTime());
 }
 
-TEST(StreamCanTest, takesFramesApart) {
+TEST(StreamCanTest, TakesFramesApart) {
   const Bytes data = {1, 2, 3, 4, 5, 6, 7, 8, 9, 0xFF, 0, 0};
   CanPacket full(kAbsolute);
   full.addFrame(99, {});
@@ -130,7 +130,7 @@ TEST(StreamCanTest, takesFramesApart) {
   }
 }
 
-TEST(StreamCanTest, listsTheDatabase) {
+TEST(StreamCanTest, ListsTheDatabase) {
   const Scanned scanned({},
                         "BO_ 1 M: 8 X\n"
                         "SG_ Gr\xF6\xDF"
@@ -167,7 +167,7 @@ TEST(StreamCanTest, listsTheDatabase) {
   EXPECT_EQ(Scanned({}, many).stream.listSignals(listings, ~0U), 1000U);
 }
 
-TEST(StreamCanTest, readsTheVehicleBus) {
+TEST(StreamCanTest, ReadsTheVehicleBus) {
   Synth::CanBus bus(kAbsolute);
   std::vector<Bytes> packets;
   while (bus.time() < kAbsolute + 3 * Lib::kNanosPerSecond) {

@@ -62,7 +62,7 @@ Samples samplesOfStore(const std::string& path, const std::vector<std::string>& 
 
 class NativeBatchTest : public testing::TestWithParam<const char*> {};
 
-TEST_P(NativeBatchTest, holdAllSamplesOfTheStoreHoweverTheyAreCut) {
+TEST_P(NativeBatchTest, HoldAllSamplesOfTheStoreHoweverTheyAreCut) {
   const std::string path = dataPath(GetParam());
   File file(path);
   std::vector<Signal> scalars;
@@ -107,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(Files, NativeBatchTest,
                            return name.substr(0, name.rfind('.'));
                          });
 
-TEST(BatchTest, columnsLieAsArrowHasThem) {
+TEST(BatchTest, ColumnsLieAsArrowHasThem) {
   File file(dataPath("yeld_polygon_pieces_11.yeld"));
   const ReadOptions options{.flags = true, .stamps = true, .batchRows = 70};
   bool anyNull = false;
@@ -141,7 +141,7 @@ TEST(BatchTest, columnsLieAsArrowHasThem) {
   EXPECT_THROW((void)reader.batch().list<std::int64_t>(0), Error);
 }
 
-TEST(BatchTest, memoryIsUsedAgainOnlyWhenNobodyHoldsIt) {
+TEST(BatchTest, MemoryIsUsedAgainOnlyWhenNobodyHoldsIt) {
   File file(dataPath("zint_plain_11.vrel"));
   Reader reader = file.native("0:Nano", {.batchRows = 64});
   std::vector<Batch> kept;
@@ -159,7 +159,7 @@ TEST(BatchTest, memoryIsUsedAgainOnlyWhenNobodyHoldsIt) {
   }
 }
 
-TEST(GridTest, valuesAreThoseOfTheStore) {
+TEST(GridTest, ValuesAreThoseOfTheStore) {
   const std::string path = dataPath("nav_recording_11.vrel");
   File file(path);
   Testing::StoreReading reading(path);

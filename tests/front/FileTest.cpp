@@ -31,7 +31,7 @@ std::optional<ErrorCode> codeOf(Operation&& operation) {
   return std::nullopt;
 }
 
-TEST(FileTest, failsToOpenWithACodeAndTheFile) {
+TEST(FileTest, FailsToOpenWithACodeAndTheFile) {
   const TempFile empty("open-empty.vrel");
   const TempFile foreign("open-foreign.vrel", std::string(5000, 'x'));
   const TempFile unknown("open.dat", "x");
@@ -55,7 +55,7 @@ TEST(FileTest, failsToOpenWithACodeAndTheFile) {
   }
 }
 
-TEST(FileTest, stopsAndReportsItsOpening) {
+TEST(FileTest, StopsAndReportsItsOpening) {
   const std::string path = dataPath("range_recording_11.vrel");
   std::stop_source stop;
   stop.request_stop();
@@ -70,7 +70,7 @@ TEST(FileTest, stopsAndReportsItsOpening) {
                std::runtime_error);
 }
 
-TEST(FileTest, judgesAFile) {
+TEST(FileTest, JudgesAFile) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
   Synth::LogicalWriter& stream = writer.addStream({.serial = 1,
@@ -111,7 +111,7 @@ TEST(FileTest, judgesAFile) {
   }
 }
 
-TEST(FileTest, findsOneSignalByName) {
+TEST(FileTest, FindsOneSignalByName) {
   const File file(dataPath("range_recording_11.vrel"));
   EXPECT_EQ(file.signal("2:Lat").stream(), 2U);
   EXPECT_EQ(file.signal("Target1_RangeLon").qualifiedName(), "0:Target1_RangeLon");
@@ -137,7 +137,7 @@ TEST(FileTest, findsOneSignalByName) {
   }
 }
 
-TEST(FileTest, findsSignalsByPatternAndByWords) {
+TEST(FileTest, FindsSignalsByPatternAndByWords) {
   const File file(dataPath("range_recording_11.vrel"));
   const auto names = [](const std::vector<Signal>& signals) {
     std::vector<std::string> result;
@@ -152,7 +152,7 @@ TEST(FileTest, findsSignalsByPatternAndByWords) {
   EXPECT_THAT(names(file.search("nothing of this kind")), IsEmpty());
 }
 
-TEST(FileTest, severalFilesAreReadInParallel) {
+TEST(FileTest, SeveralFilesAreReadInParallel) {
   const auto rows = [](const std::string& name) {
     File file(dataPath(name));
     std::size_t count = 0;
@@ -166,7 +166,7 @@ TEST(FileTest, severalFilesAreReadInParallel) {
   }
 }
 
-TEST(FileTest, laterReadingTakesThePlaceOfAnEarlierOne) {
+TEST(FileTest, LaterReadingTakesThePlaceOfAnEarlierOne) {
   File file(dataPath("zint_plain_11.vrel"));
   Reader first = file.native(file.signals().front(), {.batchRows = 1});
   ASSERT_TRUE(first.next());

@@ -67,7 +67,7 @@ fs::path InstallTest::folder_;
 
 const std::string kCompiler = KVEX_COMPILER " -std=c++20 -Wall -Wextra -Werror " KVEX_SANITIZER_FLAGS " ";
 
-TEST_F(InstallTest, eachHeaderCompilesAloneWithTheStandardLibraryOnly) {
+TEST_F(InstallTest, EachHeaderCompilesAloneWithTheStandardLibraryOnly) {
   const std::set<std::string> headers = namesIn(prefix() / "include/kvex", ".h");
   EXPECT_EQ(headers, namesIn(KVEX_SOURCE "/include/kvex", ".h"));
   for (const std::string& header : headers) {
@@ -77,7 +77,7 @@ TEST_F(InstallTest, eachHeaderCompilesAloneWithTheStandardLibraryOnly) {
   }
 }
 
-TEST_F(InstallTest, examplesBuildWithCMakeAndPrintWhatIsExpected) {
+TEST_F(InstallTest, ExamplesBuildWithCMakeAndPrintWhatIsExpected) {
   const std::string build = (folder() / "examples").string();
   run("cmake -G Ninja -S '" KVEX_SOURCE "/examples' -B '" + build + "' -DCMAKE_PREFIX_PATH='" + prefix().string() +
       "' -DCMAKE_CXX_COMPILER='" KVEX_COMPILER "' -DCMAKE_CXX_FLAGS='" KVEX_SANITIZER_FLAGS "'");
@@ -91,7 +91,7 @@ TEST_F(InstallTest, examplesBuildWithCMakeAndPrintWhatIsExpected) {
   }
 }
 
-TEST_F(InstallTest, programLinksWithPkgConfig) {
+TEST_F(InstallTest, ProgramLinksWithPkgConfig) {
   std::string pkgConfig;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(prefix())) {
     if (entry.path().filename() == "kvex.pc") pkgConfig = entry.path().parent_path().string();
@@ -103,7 +103,7 @@ TEST_F(InstallTest, programLinksWithPkgConfig) {
             contentOf(KVEX_TEST_DATA "/examples/Track.txt"));
 }
 
-TEST_F(InstallTest, onlyTheArchiveAndWhatFindsItIsInstalled) {
+TEST_F(InstallTest, OnlyTheArchiveAndWhatFindsItIsInstalled) {
   std::set<std::string> libraries;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(prefix())) {
     if (entry.is_regular_file() && entry.path().extension() != ".h") libraries.insert(entry.path().filename());
@@ -113,7 +113,7 @@ TEST_F(InstallTest, onlyTheArchiveAndWhatFindsItIsInstalled) {
   EXPECT_EQ(std::ranges::count_if(libraries, [](const std::string& name) { return name.ends_with(".a"); }), 1);
 }
 
-TEST(LibraryPagesTest, programInTheReadmeIsTheExample) {
+TEST(LibraryPagesTest, ProgramInTheReadmeIsTheExample) {
   const std::string readme = contentOf(KVEX_SOURCE "/README.md");
   EXPECT_EQ(codeBlock(readme, "## The library", "cpp"), contentOf(KVEX_SOURCE "/examples/Track.cpp"));
   EXPECT_EQ(codeBlock(readme, "## The library", "text"), contentOf(KVEX_TEST_DATA "/examples/Track.txt"));

@@ -42,7 +42,7 @@ class SummaryTest : public testing::TestWithParam<const char*> {
   }
 };
 
-TEST_P(SummaryTest, statisticsAreThoseOfTheSamples) {
+TEST_P(SummaryTest, StatisticsAreThoseOfTheSamples) {
   const std::vector<Signal> signals = scalars();
   const std::vector<Statistics> all = file_.statistics(signals);
   ASSERT_EQ(all.size(), signals.size());
@@ -83,7 +83,7 @@ TEST_P(SummaryTest, statisticsAreThoseOfTheSamples) {
   }
 }
 
-TEST_P(SummaryTest, overviewCountsEachSampleInItsSlice) {
+TEST_P(SummaryTest, OverviewCountsEachSampleInItsSlice) {
   const std::vector<Signal> signals = scalars();
   constexpr std::size_t kSlices = 7;
   const Overview overview = file_.overview(signals, kSlices);
@@ -110,7 +110,7 @@ TEST_P(SummaryTest, overviewCountsEachSampleInItsSlice) {
   EXPECT_THROW(file_.overview(signals, 0), Error);
 }
 
-TEST_P(SummaryTest, statesFollowOneAnotherAndHoldAllUsableSamples) {
+TEST_P(SummaryTest, StatesFollowOneAnotherAndHoldAllUsableSamples) {
   for (const Signal& signal : scalars()) {
     SCOPED_TRACE(signal.name());
     std::vector<Value> expected;

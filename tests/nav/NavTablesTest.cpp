@@ -1,5 +1,6 @@
 #include <cstring>
 #include <fstream>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <sstream>
@@ -56,7 +57,7 @@ std::map<std::string, SignalInfo> listingOf(const SignalTable& table) {
 
 class NavTablesTest : public testing::TestWithParam<bool> {};
 
-TEST_P(NavTablesTest, listsTheKnownSignals) {
+TEST_P(NavTablesTest, ListsTheKnownSignals) {
   const bool quon = GetParam();
   const SignalTable& table = quon ? StaticAccessQuon::table() : StaticAccessDask::table();
   const auto rows = listingOf(table);
@@ -77,7 +78,7 @@ TEST_P(NavTablesTest, listsTheKnownSignals) {
     EXPECT_EQ(row.resolution, std::stod(signal.resolution));
     EXPECT_EQ(row.count, 1U);
     EXPECT_FALSE(row.isArray);
-    EXPECT_TRUE(row.description.size() > 2 && row.description.back() == '.');
+    EXPECT_THAT(row.description, testing::MatchesRegex("..+\\."));
     const bool ownText = !quon && signal.name == "PTPStatus";
     if (!signal.description.empty() && !ownText) {
       EXPECT_EQ(row.description, signal.description);
@@ -93,7 +94,7 @@ TEST_P(NavTablesTest, listsTheKnownSignals) {
 INSTANTIATE_TEST_SUITE_P(Protocols, NavTablesTest, testing::Bool(),
                          [](const auto& protocol) { return protocol.param ? "Quon" : "Dask"; });
 
-TEST(NavTables, givesDisplayNumbersAndTexts) {
+TEST(NavTableTest, GivesDisplayNumbersAndTexts) {
   const auto rows = listingOf(StaticAccessQuon::table());
   struct Dial {
     const char* name;
@@ -127,7 +128,7 @@ TEST(NavTables, givesDisplayNumbersAndTexts) {
   EXPECT_EQ(text("Lat", 1.0), "none");
 }
 
-TEST(NavTables, reachesTheFieldsOfBlocks) {
+TEST(NavTableTest, ReachesTheFieldsOfBlocks) {
   Nav::NavRecord record;
   record.receivers[2].NumSats.value = 11;
   record.points[7].Slip.value = 2.5;

@@ -58,7 +58,7 @@ std::vector<Tick> steadyTicks(int count, int first, int period, int minuteAt) {
   return ticks;
 }
 
-TEST(NavTimeTest, countsBackFromTheFirstTimedPacket) {
+TEST(NavTimeTest, CountsBackFromTheFirstTimedPacket) {
   // 50 packets without time ahead of one at ten seconds into the minute.
   std::vector<Tick> ticks = steadyTicks(60, 9500, 10, 49);
   for (int i = 0; i < 48; ++i) ticks[static_cast<std::size_t>(i)].milliseconds = 65535;
@@ -80,7 +80,7 @@ TEST(NavTimeTest, countsBackFromTheFirstTimedPacket) {
   EXPECT_EQ(timesOf(decoder, ticks), times);
 }
 
-TEST(NavTimeTest, movesTheClockOverTheMinute) {
+TEST(NavTimeTest, MovesTheClockOverTheMinute) {
   struct Case {
     const char* what;
     std::vector<Tick> ticks;
@@ -107,13 +107,13 @@ TEST(NavTimeTest, movesTheClockOverTheMinute) {
   }
 }
 
-TEST(NavTimeTest, survivesMinutesBeyondAllRange) {
+TEST(NavTimeTest, SurvivesMinutesBeyondAllRange) {
   QuonDecoder decoder(true);
   timesOf(decoder, {{4, 59'990, INT32_MAX}, {4, 59'995}, {4, 0}, {4, 10, INT32_MAX}, {4, 20}});
   EXPECT_TRUE(decoder.record.Nano.usable());
 }
 
-TEST(NavTimeTest, findsReferencesWithoutAFirstPass) {
+TEST(NavTimeTest, FindsReferencesWithoutAFirstPass) {
   QuonDecoder decoder(false);
   timesOf(decoder, {{1, 0}, {2, 90'0, kMinutes}, {2, 910}, {3, 920}});
   const NavTimeReferences& known = decoder.time.references;
@@ -131,7 +131,7 @@ TEST(NavTimeTest, findsReferencesWithoutAFirstPass) {
   EXPECT_EQ(backwards.time.references.origin, minute + 1000 * kMillisecond);
 }
 
-TEST(NavTimeTest, keepsAStreamWithoutTimeUntimed) {
+TEST(NavTimeTest, KeepsAStreamWithoutTimeUntimed) {
   QuonDecoder decoder(true);
   for (const auto& time : timesOf(decoder, steadyTicks(5, 0, 10, -1))) EXPECT_EQ(time, std::nullopt);
   EXPECT_EQ(decoder.time.mode, TimeMode::Searching);
@@ -147,7 +147,7 @@ TEST(NavTimeTest, keepsAStreamWithoutTimeUntimed) {
   EXPECT_EQ(times, (std::vector<std::optional<Nano>>{{}, kMinutes * kMinute + 10 * kMillisecond, {}}));
 }
 
-TEST(NavTimeTest, endsTheFirstPassWhenAllIsKnown) {
+TEST(NavTimeTest, EndsTheFirstPassWhenAllIsKnown) {
   QuonDecoder decoder(true);
   const auto packet = [](int mode, int milliseconds) {
     NavPacket p = packetOf({mode, milliseconds, kMinutes});
@@ -180,7 +180,7 @@ TEST(NavTimeTest, endsTheFirstPassWhenAllIsKnown) {
   EXPECT_EQ(record.Ax.flags, Lib::Flag::kReset);
 }
 
-TEST(NavTimeTest, measuresTheOutputRate) {
+TEST(NavTimeTest, MeasuresTheOutputRate) {
   QuonDecoder decoder(false);
   timesOf(decoder, steadyTicks(101, 0, 20, 0));
   EXPECT_FALSE(decoder.record.OutputRegularRate.usable());

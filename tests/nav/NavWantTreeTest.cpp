@@ -20,7 +20,7 @@ void expectAll(std::initializer_list<bool> wants, bool expected) {
   for (std::size_t place = 0; const bool want : wants) EXPECT_EQ(want, expected) << place++;
 }
 
-TEST(NavWantTreeTest, wantsWhatAWantedValueIsMadeOf) {
+TEST(NavWantTreeTest, WantsWhatAWantedValueIsMadeOf) {
   const NavWantTree iso = settled([](NavWantTree& w) { w.IsoAoX = true; });
   expectAll({iso.IsoAhX, iso.IsoAnX, iso.Heading, iso.Lat, iso.Vn, iso.Ax}, true);
   expectAll({iso.Wx, iso.FiltAx, iso.Speed2d}, false);
@@ -42,13 +42,13 @@ TEST(NavWantTreeTest, wantsWhatAWantedValueIsMadeOf) {
   EXPECT_TRUE(settled([](NavWantTree& w) { w.AngleGradient = true; }).VnAcc);
 }
 
-TEST(NavWantTreeTest, alwaysWantsIdentityAndTime) {
+TEST(NavWantTreeTest, AlwaysWantsIdentityAndTime) {
   const NavWantTree wants = settled([](NavWantTree&) {});
   expectAll({wants.OutputPacketType, wants.SerialNumber, wants.Nano}, true);
   expectAll({wants.Lat, wants.receivers[0].Type, wants.points[0].Track, wants.LidarIPAddress}, false);
 }
 
-TEST(NavWantTreeTest, wantsMoreWithTheLevel) {
+TEST(NavWantTreeTest, WantsMoreWithTheLevel) {
   NavWantTree wants;
   wants.setLevel(0);
   EXPECT_FALSE(wants.TimeWeekCount);

@@ -37,7 +37,7 @@ void scan(Stream& stream, const std::vector<std::vector<std::uint8_t>>& packets,
   stream.endScan();
 }
 
-TEST(StreamNavTest, hasTimeWhereTheEndIsKnownOrLikely) {
+TEST(StreamNavTest, HasTimeWhereTheEndIsKnownOrLikely) {
   struct Case {
     const char* what;
     std::vector<Nano> times;  ///< Of timed packets, from the start; one without time follows.
@@ -68,7 +68,7 @@ TEST(StreamNavTest, hasTimeWhereTheEndIsKnownOrLikely) {
   }
 }
 
-TEST(StreamNavTest, keepsTheStartAsTheFirstPassFoundIt) {
+TEST(StreamNavTest, KeepsTheStartAsTheFirstPassFoundIt) {
   StreamDask stream({StreamCodec::Dask, ResourceKind::NavigationFile, 0});
   std::vector<std::vector<std::uint8_t>> packets;
   for (int i = 0; i < 5; ++i) packets.push_back(packetAt(Nav::kDaskProtocol, kStart + i * 10'000'000));
@@ -90,7 +90,7 @@ TEST(StreamNavTest, keepsTheStartAsTheFirstPassFoundIt) {
   EXPECT_EQ(tag->values.size(), 13U);
 }
 
-TEST(StreamNavTest, passesOverRecordsOfOtherSizes) {
+TEST(StreamNavTest, PassesOverRecordsOfOtherSizes) {
   const std::vector<std::uint8_t> quon = packetAt(Nav::kQuonProtocol, kStart);
   StreamDask dask({StreamCodec::Dask, ResourceKind::NavigationFile, 0});
   EXPECT_TRUE(dask.take(view(quon), Pass::Probe));
@@ -101,7 +101,7 @@ TEST(StreamNavTest, passesOverRecordsOfOtherSizes) {
   EXPECT_TRUE(stream.take(view(odd), Pass::Probe));
 }
 
-TEST(StreamNavTest, describesTheSourceOfAStreamInARangeFile) {
+TEST(StreamNavTest, DescribesTheSourceOfAStreamInARangeFile) {
   StreamQuon stream({StreamCodec::Quon, ResourceKind::RangeFile, 5});
   Com::TaggedHeader header;
   header.addHeader(Com::TaggedPacket("{Kvex-Range}"));

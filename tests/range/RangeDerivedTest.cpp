@@ -357,9 +357,10 @@ TEST(RangeDerivedTest, Parking) {
 TEST(RangeDerivedTest, UnwantedGroupsAreMarkedOnce) {
   ParkingScene s;
   s.state.wants.wantAll(false);
-  for (const int expected : {128, 144}) {
+  for (const bool firstTime : {true, false}) {
+    const int expected = firstTime ? kNeverWritten : kNeverWritten | kUntimed;
     s.state.record.reset();
-    s.state.markUnwanted = expected == 128;
+    s.state.markUnwanted = firstTime;
     deriveRanges(s.state, 0);
     deriveMotion(s.state, 0);
     deriveGeometry(s.state, 0);

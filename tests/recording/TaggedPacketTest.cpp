@@ -12,7 +12,7 @@ using testing::Pair;
 using Kind = TaggedPacket::Kind;
 using Values = std::map<std::string, std::string, std::less<>>;
 
-TEST(TaggedPacketTest, takesTagsAndBodiesApart) {
+TEST(TaggedPacketTest, TakesTagsAndBodiesApart) {
   const struct {
     std::string bytes;
     Kind kind;
@@ -52,7 +52,7 @@ TEST(TaggedPacketTest, takesTagsAndBodiesApart) {
   }
 }
 
-TEST(TaggedPacketTest, readsJsonBodies) {
+TEST(TaggedPacketTest, ReadsJsonBodies) {
   const std::string brackets(1000, '[');
   const auto nested = [](int depth) {
     return std::string(static_cast<std::size_t>(depth), '[') + std::string(static_cast<std::size_t>(depth), ']');
@@ -81,7 +81,7 @@ TEST(TaggedPacketTest, readsJsonBodies) {
   }
 }
 
-TEST(TaggedPacketTest, readsNumbers) {
+TEST(TaggedPacketTest, ReadsNumbers) {
   const struct {
     std::string text;
     bool reads;
@@ -104,7 +104,7 @@ TEST(TaggedPacketTest, readsNumbers) {
   EXPECT_EQ(text, "");
 }
 
-TEST(TaggedPacketTest, headerCountsItsPackets) {
+TEST(TaggedPacketTest, HeaderCountsItsPackets) {
   TaggedHeader header;
   header.primary = TaggedPacket("[T]headers=7\na=1");
   header.addHeader(TaggedPacket("{A}n=1"));

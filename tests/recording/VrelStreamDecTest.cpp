@@ -59,7 +59,7 @@ struct Reading {
   Texts data;
 };
 
-TEST(VrelStreamDecTest, readsHeadersAndLeavesData) {
+TEST(VrelStreamDecTest, ReadsHeadersAndLeavesData) {
   const std::string big(255, 'h');
   const struct {
     const char* name;
@@ -147,7 +147,7 @@ TEST(VrelStreamDecTest, readsHeadersAndLeavesData) {
   }
 }
 
-TEST(VrelStreamDecTest, checksTheOrderOfPages) {
+TEST(VrelStreamDecTest, ChecksTheOrderOfPages) {
   const struct {
     std::vector<std::uint32_t> numbers;
     PageClass last;
@@ -185,7 +185,7 @@ TEST(VrelStreamDecTest, checksTheOrderOfPages) {
   }
 }
 
-TEST(VrelStreamDecTest, countsAndRewinds) {
+TEST(VrelStreamDecTest, CountsAndRewinds) {
   const std::vector<PageForm> pages = {
       primary(0, "2"),
       page(1, {"<a>", "<b>", "<c>"}),
@@ -237,7 +237,7 @@ TEST(VrelStreamDecTest, countsAndRewinds) {
   EXPECT_EQ(reading.stream.packetCounters(), expected);
 }
 
-TEST(VrelStreamDecTest, failureLastsUntilARewind) {
+TEST(VrelStreamDecTest, FailureLastsUntilARewind) {
   Reading reading({primary(0, "0")});
   PageForm foreign = page(1, {"d"});
   foreign.serial = kSerial + 1;
@@ -265,7 +265,7 @@ std::size_t addEndlessPacket(VrelStreamDec& stream, std::uint32_t& number) {
   return most;
 }
 
-TEST(VrelStreamDecTest, dropsEndlessPackets) {
+TEST(VrelStreamDecTest, DropsEndlessPackets) {
   Reading reading({primary(0, "0"), page(1, {"d"})}, kSmall);
   std::uint32_t number = 2;
   const std::size_t most = addEndlessPacket(reading.stream, number);
@@ -277,7 +277,7 @@ TEST(VrelStreamDecTest, dropsEndlessPackets) {
   EXPECT_EQ(reading.stream.packetCounters().dataHoles, 1U);
 }
 
-TEST(VrelStreamDecTest, failsWithEndlessHeaders) {
+TEST(VrelStreamDecTest, FailsWithEndlessHeaders) {
   std::uint32_t number = 1;
   for (const char* headers : {"0", "1"}) {  // in the header itself and in a repeat block
     Reading reading({primary(0, headers)}, kSmall);

@@ -85,7 +85,7 @@ Counts count(const std::string& bytes) {
   return counts;
 }
 
-TEST(AllocationTest, doesNotGrowWithTheFile) {
+TEST(AllocationTest, DoesNotGrowWithTheFile) {
   const Counts small = count(drive(20'000));
   const Counts large = count(drive(80'000));
   EXPECT_LE(large.scan, small.scan);

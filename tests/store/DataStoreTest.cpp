@@ -39,7 +39,7 @@ std::string recording(const std::vector<Source>& sources) {
   return out.str();
 }
 
-TEST(DataStoreTest, spanOfAllStreams) {
+TEST(DataStoreTest, SpanOfAllStreams) {
   constexpr Lib::Nano kMargin = 100'000'000;
   const struct {
     std::vector<Source> sources;
@@ -70,7 +70,7 @@ TEST(DataStoreTest, spanOfAllStreams) {
   }
 }
 
-TEST(DataStoreTest, idsNamesAndGroups) {
+TEST(DataStoreTest, IdsNamesAndGroups) {
   const TempFile one("one.vrel", recording({{0xFFFFFFFF, {1}, "Car"}, {7, {1}, "Car"}, {3, {1}}}));
   const TempFile two("TWO.VREL", recording({{7, {1}, "Car"}, {8, {1}}}));
   StoreReading reading(one.path());
@@ -92,7 +92,9 @@ TEST(DataStoreTest, idsNamesAndGroups) {
     EXPECT_EQ(info.resourceIndex, streams[id].resource);
     EXPECT_EQ(info.resourceKind, 1);
     EXPECT_EQ(info.resourceExtension, ".vrel");
-    EXPECT_TRUE(info.headerSeen && info.headerAccepted && info.hasTime);
+    EXPECT_TRUE(info.headerSeen);
+    EXPECT_TRUE(info.headerAccepted);
+    EXPECT_TRUE(info.hasTime);
   }
   EXPECT_EQ(reading.store.streamInfo(5).index, -1);
   EXPECT_EQ(reading.store.streamInfo(5).serial, UINT32_MAX);
@@ -105,14 +107,15 @@ TEST(DataStoreTest, idsNamesAndGroups) {
   EXPECT_EQ(reading.store.subscribe(2, 4, "Count"), StoreStatus::NotFound);
 }
 
-TEST(DataStoreTest, filesThatAreNone) {
+TEST(DataStoreTest, FilesThatAreNone) {
   const std::string good = recording({{1, {1}}});
   std::filesystem::create_directory("directory.vrel");
   const TempFile unknown("x.dat", good);
   const TempFile none("x", good);
   const TempFile empty("empty.vrel");
   const TempFile junk("junk.vrel", std::string(300'000, 'O'));
-  const TempFile noCodec("no-codec.vrel", Synth::makePage({.flags = 2, .serial = 1, .packets = {"[Kvex-Zin]"}}));
+  const TempFile noCodec("no-codec.vrel",
+                         Synth::makePage({.flags = Synth::PageFlag::kBos, .serial = 1, .packets = {"[Kvex-Zin]"}}));
   const TempFile noFirst("no-first.vrel", Synth::makePage({.serial = 1, .packets = {"[Kvex-Zint]"}}));
   StoreReading reading;
   for (const std::string& path : {std::string(), std::string("."), std::string("directory.vrel"), unknown.path(),
@@ -123,7 +126,7 @@ TEST(DataStoreTest, filesThatAreNone) {
   std::filesystem::remove("directory.vrel");
 }
 
-TEST(DataStoreTest, statusesSayTheirReason) {
+TEST(DataStoreTest, StatusesSayTheirReason) {
   const TempFile file("reasons.vrel", recording({{1, {1, 5}}, {2, {}}}));
   const TempFile unknown("reasons.dat");
   const TempFile empty("reasons-empty.vrel");
@@ -154,7 +157,7 @@ TEST(DataStoreTest, statusesSayTheirReason) {
   }
 }
 
-TEST(DataStoreTest, visitorCannotLockItselfOut) {
+TEST(DataStoreTest, VisitorCannotLockItselfOut) {
   const TempFile file("visitor.vrel", recording({{1, {1, 5}}}));
   StoreReading reading(file.path());
   DataStore& store = reading.store;
@@ -182,7 +185,7 @@ TEST(DataStoreTest, visitorCannotLockItselfOut) {
   EXPECT_EQ(store.streamInfo(0).endTime, 5);
 }
 
-TEST(DataStoreTest, queriesOfTheOtherMode) {
+TEST(DataStoreTest, QueriesOfTheOtherMode) {
   const TempFile file("modes.vrel", recording({{1, {1, 5}}, {2, {1, 5}}}));
   StoreReading reading(file.path());
   std::vector<Lib::Sample> samples;

@@ -27,7 +27,7 @@ SignalRow flagRow() {
   return row;
 }
 
-TEST(ModeTest, allStreamsShareTheColumnsOfTheDirectMode) {
+TEST(ModeTest, AllStreamsShareTheColumnsOfTheDirectMode) {
   const SignalRow one = floatRow(1);
   const SignalRow twelve = floatRow(12);
   const SignalRow flag = flagRow();
@@ -54,7 +54,7 @@ TEST(ModeTest, allStreamsShareTheColumnsOfTheDirectMode) {
   EXPECT_EQ(mode.find(1, twelve), nullptr);
 }
 
-TEST(ModeTest, retainsByStream) {
+TEST(ModeTest, RetainsByStream) {
   const SignalRow row = floatRow(2);
   const Record record{};
   Mode mode(1, Mode::Requests::PerStream);
@@ -67,7 +67,7 @@ TEST(ModeTest, retainsByStream) {
   EXPECT_EQ(mode.columnCount(ValueType::Float, UINT32_MAX), 0U);
 }
 
-TEST(ModeTest, gridOverASpan) {
+TEST(ModeTest, GridOverASpan) {
   constexpr Lib::Nano kSecond = Lib::kNanosPerSecond;
   constexpr Lib::Nano kWeeks = 1'417'651'425 * kSecond;
   const struct {

@@ -32,7 +32,7 @@ std::string countRecording(std::uint32_t packets) {
   return out.str();
 }
 
-TEST(NativeStepsTest, blocksHoldEveryPacketOnce) {
+TEST(NativeStepsTest, BlocksHoldEveryPacketOnce) {
   for (const std::uint32_t packets : {1U, 63U, 64U, 65U, 200U}) {
     const TempFile file("blocks.vrel", countRecording(packets));
     StoreReading reading(file.path());
@@ -53,7 +53,7 @@ TEST(NativeStepsTest, blocksHoldEveryPacketOnce) {
   }
 }
 
-TEST(NativeStepsTest, signalOfSeveralMessagesIsReadFromEach) {
+TEST(NativeStepsTest, SignalOfSeveralMessagesIsReadFromEach) {
   Synth::ZintDefinition definition;
   definition.signals = {{.id = 1, .name = "Nano", .bitOffset = 0, .bitSize = 64, .base = "S"},
                         {.id = 2, .name = "Shared", .bitOffset = 64, .bitSize = 32, .base = "U"},
@@ -84,7 +84,7 @@ TEST(NativeStepsTest, signalOfSeveralMessagesIsReadFromEach) {
   EXPECT_EQ(samples["Own"], 0b0110U);
 }
 
-TEST(NativeStepsTest, canTimeAndEachFrameAreSteps) {
+TEST(NativeStepsTest, CanTimeAndEachFrameAreSteps) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
   Synth::LogicalWriter& stream =
@@ -117,7 +117,7 @@ TEST(NativeStepsTest, canTimeAndEachFrameAreSteps) {
 /// The last sample of each scalar signal up to and with the step at which the clock first reaches a time.
 class NativeReaderTest : public testing::TestWithParam<const char*> {};
 
-TEST_P(NativeReaderTest, lastSampleIsTheValueOfTheGrid) {
+TEST_P(NativeReaderTest, LastSampleIsTheValueOfTheGrid) {
   StoreReading reading(Support::dataPath(GetParam()));
   const Nano start = reading.store.streamInfo(0).startTime;
   const Nano end = reading.store.streamInfo(0).endTime;

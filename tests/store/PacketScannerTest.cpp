@@ -103,7 +103,7 @@ Scan plainScan(const Bytes& bytes) {
   return result;
 }
 
-TEST(PacketScannerTest, findsPackets) {
+TEST(PacketScannerTest, FindsPackets) {
   const Bytes a = quon('a');
   const Bytes b = dask('b');
   Bytes inside = '\xE7' + Bytes(20, 'x') + a;  // a frame that fails, with a true packet in it
@@ -144,7 +144,7 @@ TEST(PacketScannerTest, findsPackets) {
   EXPECT_THAT(scan<Nav::NavFraming>(a, 1000).packets, IsEmpty());
 }
 
-TEST(PacketScannerTest, rangeFramesOfAllSizes) {
+TEST(PacketScannerTest, RangeFramesOfAllSizes) {
   for (int size = 4; size <= 2560; size += 71) {
     Bytes full = range(1, static_cast<std::size_t>(size));
     if (size > 5) std::fill(full.begin() + 4, full.end(), '\xFF');
@@ -189,7 +189,7 @@ void compareWithPlainScan(const Bytes& bytes) {
   EXPECT_EQ(found.pending, plain.pending);
 }
 
-TEST(PacketScannerTest, readsAheadWithoutAnyDifference) {
+TEST(PacketScannerTest, ReadsAheadWithoutAnyDifference) {
   for (std::uint32_t seed = 1; seed <= 30; ++seed) {
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);

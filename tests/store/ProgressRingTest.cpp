@@ -7,7 +7,7 @@
 namespace Kvex::Sto {
 namespace {
 
-TEST(ProgressRingTest, keepsRecordsInOrderAndLosesWhatHasNoRoom) {
+TEST(ProgressRingTest, KeepsRecordsInOrderAndLosesWhatHasNoRoom) {
   ProgressRing ring(5);  // room for three
   EXPECT_FALSE(ring.take());
   EXPECT_TRUE(ring.report(-1, Phase::Seek, -7.0));
@@ -35,7 +35,7 @@ TEST(ProgressRingTest, keepsRecordsInOrderAndLosesWhatHasNoRoom) {
   for (const std::uint32_t bits : {0U, 3U}) EXPECT_FALSE(ProgressRing(bits).report(1, Phase::Seek, 1.0));
 }
 
-TEST(ProgressRingTest, oneThreadReadsWhileAnotherWrites) {
+TEST(ProgressRingTest, OneThreadReadsWhileAnotherWrites) {
   ProgressRing ring(6);
   constexpr int kReports = 100'000;
   std::atomic<bool> done = false;

@@ -16,7 +16,7 @@ class FakeRange : public RangeSources {
   }
 };
 
-TEST(RangeLinks, SourcesBecomeHunterAndTargets) {
+TEST(RangeLinksTest, SourcesBecomeHunterAndTargets) {
   const FakeRange range;
   Com::TaggedPacket own("{Kvex-Range}");
   std::string who[3];

@@ -25,7 +25,7 @@ Synth::StreamForm countForm(std::uint32_t serial) {
           .packetsPerPage = 1};
 }
 
-TEST(ReadingTest, valueIsOfTheFirstRecordAtOrAfter) {
+TEST(ReadingTest, ValueIsOfTheFirstRecordAtOrAfter) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
   Synth::LogicalWriter& stream = writer.addStream(countForm(1));
@@ -102,7 +102,7 @@ std::vector<Lib::Sample> walk(const std::string& bytes, int count, bool& sound) 
   return reading.walk(count);
 }
 
-TEST(ReadingTest, hoppingGivesTheSameAsReadingAll) {
+TEST(ReadingTest, HoppingGivesTheSameAsReadingAll) {
   for (std::uint64_t seed = 1; seed <= 20; ++seed) {
     SCOPED_TRACE(seed);
     const std::string bytes = drive(seed);
@@ -116,7 +116,7 @@ TEST(ReadingTest, hoppingGivesTheSameAsReadingAll) {
   }
 }
 
-TEST(ReadingTest, walksAgainAndJoinsLate) {
+TEST(ReadingTest, WalksAgainAndJoinsLate) {
   const Synth::DamagePlan damages[] = {{}, {.drop = 0.1}, {.repeat = 0.1, .delay = 0.1, .flip = 0.1, .junk = 0.1}};
   for (const Synth::DamagePlan& damage : damages) {
     const TempFile file("again.vrel", drive(7, damage));
@@ -138,7 +138,7 @@ TEST(ReadingTest, walksAgainAndJoinsLate) {
   }
 }
 
-TEST(ReadingTest, joinsLateAfterASeekToTheSmallestTime) {
+TEST(ReadingTest, JoinsLateAfterASeekToTheSmallestTime) {
   const TempFile file("smallest.vrel", drive(1));
   StoreReading reading(file.path());
   reading.store.seekAll(INT64_MIN);
@@ -146,7 +146,7 @@ TEST(ReadingTest, joinsLateAfterASeekToTheSmallestTime) {
   EXPECT_EQ(reading.read(INT64_MIN).at(0).flags, 0);
 }
 
-TEST(ReadingTest, cancels) {
+TEST(ReadingTest, Cancels) {
   const TempFile file("cancel.vrel", drive(1));
   StoreReading reading(file.path());
   reading.subscribeAll();
@@ -168,7 +168,7 @@ TEST(ReadingTest, cancels) {
 }
 
 /// A walk over packets that lie far apart looks at the cancel flag with each, and its progress does not fall.
-TEST(ReadingTest, sparseSeekIsCancelledInItsMidst) {
+TEST(ReadingTest, SparseSeekIsCancelledInItsMidst) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
   Synth::LogicalWriter& stream = writer.addStream(countForm(1));
@@ -200,7 +200,7 @@ TEST(ReadingTest, sparseSeekIsCancelledInItsMidst) {
   EXPECT_GT(reports, kPackets / 2);
 }
 
-TEST(ReadingTest, largeHeaderPackets) {
+TEST(ReadingTest, LargeHeaderPackets) {
   Synth::ZintDefinition definition = countDefinition();
   definition.signals[1].comment = std::string(700'000, 'c');
   std::ostringstream out;
@@ -237,7 +237,7 @@ Lib::Nano plainFirstTime(const std::string& bytes, std::uint32_t serial) {
   return decoder.time().value;
 }
 
-TEST(ReadingTest, waitsForHeadersThatNeverComplete) {
+TEST(ReadingTest, WaitsForHeadersThatNeverComplete) {
   std::mt19937 random(3);
   for (int trial = 0; trial < 12; ++trial) {
     SCOPED_TRACE(trial);

@@ -133,7 +133,7 @@ class SixthCodecTest : public testing::TestWithParam<const char*> {
   DataStore store_{StoreConfig{}, codecs_};
 };
 
-TEST_P(SixthCodecTest, isScannedReadOnAGridAndReadNatively) {
+TEST_P(SixthCodecTest, IsScannedReadOnAGridAndReadNatively) {
   std::vector<std::uint32_t> ids;
   ASSERT_EQ(store_.addFile(file_.path(), ids), StoreStatus::Success);
   ASSERT_EQ(ids.size(), 1U);

@@ -83,7 +83,7 @@ void expectWalksAgree(const std::string& path) {
   }
 }
 
-TEST(WalksAgreeTest, inKnownFiles) {
+TEST(WalksAgreeTest, InKnownFiles) {
   for (const char* name : {"zint_wild_11.vrel", "zint_damaged_11.vrel", "can_joined_11.vrel", "nav_recording_11.vrel",
                            "quon_mode_mix_11.quon", "quon_triggers_11.quon", "dask_mode_mix_11.dask",
                            "yeld_chase3_marks_11.yeld", "range_file_11.yeld", "range_recording_11.vrel"}) {
@@ -92,7 +92,7 @@ TEST(WalksAgreeTest, inKnownFiles) {
   }
 }
 
-TEST(WalksAgreeTest, inDemonstrationsWithDamage) {
+TEST(WalksAgreeTest, InDemonstrationsWithDamage) {
   std::mt19937_64 random(1);
   for (const std::string extension : {".quon", ".dask", ".yeld"}) {
     SCOPED_TRACE(extension);

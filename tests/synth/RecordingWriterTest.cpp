@@ -61,7 +61,7 @@ struct StreamReading {
   std::vector<std::string> data;
 };
 
-TEST(RecordingWriterTest, recordsComeBack) {
+TEST(RecordingWriterTest, RecordsComeBack) {
   const TwoStreams recording;
   const StreamReading small(recording, kSmall);
   const StreamReading large(recording, kLarge);
@@ -73,7 +73,7 @@ TEST(RecordingWriterTest, recordsComeBack) {
   EXPECT_THAT(large.stream.pageCounters().pages, Lt(1000U));
 }
 
-TEST(RecordingWriterTest, damageIsDone) {
+TEST(RecordingWriterTest, DamageIsDone) {
   const struct {
     const char* name;
     DamagePlan plan;
@@ -100,7 +100,7 @@ TEST(RecordingWriterTest, damageIsDone) {
   EXPECT_EQ(TwoStreams({.truncateAt = 12345}).bytes.str().size(), 12345U);
 }
 
-TEST(RecordingWriterTest, pagesAsAskedFor) {
+TEST(RecordingWriterTest, PagesAsAskedFor) {
   std::ostringstream out;
   RecordingWriter writer(out);
   LogicalWriter& stream = writer.addStream({.serial = 1, .primary = "[T]", .packetsPerPage = 1});
@@ -123,11 +123,11 @@ TEST(RecordingWriterTest, pagesAsAskedFor) {
     sizes.push_back(page.body_len);
   });
   EXPECT_THAT(numbers, ElementsAre(3, 4, 4, 0xFFFFFFFF, 0));
-  EXPECT_THAT(flags, ElementsAre(2, 0, 0, 8, 12));
+  EXPECT_THAT(flags, ElementsAre(PageFlag::kBos, 0, 0, PageFlag::kMarked, PageFlag::kMarked | PageFlag::kEos));
   EXPECT_THAT(sizes, ElementsAre(3, 14, 14, 6, 0));
 }
 
-TEST(RecordingWriterTest, repairsChecksums) {
+TEST(RecordingWriterTest, RepairsChecksums) {
   const auto countPages = [](const std::string& bytes) {
     std::size_t pages = 0;
     Testing::forEachPage(bytes, [&](const ogg_page&) { ++pages; });

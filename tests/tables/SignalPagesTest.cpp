@@ -7,11 +7,11 @@
 namespace Kvex::Sto {
 namespace {
 
-TEST(SignalPagesTest, pagesAreThoseOfTheLists) {
+TEST(SignalPagesTest, PagesAreThoseOfTheLists) {
   EXPECT_EQ(std::system("'" KVEX_BIN "/signal_pages' --check '" KVEX_TEST_DATA "/../../docs/signals'"), 0);
 }
 
-TEST(SignalPagesTest, eachSignalHasATableAndASentence) {
+TEST(SignalPagesTest, EachSignalHasATableAndASentence) {
   for (const SignalTable* table : {&StaticAccessQuon::table(), &StaticAccessDask::table(), &rangeTable()}) {
     table->forEach([](const SignalRow& row) {
       EXPECT_NE(row.table, "") << row.name;

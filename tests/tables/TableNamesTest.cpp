@@ -14,7 +14,7 @@ struct Listed {
   std::string group;
 };
 
-TEST(TableNamesTest, everySignalHasATable) {
+TEST(TableNamesTest, EverySignalHasATable) {
   const std::vector<Listed> record{
 #define KVEX_NAV_SIGNAL(Name, Type, Unit, Resolution, Dial, Group, ...) {#Name, #Group},
 #include "tables/NavSignals.def"
@@ -54,7 +54,7 @@ TEST(TableNamesTest, everySignalHasATable) {
 #include "tables/RangeBodyGroups.def"
 }
 
-TEST(TableNamesTest, signalsOfOtherPacketsStandApart) {
+TEST(TableNamesTest, SignalsOfOtherPacketsStandApart) {
   EXPECT_EQ(navTableName("Lon", "Lat"), "position");
   EXPECT_EQ(navTableName("Speed2d", "Speed2d"), "speed");
   EXPECT_EQ(navTableName("Speed2dAcc", "Speed2d"), "speed accuracy");

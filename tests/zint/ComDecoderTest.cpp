@@ -59,7 +59,7 @@ Bytes packet(std::uint16_t id, Bytes payload) {
   return payload;
 }
 
-TEST(ComDecoderTest, stampsByTheOrderOfSignals) {
+TEST(ComDecoderTest, StampsByTheOrderOfSignals) {
   ComDecoder decoder = makeDecoder();
   decoder.probe(ByteView(packet(3, {9, 9, 9, 9})));
   EXPECT_EQ(decoder.state(), ComDecoder::State::Probing);
@@ -84,7 +84,7 @@ TEST(ComDecoderTest, stampsByTheOrderOfSignals) {
   EXPECT_THAT(fieldsOf(decoder), ElementsAre(field(7, 60), field(40, 40), field(2, 60), field(0, 40), field(4, 60)));
 }
 
-TEST(ComDecoderTest, withoutATime) {
+TEST(ComDecoderTest, WithoutATime) {
   ZintDefinition definition = makeDefinition();
   for (auto& signal : definition.signals) {
     if (signal.name == "Nano") signal.mapped = "R64";
@@ -100,7 +100,7 @@ TEST(ComDecoderTest, withoutATime) {
   EXPECT_FALSE(decoder.time().usable());
 }
 
-TEST(ComDecoderTest, extractingLateGivesTheSame) {
+TEST(ComDecoderTest, ExtractingLateGivesTheSame) {
   std::mt19937 random(2);
   constexpr std::uint16_t kIds[] = {0x0102, 3, 4, 65535, 77};
   for (int trial = 0; trial < 100; ++trial) {

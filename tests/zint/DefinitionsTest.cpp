@@ -52,7 +52,7 @@ std::string chain(int count) {
   return text + R"({"ID": )" + std::to_string(count) + R"(, "DN": "last"})";
 }
 
-TEST(DefinitionsTest, readsDocuments) {
+TEST(DefinitionsTest, ReadsDocuments) {
   const std::string plain = R"({"ID": 1, "DN": "a"})";
   const struct {
     const char* name;
@@ -140,14 +140,14 @@ TEST(DefinitionsTest, readsDocuments) {
   }
 }
 
-TEST(DefinitionsTest, followsChainsOf256Parents) {
+TEST(DefinitionsTest, FollowsChainsOf256Parents) {
   const Definitions definitions = readDefinitions(json::parse(document("", chain(258))));
   EXPECT_EQ(definitions.signals.at(1)->name(), "");      // 257 parents up
   EXPECT_EQ(definitions.signals.at(2)->name(), "last");  // 256
   EXPECT_EQ(definitions.signals.at(258)->name(), "last");
 }
 
-TEST(DefinitionsTest, hugeCirclesAreQuick) {
+TEST(DefinitionsTest, HugeCirclesAreQuick) {
   constexpr int kCount = 100'000;
   json entries = json::array();
   for (int id = 0; id < kCount; ++id) {

@@ -39,6 +39,13 @@ void appendLine(fmt::memory_buffer& buffer, std::span<const std::string> cells, 
   buffer.push_back('\n');
 }
 
+void summarize(std::size_t files, std::size_t damaged, std::size_t failed) {
+  std::string text = fmt::format("{} of {} files exported", files - failed, files);
+  if (damaged > 0) text += fmt::format(", {} of them with damaged or lost data", damaged);
+  if (failed > 0) text += fmt::format(", {} failed", failed);
+  fmt::print(stderr, "vrel: {}\n", text);
+}
+
 }  // namespace
 
 bool namesFolder(const std::string& path) {
@@ -185,10 +192,7 @@ VrelExit exportEach(const std::vector<std::string>& files, const OutputFolder& f
       complain(file, failure.what());
     }
   }
-  fmt::print(stderr, "vrel: {} of {} exported", files.size() - failed, counted(files.size(), "file"));
-  if (damaged > 0) fmt::print(stderr, ", {} of them with damaged or lost data", damaged);
-  if (failed > 0) fmt::print(stderr, ", {} failed", failed);
-  fmt::print(stderr, "\n");
+  if (files.size() > 1) summarize(files.size(), damaged, failed);
   if (failed > 0) return VrelExit::Failed;
   return damaged > 0 ? VrelExit::Damaged : VrelExit::Good;
 }

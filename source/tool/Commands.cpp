@@ -8,4 +8,11 @@ CLI::App* addFileCommand(CLI::App& app, const std::string& name, const std::stri
   return command;
 }
 
+CLI::App* addFilesCommand(CLI::App& app, const std::string& name, const std::string& description,
+                          std::vector<std::string>& files) {
+  CLI::App* command = app.add_subcommand(name, description);
+  command->add_option("FILE", files, "The file to read; there may be several")->required()->type_name("");
+  return command;
+}
+
 }  // namespace Kvex::Tool

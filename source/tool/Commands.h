@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "tool/Failure.h"
 
@@ -21,5 +22,9 @@ void addSynthCommand(CLI::App& app, Action& action);
 
 /// A subcommand that reads a FILE.
 CLI::App* addFileCommand(CLI::App& app, const std::string& name, const std::string& description, std::string& file);
+
+/// A subcommand that reads one FILE or more.
+CLI::App* addFilesCommand(CLI::App& app, const std::string& name, const std::string& description,
+                          std::vector<std::string>& files);
 
 }  // namespace Kvex::Tool

@@ -6,6 +6,8 @@
 #include <optional>
 
 #include "tool/Commands.h"
+#include "tool/CsvOptions.h"
+#include "tool/FolderExport.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
 #include "tool/SignalChoice.h"
@@ -19,7 +21,8 @@ namespace Kvex::Tool {
 namespace {
 
 struct ExportOptions {
-  std::string file;
+  std::vector<std::string> files;
+  std::string file;  ///< The one that is written just now.
   std::string output;
   SignalChoice choice;
   std::optional<TimeArgument> start;
@@ -27,6 +30,7 @@ struct ExportOptions {
   Nano period = kNanosPerSecond;
   bool native = false;
   std::optional<TableFormat> format;
+  CsvOptions csv;
   TableStyle style;
 };
 
@@ -38,6 +42,28 @@ TableFormat formatOf(const ExportOptions& options) {
   if (options.format) return *options.format;
   const std::string ending = lowerExtension(options.output);
   return ending == ".ndjson" || ending == ".jsonl" ? TableFormat::Ndjson : TableFormat::Csv;
+}
+
+std::string endingOf(TableFormat format) {
+  const auto isFormat = [format](const auto& entry) { return entry.second == format; };
+  return "." + std::ranges::find_if(kFormats, isFormat)->first;
+}
+
+void checkCsvOptions(const ExportOptions& options, TableFormat format) {
+  if (format == TableFormat::Csv || !options.csv.given()) return;
+  throw Failure("--dialect, --delimiter and --decimal are for CSV only", VrelExit::WrongUsage);
+}
+
+/// GPS nanoseconds have 19 digits.
+void noteSpreadsheetTimes(const TableStyle& style) {
+  if (!style.csv.byteOrderMark || style.time != TimeForm::Gps) return;
+  fmt::print(stderr,
+             "vrel: note: spreadsheets keep 15 digits, which is too few for times in nanoseconds; --time elapsed gives "
+             "seconds\n");
+}
+
+void warnOfSpreadsheet(const std::string& warning) {
+  if (!warning.empty()) fmt::print(stderr, "vrel: warning: {}\n", warning);
 }
 
 void checkOutput(const ExportOptions& options) {
@@ -72,9 +98,32 @@ void writeNative(File& file, const std::vector<Signal>& signals, const ReadOptio
   }
 }
 
-VrelExit exportSignals(ExportOptions options) {
+ReadOptions spanOf(const ExportOptions& options, Nano fileStart) {
+  ReadOptions reading;
+  if (options.start) reading.start = options.start->from(fileStart);
+  if (options.end) reading.end = options.end->from(fileStart);
+  return reading;
+}
+
+/// All tables of a file into a folder.
+VrelExit exportTables(const ExportOptions& options) {
+  OpenedFile opened(options.file);
+  const Nano fileStart = opened.file.span().start;
+  FolderExport folder(options.output, options.style, endingOf(options.style.format),
+                      chooseSignals(opened.file, options.choice), fileStart);
+  ReadOptions reading = spanOf(options, fileStart);
+  reading.stop = opened.stop.token();
+  reading.progress = opened.progress.callback();
+  folder.write(opened.file, reading);
+  folder.finish();
+  opened.progress.clear();
+  for (const std::string& warning : folder.spreadsheetWarnings()) warnOfSpreadsheet(warning);
+  opened.warnOfDamage();
+  return opened.exit();
+}
+
+VrelExit exportSignals(const ExportOptions& options) {
   checkOutput(options);
-  options.style.format = formatOf(options);
   OpenedFile opened(options.file);
   File& file = opened.file;
   const std::vector<Signal> signals = chooseSignals(file, options.choice);
@@ -86,8 +135,9 @@ VrelExit exportSignals(ExportOptions options) {
   TableFormatter formatter(options.style, signals, fileStart);
   TableWriter table(output, formatter);
   ReadOptions reading = table.readOptions(options.native);
-  if (options.start) reading.start = options.start->from(fileStart);
-  if (options.end) reading.end = options.end->from(fileStart);
+  const ReadOptions span = spanOf(options, fileStart);
+  reading.start = span.start;
+  reading.end = span.end;
   reading.stop = opened.stop.token();
   // A bar would stand in the midst of a table that goes to the terminal.
   if (!output.isTerminal()) reading.progress = opened.progress.callback();
@@ -99,8 +149,30 @@ VrelExit exportSignals(ExportOptions options) {
   table.finish();
   output.finish();
   opened.progress.clear();
+  warnOfSpreadsheet(spreadsheetWarning(formatter));
   opened.warnOfDamage();
   return opened.exit();
+}
+
+VrelExit exportFiles(ExportOptions options) {
+  const bool toFolder = namesFolder(options.output);
+  if (!toFolder && options.files.size() > 1) {
+    throw Failure("several files make several tables; give them a folder: -o FOLDER/", VrelExit::WrongUsage);
+  }
+  options.style.format = toFolder ? options.format.value_or(TableFormat::Csv) : formatOf(options);
+  checkCsvOptions(options, options.style.format);
+  options.style.csv = dialectOf(options.csv);
+  noteSpreadsheetTimes(options.style);
+  options.file = options.files.front();
+  if (!toFolder) return exportSignals(options);
+  if (options.native && options.files.size() == 1) return exportTables(options);
+  const OutputFolder folder(options.output);
+  const auto exportOne = [&](const std::string& file, const std::string& output) {
+    options.file = file;
+    options.output = output;
+    return options.native ? exportTables(options) : exportSignals(options);
+  };
+  return exportEach(options.files, folder, options.native ? "" : endingOf(options.style.format), exportOne);
 }
 
 CLI::Option* addTimeOption(CLI::App& command, const std::string& name, std::optional<TimeArgument>& time,
@@ -126,20 +198,33 @@ constexpr const char* kFooter =
     "With --native the table has all samples as the recording carried them in place of values at regular times: a\n"
     "line for each record, with cells empty for signals that it did not bring, from the first record to the last,\n"
     "or from --start to below --end. It is of one stream; with --long it may be of several, one after the other.\n\n"
+    "With --native -o FOLDER/ there is a file for each table of each stream, and signals.csv lists their columns:\n"
+    "file,column,stream,name,unit,type,description. Characters other than letters, digits, \".\", \"_\" and \"-\" are\n"
+    "percent-encoded in the names of the files. Several FILEs make a table each, named as they are (with --native a\n"
+    "folder each); a file that fails does not keep the others from being written.\n\n"
     "Flags are a sum: 128 never written, 64 not available, 32 the device says that there is no value, 16 the stamp\n"
     "is no real time, 8 and 4 at the high or low end of its range, 2 provisional, 1 expired. Values with no other\n"
     "flag than 16 are usable.\n\n"
     "Example, two signals a hundred times a second for the first minute:\n"
     "  vrel export run.vrel --signal 'GnssInt1_L*' --period 0.01 --end +60 -o run.csv\n\n"
     "Example, every sample of two signals of stream 2:\n"
-    "  vrel export run.vrel --native --stream 2 --signal Lat --signal Lon -o run.csv";
+    "  vrel export run.vrel --native --stream 2 --signal Lat --signal Lon -o run.csv\n\n"
+    "Example, everything in a file, a table for each kind of record; and one table for each of many files:\n"
+    "  vrel export run.vrel --native -o run/\n"
+    "  vrel export *.vrel --signal Lat --signal Lon -o tables/";
 
 }  // namespace
 
 void addExportCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<ExportOptions>();
-  CLI::App* command = addFileCommand(app, "export", "Write the values of signals over time as a table", options->file);
-  command->add_option("-o,--output", options->output, "Write to this file, else to standard output")->type_name("OUT");
+  CLI::App* command =
+      addFilesCommand(app, "export", "Write the values of signals over time as a table", options->files);
+  command
+      ->add_option(
+          "-o,--output", options->output,
+          "Write to this file, else to standard output. A folder, or a name that ends with \"/\", takes a table "
+          "for each FILE, with --native the tables of each")
+      ->type_name("OUT");
   command
       ->add_option("--signal", options->choice.patterns,
                    "Signals to write; may be given several times. Without it: all signals that have values")
@@ -180,10 +265,11 @@ void addExportCommand(CLI::App& app, Action& action) {
           "How times are written: gps (nanoseconds, default), utc, or elapsed (seconds from the file's start)")
       ->type_name("FORM")
       ->check(CLI::IsMember(kTimeForms).description(""));
+  addCsvOptions(*command, options->csv);
   command->add_flag("--flags", options->style.flags, "A column of flags after each value");
   command->add_flag("--text", options->style.valueTexts, "Texts in place of values, for signals that have them");
   command->footer(kFooter);
-  command->callback([options, &action] { action = [options] { return exportSignals(*options); }; });
+  command->callback([options, &action] { action = [options] { return exportFiles(*options); }; });
 }
 
 }  // namespace Kvex::Tool

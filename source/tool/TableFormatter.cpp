@@ -13,7 +13,7 @@ namespace Kvex::Tool {
 namespace {
 
 constexpr std::string_view kTimeKey = "time";
-constexpr std::string_view kLongKeys = "stream,signal,flags,stamp,value";
+constexpr std::string_view kLongKeys[] = {"stream", "signal", "flags", "stamp", "value"};
 constexpr std::size_t kFlagsRoom = 4;  ///< "255", "null".
 
 char* putText(char* out, std::string_view text) {
@@ -64,6 +64,11 @@ char* putNumber(char* out, std::uint64_t bits, bool json) {
   }
 }
 
+/// Whether a time in UTC has the delimiter in it.
+bool quotesUtc(const CsvDialect& csv) {
+  return csv.delimiter == ':' || csv.delimiter == '.';
+}
+
 Value valueFrom(ValueType type, std::uint64_t bits) {
   Value value;
   visitType(type, [&]<class T>(std::type_identity<T>) { value = Value(numberFrom<T>(bits)); });
@@ -83,7 +88,7 @@ std::optional<std::size_t> placeOf(const ColumnBuffers& column, std::size_t row,
 TableFormatter::TableFormatter(const TableStyle& style, std::vector<Signal> signals, Nano start)
     : style_(style),
       signals_(std::move(signals)),
-      times_(style.time, start, isJson()),
+      times_(style.time, start, isJson() || quotesUtc(style.csv)),
       open_(isJson() ? "{\"time\":" : ""),
       stampLead_(leadOf("stamp")),
       valueLead_(leadOf("value")),
@@ -99,12 +104,17 @@ TableFormatter::TableFormatter(const TableStyle& style, std::vector<Signal> sign
   }
 }
 
+std::size_t TableFormatter::columnCount() const {
+  if (isLong()) return 1 + std::size(kLongKeys);
+  return 1 + fields_.size() * (style_.flags ? 2 : 1);
+}
+
 std::string TableFormatter::textField(std::string_view text) const {
-  return isJson() ? jsonText(text) : csvField(text);
+  return isJson() ? jsonText(text) : csvField(text, style_.csv.delimiter);
 }
 
 std::string TableFormatter::leadOf(std::string_view key) const {
-  return isJson() ? ',' + jsonText(key) + ':' : ",";
+  return isJson() ? ',' + jsonText(key) + ':' : std::string(1, style_.csv.delimiter);
 }
 
 void TableFormatter::addFields() {
@@ -127,13 +137,15 @@ void TableFormatter::addFields() {
 
 void TableFormatter::appendHeader(fmt::memory_buffer& buffer) const {
   if (isJson()) return;
-  std::string line(kTimeKey);
+  std::string line(style_.csv.byteOrderMark ? kByteOrderMark : "");
+  line += kTimeKey;
+  const auto add = [&](std::string_view key) { (line += style_.csv.delimiter) += textField(key); };
   if (isLong()) {
-    line.append(",").append(kLongKeys);
+    for (const std::string_view key : kLongKeys) add(key);
   } else {
     for (const Field& field : fields_) {
-      line += ',' + csvField(field.about.key);
-      if (style_.flags) line += ',' + csvField(field.about.flagsKey);
+      add(field.about.key);
+      if (style_.flags) add(field.about.flagsKey);
     }
   }
   line += close_;
@@ -146,6 +158,7 @@ void TableFormatter::appendRows(fmt::memory_buffer& buffer, const Batch& batch) 
     out = withRoom(buffer, out, recordRoom_);
     out = putRow(buffer, out, batch, row);
   }
+  records_ += batch.rows();
   buffer.resize(static_cast<std::size_t>(out - buffer.data()));
 }
 
@@ -155,6 +168,7 @@ void TableFormatter::appendRecords(fmt::memory_buffer& buffer, std::span<const T
     out = withRoom(buffer, out, recordRoom_);
     out = putRecord(buffer, out, sample);
   }
+  records_ += samples.size();
   buffer.resize(static_cast<std::size_t>(out - buffer.data()));
 }
 
@@ -200,11 +214,16 @@ char* TableFormatter::putKept(char* out, const NumberText& kept) {
   return out + kept.size;
 }
 
+void TableFormatter::putDecimal(NumberText& kept) const {
+  if (!isJson() && style_.csv.decimal != '.') std::replace(kept.text.begin(), kept.text.end(), '.', style_.csv.decimal);
+}
+
 char* TableFormatter::putTime(char* out, NumberText& kept, Nano nano) {
   const auto bits = static_cast<std::uint64_t>(nano);
   if (kept.bits != bits || kept.size == 0) {
     kept.size = static_cast<std::size_t>(times_.put(kept.text.data(), nano) - kept.text.data());
     kept.bits = bits;
+    if (style_.time == TimeForm::Elapsed) putDecimal(kept);
   }
   return putKept(out, kept);
 }
@@ -219,6 +238,7 @@ char* TableFormatter::putValue(fmt::memory_buffer& buffer, char* out, Field& fie
   if (kept.bits != bits || kept.size == 0) {
     kept.size = static_cast<std::size_t>(field.putNumber(kept.text.data(), bits, isJson()) - kept.text.data());
     kept.bits = bits;
+    putDecimal(kept);
   }
   return putKept(out, kept);
 }

@@ -29,6 +29,10 @@ class alignas(kCacheLine) TableFormatter {
 
   const TableStyle& style() const { return style_; }
   std::size_t fieldCount() const { return fields_.size(); }
+  /// Columns of a CSV table.
+  std::size_t columnCount() const;
+  /// Records that were appended.
+  std::uint64_t records() const { return records_; }
 
   /// Appends the line of names that opens a CSV table. JSON has none.
   void appendHeader(fmt::memory_buffer& buffer) const;
@@ -68,6 +72,8 @@ class alignas(kCacheLine) TableFormatter {
   void addFields();
   // These write at `out`, where there is room for a record, and return the place behind what they wrote.
   static char* putKept(char* out, const NumberText& kept);
+  /// Puts the table's decimal sign in place of the point.
+  void putDecimal(NumberText& kept) const;
   char* putTime(char* out, NumberText& kept, Nano nano);
   char* putValue(fmt::memory_buffer& buffer, char* out, Field& field, std::uint64_t bits) const;
   char* putRow(fmt::memory_buffer& buffer, char* out, const Batch& batch, std::size_t row);
@@ -83,6 +89,7 @@ class alignas(kCacheLine) TableFormatter {
   std::string valueLead_;
   std::string close_;           ///< What ends a record.
   std::size_t recordRoom_ = 0;  ///< No record is longer, value texts not counted.
+  std::uint64_t records_ = 0;
   NumberText time_;
   NumberText stamp_;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 namespace Kvex::Tool {
 
@@ -20,10 +21,22 @@ enum class TimeForm : std::uint8_t {
   Elapsed,  ///< Seconds from the file's start.
 };
 
+/// How a CSV table is written.
+struct CsvDialect {
+  char delimiter = ',';
+  char decimal = '.';
+  bool byteOrderMark = false;  ///< Before the header: without it some programs do not take a table as UTF-8.
+
+  bool operator==(const CsvDialect&) const = default;
+};
+
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 struct TableStyle {
   TableFormat format = TableFormat::Csv;
   TableShape shape = TableShape::Wide;
   TimeForm time = TimeForm::Gps;
+  CsvDialect csv;
   bool flags = false;       ///< A field of flags after each value; the long shape has it always.
   bool valueTexts = false;  ///< Texts in place of values, where a signal has them.
 };

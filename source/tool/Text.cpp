@@ -37,8 +37,9 @@ std::string printable(std::string_view text) {
   return result;
 }
 
-std::string csvField(std::string_view text) {
-  if (text.find_first_of(",\"\r\n") == std::string_view::npos) return std::string(text);
+std::string csvField(std::string_view text, char delimiter) {
+  const char special[] = {delimiter, '"', '\r', '\n'};
+  if (text.find_first_of({special, sizeof special}) == std::string_view::npos) return std::string(text);
   std::string result = "\"";
   for (const char c : text) {
     if (c == '"') result += '"';

@@ -14,8 +14,8 @@ namespace Kvex::Tool {
 /// Control characters become "?".
 std::string printable(std::string_view text);
 
-/// A field of a CSV file, quoted where it holds a comma, a quote or a line end (RFC 4180).
-std::string csvField(std::string_view text);
+/// A field of a CSV file, quoted where it holds the delimiter, a quote or a line end (RFC 4180).
+std::string csvField(std::string_view text, char delimiter = ',');
 
 /// JSON on one line, or indented. Text that is not UTF-8 is made so with replacement characters.
 std::string jsonText(const nlohmann::ordered_json& json, int indent = -1);

@@ -15,4 +15,8 @@ CLI::App* addFilesCommand(CLI::App& app, const std::string& name, const std::str
   return command;
 }
 
+void addForceOption(CLI::App& command, bool& force) {
+  command.add_flag("--force", force, "Replace OUT even if it holds a recording");
+}
+
 }  // namespace Kvex::Tool

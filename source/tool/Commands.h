@@ -20,6 +20,9 @@ void addExportCommand(CLI::App& app, Action& action);
 void addCheckCommand(CLI::App& app, Action& action);
 void addSynthCommand(CLI::App& app, Action& action);
 
+/// --force: a recording that is in the place of the output may be replaced.
+void addForceOption(CLI::App& command, bool& force);
+
 /// A subcommand that reads a FILE.
 CLI::App* addFileCommand(CLI::App& app, const std::string& name, const std::string& description, std::string& file);
 

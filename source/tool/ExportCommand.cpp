@@ -8,9 +8,11 @@
 #include "tool/Commands.h"
 #include "tool/CsvOptions.h"
 #include "tool/FolderExport.h"
+#include "tool/Messages.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
 #include "tool/SignalChoice.h"
+#include "tool/TableFormats.h"
 #include "tool/TableFormatter.h"
 #include "tool/TableWriter.h"
 #include "tool/Text.h"
@@ -29,25 +31,14 @@ struct ExportOptions {
   std::optional<TimeArgument> end;
   Nano period = kNanosPerSecond;
   bool native = false;
-  std::optional<TableFormat> format;
+  const NamedFormat* format = nullptr;  ///< By the ending of the output without.
+  bool force = false;
   CsvOptions csv;
   TableStyle style;
 };
 
-const std::map<std::string, TableFormat> kFormats{{"csv", TableFormat::Csv}, {"ndjson", TableFormat::Ndjson}};
 const std::map<std::string, TimeForm> kTimeForms{
     {"gps", TimeForm::Gps}, {"utc", TimeForm::Utc}, {"elapsed", TimeForm::Elapsed}};
-
-TableFormat formatOf(const ExportOptions& options) {
-  if (options.format) return *options.format;
-  const std::string ending = lowerExtension(options.output);
-  return ending == ".ndjson" || ending == ".jsonl" ? TableFormat::Ndjson : TableFormat::Csv;
-}
-
-std::string endingOf(TableFormat format) {
-  const auto isFormat = [format](const auto& entry) { return entry.second == format; };
-  return "." + std::ranges::find_if(kFormats, isFormat)->first;
-}
 
 void checkCsvOptions(const ExportOptions& options, TableFormat format) {
   if (format == TableFormat::Csv || !options.csv.given()) return;
@@ -57,13 +48,12 @@ void checkCsvOptions(const ExportOptions& options, TableFormat format) {
 /// GPS nanoseconds have 19 digits.
 void noteSpreadsheetTimes(const TableStyle& style) {
   if (!style.csv.byteOrderMark || style.time != TimeForm::Gps) return;
-  fmt::print(stderr,
-             "vrel: note: spreadsheets keep 15 digits, which is too few for times in nanoseconds; --time elapsed gives "
-             "seconds\n");
+  say("vrel: note: spreadsheets keep 15 digits, which is too few for times in nanoseconds; --time elapsed gives "
+      "seconds");
 }
 
 void warnOfSpreadsheet(const std::string& warning) {
-  if (!warning.empty()) fmt::print(stderr, "vrel: warning: {}\n", warning);
+  if (!warning.empty()) say("vrel: warning: {}", warning);
 }
 
 void checkOutput(const ExportOptions& options) {
@@ -71,6 +61,7 @@ void checkOutput(const ExportOptions& options) {
   if (std::filesystem::equivalent(options.file, options.output, ignored)) {
     throw Failure("the output is the input file", VrelExit::WrongUsage);
   }
+  checkReplaceable(options.output, options.force);
 }
 
 /// The signals of each stream, in their order. REQUIRES: the signals of a stream stand together.
@@ -109,7 +100,7 @@ ReadOptions spanOf(const ExportOptions& options, Nano fileStart) {
 VrelExit exportTables(const ExportOptions& options) {
   OpenedFile opened(options.file);
   const Nano fileStart = opened.file.span().start;
-  FolderExport folder(options.output, options.style, endingOf(options.style.format),
+  FolderExport folder(options.output, options.force, options.style, std::string(options.format->endings[0]),
                       chooseSignals(opened.file, options.choice), fileStart);
   ReadOptions reading = spanOf(options, fileStart);
   reading.stop = opened.stop.token();
@@ -131,7 +122,7 @@ VrelExit exportSignals(const ExportOptions& options) {
     throw Failure("the native samples of several streams make no one table; choose one with --stream, or use --long");
   }
   const Nano fileStart = file.span().start;
-  Output output(options.output);
+  Output output(options.output, {.force = options.force});
   TableFormatter formatter(options.style, signals, fileStart);
   TableWriter table(output, formatter);
   ReadOptions reading = table.readOptions(options.native);
@@ -147,6 +138,7 @@ VrelExit exportSignals(const ExportOptions& options) {
     writeGrid(file, signals, options, reading, table);
   }
   table.finish();
+  TableWriter::endTable(output, formatter);
   output.finish();
   opened.progress.clear();
   warnOfSpreadsheet(spreadsheetWarning(formatter));
@@ -159,9 +151,10 @@ VrelExit exportFiles(ExportOptions options) {
   if (!toFolder && options.files.size() > 1) {
     throw Failure("several files make several tables; give them a folder: -o FOLDER/", VrelExit::WrongUsage);
   }
-  options.style.format = toFolder ? options.format.value_or(TableFormat::Csv) : formatOf(options);
+  if (options.format == nullptr) options.format = &formatOfOutput(toFolder ? "" : options.output);
+  options.style.format = options.format->format;
   checkCsvOptions(options, options.style.format);
-  options.style.csv = dialectOf(options.csv);
+  options.style.csv = dialectOf(options.csv, {.delimiter = options.format->delimiter});
   noteSpreadsheetTimes(options.style);
   options.file = options.files.front();
   if (!toFolder) return exportSignals(options);
@@ -172,7 +165,7 @@ VrelExit exportFiles(ExportOptions options) {
     options.output = output;
     return options.native ? exportTables(options) : exportSignals(options);
   };
-  return exportEach(options.files, folder, options.native ? "" : endingOf(options.style.format), exportOne);
+  return exportEach(options.files, folder, options.native ? "" : std::string(options.format->endings[0]), exportOne);
 }
 
 CLI::Option* addTimeOption(CLI::App& command, const std::string& name, std::optional<TimeArgument>& time,
@@ -255,10 +248,11 @@ void addExportCommand(CLI::App& app, Action& action) {
       "One line for each time and signal, with flags and stamp");
   command
       ->add_option_function<std::string>(
-          "--format", [options](const std::string& name) { options->format = kFormats.at(name); },
-          "csv or ndjson (JSON lines); else by the ending of OUT")
+          "--format", [options](const std::string& name) { options->format = &formatNamed(name); },
+          "csv, tsv (tabs), json (an array) or ndjson (JSON lines); else by the ending of OUT")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember(kFormats).description(""));
+      ->check(CLI::IsMember(formatNames()).description(""));
+  addForceOption(*command, options->force);
   command
       ->add_option_function<std::string>(
           "--time", [options](const std::string& name) { options->style.time = kTimeForms.at(name); },

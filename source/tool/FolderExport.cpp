@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "tool/CsvOptions.h"
+#include "tool/Messages.h"
 #include "tool/TableWriter.h"
 #include "tool/Text.h"
 
@@ -43,7 +44,7 @@ void summarize(std::size_t files, std::size_t damaged, std::size_t failed) {
   std::string text = fmt::format("{} of {} files exported", files - failed, files);
   if (damaged > 0) text += fmt::format(", {} of them with damaged or lost data", damaged);
   if (failed > 0) text += fmt::format(", {} failed", failed);
-  fmt::print(stderr, "vrel: {}\n", text);
+  say("vrel: {}", text);
 }
 
 }  // namespace
@@ -80,16 +81,17 @@ std::string OutputFolder::pathOf(const std::string& name) const {
   return (fs::path(path_) / name).string();
 }
 
-FolderExport::FolderExport(const std::string& folder, const TableStyle& style, const std::string& ending,
+FolderExport::FolderExport(const std::string& folder, bool force, const TableStyle& style, const std::string& ending,
                            const std::vector<Signal>& signals, Nano start)
     : style_(style),
       ending_(ending),
       folder_(folder),
-      list_(folder_.pathOf(names_.add(kListStem, kListEnding)), Output::Descriptor::OnlyToWrite) {
+      list_(folder_.pathOf(names_.add(kListStem, kListEnding)), Output::Options{.force = force, .onlyToWrite = true}) {
   addTables(signals);
   for (Table& table : tables_) {
     table.fileName = names_.add(tableStem(table.stream, table.name), ending_);
-    table.output = std::make_unique<Output>(folder_.pathOf(table.fileName), Output::Descriptor::OnlyToWrite);
+    table.output =
+        std::make_unique<Output>(folder_.pathOf(table.fileName), Output::Options{.force = force, .onlyToWrite = true});
     table.formatter = std::make_unique<TableFormatter>(style_, table.signals, start);
   }
   writeSignalList();
@@ -151,6 +153,7 @@ void FolderExport::writeStream(File& file, std::uint32_t stream, const ReadOptio
     writer.add(batch, 0);
   }
   writer.finish();
+  for (const auto& [name, table] : tables) TableWriter::endTable(*table->output, *table->formatter);
 }
 
 void FolderExport::finish() {
@@ -176,7 +179,7 @@ VrelExit exportEach(const std::vector<std::string>& files, const OutputFolder& f
   std::size_t failed = 0;
   std::size_t damaged = 0;
   const auto complain = [&](const std::string& file, const char* reason) {
-    fmt::print(stderr, "vrel: \"{}\": {}\n", printable(file), printable(reason));
+    say("vrel: \"{}\": {}", printable(file), printable(reason));
     ++failed;
   };
   for (const std::string& file : files) {

@@ -37,8 +37,9 @@ class OutputFolder {
 /// walked once.
 class FolderExport {
  public:
-  /// `ending` is that of the tables' files. `start` is where elapsed time counts from.
-  FolderExport(const std::string& folder, const TableStyle& style, const std::string& ending,
+  /// `force`: recordings in the places of files may be replaced. `ending` is that of the tables' files. `start` is
+  /// where elapsed time counts from.
+  FolderExport(const std::string& folder, bool force, const TableStyle& style, const std::string& ending,
                const std::vector<Signal>& signals, Nano start);
 
   /// Writes the tables. `reading` has the span, and what belongs to progress and stopping.

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
+#include <kvex/Content.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -29,14 +30,22 @@ mode_t permissionsOf(const std::string& target) {
 
 }  // namespace
 
-Output::Output(std::string path, Descriptor descriptor) : path_(std::move(path)) {
+void checkReplaceable(const std::string& path, bool force) {
+  if (force || !holdsRecording(path)) return;
+  throw Failure(fmt::format("\"{}\" holds a recording, which is not replaced without --force", printable(path)));
+}
+
+Output::Output(std::string path) : Output(std::move(path), Options{}) {}
+
+Output::Output(std::string path, Options options) : path_(std::move(path)) {
   if (path_.empty() || path_ == "-") {
     path_.clear();
     descriptor_ = STDOUT_FILENO;
   } else {
+    checkReplaceable(path_, options.force);
     openFile();
   }
-  if (descriptor == Descriptor::Kept || temporary_.empty()) return;
+  if (!options.onlyToWrite || temporary_.empty()) return;
   onlyToWrite_ = true;
   flushSize_ = kSmallFlushSize;
   closeFile();

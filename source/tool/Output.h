@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <fmt/format.h>
 #include <streambuf>
 #include <string>
@@ -8,20 +7,25 @@
 
 namespace Kvex::Tool {
 
+/// Throws a `Failure` where a file of this path holds a recording or packets of a bare file, unless `force`.
+void checkReplaceable(const std::string& path, bool force);
+
 /// Where a command's results go: standard output, or a file that appears under its name only when it is complete.
 /// What is written goes through one buffer, in whole records, so that an interrupt leaves no half of one behind.
 /// Everything that goes wrong is thrown as a `Failure` that names the output.
 class Output {
  public:
-  /// How long the descriptor of a file is kept.
-  enum class Descriptor : std::uint8_t {
-    Kept,
-    OnlyToWrite,  ///< Only while something is written, so that thousands of outputs can be there at a time.
+  struct Options {
+    bool force = false;  ///< A recording in its place may be replaced.
+    /// The descriptor is kept only while something is written, so that thousands of outputs can be there at a time.
+    bool onlyToWrite = false;
   };
 
   /// An empty path, and "-", mean standard output. A path of a device or pipe is written to directly; any other file
   /// is written under a temporary name beside it.
-  explicit Output(std::string path = {}, Descriptor descriptor = Descriptor::Kept);
+  /// A recording or bare protocol file in its place is refused.
+  explicit Output(std::string path = {});
+  Output(std::string path, Options options);
   /// Removes what was written to a file, unless `finish` was called.
   ~Output();
   Output(const Output&) = delete;

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "tool/Commands.h"
+#include "tool/Messages.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
 #include "tool/SignalChoice.h"
@@ -27,7 +28,7 @@ std::vector<Signal> listSignals(const File& file, const SignalsOptions& options)
   std::vector<Signal> listed = offered;
   std::erase_if(listed, [&](const Signal& signal) { return !signal.matches(options.match); });
   if (listed.empty() && !offered.empty()) {
-    fmt::print(stderr, "vrel: {}\n", noMatchText(options.match, offered));
+    say("vrel: {}", noMatchText(options.match, offered));
   }
   return listed;
 }

@@ -14,7 +14,8 @@ namespace {
 
 constexpr std::string_view kTimeKey = "time";
 constexpr std::string_view kLongKeys[] = {"stream", "signal", "flags", "stamp", "value"};
-constexpr std::size_t kFlagsRoom = 4;  ///< "255", "null".
+constexpr std::size_t kFlagsRoom = 4;     ///< "255", "null".
+constexpr std::size_t kOpeningRoom = 16;  ///< Of what `openingOf` gives.
 
 char* putText(char* out, std::string_view text) {
   std::memcpy(out, text.data(), text.size());
@@ -64,6 +65,30 @@ char* putNumber(char* out, std::uint64_t bits, bool json) {
   }
 }
 
+/// What stands before the time of a record. In an array it parts the record from the one before.
+std::string_view openingOf(TableFormat format, bool first) {
+  switch (format) {
+    case TableFormat::Json:
+      return first ? "\n{\"time\":" : ",\n{\"time\":";
+    case TableFormat::Ndjson:
+      return "{\"time\":";
+    default:
+      return "";
+  }
+}
+
+/// What ends a record.
+std::string_view closingOf(TableFormat format) {
+  switch (format) {
+    case TableFormat::Json:
+      return "}";
+    case TableFormat::Ndjson:
+      return "}\n";
+    default:
+      return "\n";
+  }
+}
+
 /// Whether a time in UTC has the delimiter in it.
 bool quotesUtc(const CsvDialect& csv) {
   return csv.delimiter == ':' || csv.delimiter == '.';
@@ -89,13 +114,13 @@ TableFormatter::TableFormatter(const TableStyle& style, std::vector<Signal> sign
     : style_(style),
       signals_(std::move(signals)),
       times_(style.time, start, isJson() || quotesUtc(style.csv)),
-      open_(isJson() ? "{\"time\":" : ""),
+      open_(openingOf(style.format, true)),
       stampLead_(leadOf("stamp")),
       valueLead_(leadOf("value")),
-      close_(isJson() ? "}\n" : "\n") {
+      close_(closingOf(style.format)) {
   addFields();
   const std::size_t shared =
-      open_.size() + stampLead_.size() + valueLead_.size() + close_.size() + 3 * NumberText::kRoom + kFlagsRoom;
+      kOpeningRoom + stampLead_.size() + valueLead_.size() + close_.size() + 3 * NumberText::kRoom + kFlagsRoom;
   // Of a long table a record has the room of all fields, which is enough for each.
   recordRoom_ = shared;
   for (const Field& field : fields_) {
@@ -136,6 +161,7 @@ void TableFormatter::addFields() {
 }
 
 void TableFormatter::appendHeader(fmt::memory_buffer& buffer) const {
+  if (style_.format == TableFormat::Json) buffer.push_back('[');
   if (isJson()) return;
   std::string line(style_.csv.byteOrderMark ? kByteOrderMark : "");
   line += kTimeKey;
@@ -152,13 +178,22 @@ void TableFormatter::appendHeader(fmt::memory_buffer& buffer) const {
   buffer.append(line);
 }
 
+void TableFormatter::appendFooter(fmt::memory_buffer& buffer) const {
+  if (style_.format == TableFormat::Json) buffer.append(std::string_view("\n]\n"));
+}
+
+char* TableFormatter::putOpening(char* out) {
+  out = putText(out, open_);
+  if (records_++ == 0) open_ = openingOf(style_.format, false);
+  return out;
+}
+
 void TableFormatter::appendRows(fmt::memory_buffer& buffer, const Batch& batch) {
   char* out = buffer.data() + buffer.size();
   for (std::size_t row = 0; row < batch.rows(); ++row) {
     out = withRoom(buffer, out, recordRoom_);
     out = putRow(buffer, out, batch, row);
   }
-  records_ += batch.rows();
   buffer.resize(static_cast<std::size_t>(out - buffer.data()));
 }
 
@@ -168,12 +203,11 @@ void TableFormatter::appendRecords(fmt::memory_buffer& buffer, std::span<const T
     out = withRoom(buffer, out, recordRoom_);
     out = putRecord(buffer, out, sample);
   }
-  records_ += samples.size();
   buffer.resize(static_cast<std::size_t>(out - buffer.data()));
 }
 
 char* TableFormatter::putRow(fmt::memory_buffer& buffer, char* out, const Batch& batch, std::size_t row) {
-  out = putText(out, open_);
+  out = putOpening(out);
   out = putTime(out, time_, batch.time(row));
   for (Field& field : fields_) {
     const ColumnBuffers& column = batch.buffers(field.about.signal);
@@ -197,7 +231,7 @@ char* TableFormatter::putEmpty(char* out) const {
 
 char* TableFormatter::putRecord(fmt::memory_buffer& buffer, char* out, const TableSample& sample) {
   Field& field = fields_[sample.field];
-  out = putText(out, open_);
+  out = putOpening(out);
   out = putTime(out, time_, sample.time);
   out = putText(out, field.lead);
   out = putInteger(out, unsigned{sample.flags});

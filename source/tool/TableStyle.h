@@ -7,6 +7,7 @@ namespace Kvex::Tool {
 
 enum class TableFormat : std::uint8_t {
   Csv,
+  Json,    ///< An array of objects.
   Ndjson,  ///< JSON lines: one object per line.
 };
 

@@ -51,6 +51,11 @@ void TableWriter::finish() {
   writeFormatted();
 }
 
+void TableWriter::endTable(Output& output, const TableFormatter& formatter) {
+  formatter.appendFooter(output.buffer());
+  output.endRecord();
+}
+
 void TableWriter::handOver() {
   writeFormatted();
   std::swap(filling_, formatting_);

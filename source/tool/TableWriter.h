@@ -22,6 +22,8 @@ class TableWriter {
   /// stays in use as well.
   void beginTable(Output& output, TableFormatter& formatter);
   void resumeTable(Output& output, TableFormatter& formatter);
+  /// Writes what closes a table, when the writer has finished.
+  static void endTable(Output& output, const TableFormatter& formatter);
 
   /// What batches of this table are to be read with. `sparse`: a row has samples of few of the signals.
   ReadOptions readOptions(bool sparse) const;

@@ -40,7 +40,7 @@ std::string freshFolder(const std::string& name) {
 
 void exportTables(const std::string& recording, const std::string& folder, const TableStyle& style) {
   File file(dataPath(recording));
-  FolderExport tables(folder, style, ".csv", file.match("*"), file.span().start);
+  FolderExport tables(folder, false, style, ".csv", file.match("*"), file.span().start);
   tables.write(file, {});
   tables.finish();
 }
@@ -127,7 +127,7 @@ TEST(FolderExportTest, NothingStaysOfAnExportThatDidNotFinish) {
   const std::string folder = freshFolder("outer");
   {
     File file(dataPath("nav_recording_11.vrel"));
-    FolderExport tables(folder + "/inner/", {}, ".csv", file.match("*"), 0);
+    FolderExport tables(folder + "/inner/", false, {}, ".csv", file.match("*"), 0);
     tables.write(file, {});
     EXPECT_FALSE(fs::is_empty(folder + "/inner"));
   }
@@ -141,8 +141,9 @@ TEST(FolderExportTest, AnInterruptLeavesNoFile) {
   const std::string folder = freshFolder("interrupted");
   const std::string demo = scratchPath("long.vrel");
   ASSERT_EQ(runCommand("vrel", "synth " + demo + " --seconds 120").exitCode, 0);
-  const auto result = runCommand("vrel", "export " + demo + " --native -o " + folder + "/ 2>/dev/null & vrel=$!; while [ ! -d " +
-                                             folder + " ]; do sleep 0.01; done; kill -INT $vrel; wait $vrel; exit $?");
+  const auto result =
+      runCommand("vrel", "export " + demo + " --native -o " + folder + "/ 2>/dev/null & vrel=$!; while [ ! -d " +
+                             folder + " ]; do sleep 0.01; done; kill -INT $vrel; wait $vrel; exit $?");
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_FALSE(fs::exists(folder));
 }

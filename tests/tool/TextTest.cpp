@@ -147,10 +147,20 @@ TEST(ProgressBarTest, FillsFromLeftToRight) {
       {0.5, "Reading              [####################                    ]  50 %"},
       {1.0, "Reading              [########################################] 100 %"},
   };
-  for (const auto& [fraction, text] : cases) EXPECT_EQ(barText("Reading", fraction), text);
-  EXPECT_EQ(barText("Reading", 7.0), barText("Reading", 1.0));
-  EXPECT_EQ(barText("Reading", -1.0), barText("Reading", 0.0));
-  EXPECT_EQ(barText("Reading", std::numeric_limits<double>::quiet_NaN()), barText("Reading", 0.0));
+  constexpr std::size_t kWide = 200;
+  for (const auto& [fraction, text] : cases) EXPECT_EQ(barText("Reading", fraction, kWide), text);
+  EXPECT_EQ(barText("Reading", 7.0, kWide), barText("Reading", 1.0, kWide));
+  EXPECT_EQ(barText("Reading", -1.0, kWide), barText("Reading", 0.0, kWide));
+  EXPECT_EQ(barText("Reading", std::numeric_limits<double>::quiet_NaN(), kWide), barText("Reading", 0.0, kWide));
+}
+
+TEST(ProgressBarTest, StaysWithinOneLine) {
+  for (std::size_t columns = 0; columns < 100; ++columns) {
+    const std::string text = barText("Finding start times", 0.5, columns);
+    EXPECT_LT(text.size(), std::max<std::size_t>(columns, 1)) << columns;
+    EXPECT_EQ(text.find("50 %") != std::string::npos, columns > 5) << columns;
+    EXPECT_EQ(text.find("[##") != std::string::npos, columns > 34) << columns;
+  }
 }
 
 }  // namespace

@@ -76,7 +76,14 @@ void ResourceOgg::meetPage(const ogg_page& page) {
     stream = codec->makeStream({codec->code, kind, serial});
     auto logical = std::make_unique<LogicalVrel>(path, serial);
     logical->pages().expectPrimary();
-    member = members_.insert({serial, {stream.get(), logical.get(), place, place}}).first;
+    member = members_
+                 .insert({serial,
+                          {.stream = stream.get(),
+                           .logical = logical.get(),
+                           .firstPage = place,
+                           .restartPage = place,
+                           .gaps = DamageTimes(damage)}})
+                 .first;
     logicals.emplace(serial, std::move(logical));
   }
   Member& known = member->second;
@@ -158,7 +165,22 @@ void ResourceOgg::firstPass() {
   reader_.restart();
 }
 
-void ResourceOgg::scanPage(const Member& member, const ogg_page& page) {
+void ResourceOgg::scanPackets(Member& member) {
+  Stream& stream = *member.stream;
+  ogg_packet packet;
+  while (const int result = member.logical->pages().takePacket(packet)) {
+    if (result < 0) {
+      member.gaps.reach(stream.knownTime());
+      continue;
+    }
+    // The packets of a Stream without an accepted header are taken all the same, so that they do not pile up.
+    if (!stream.headerAccepted()) continue;
+    stream.take(ByteView(packet.packet, static_cast<std::size_t>(packet.bytes)), Pass::Scan);
+    if (member.gaps.expects()) member.gaps.read(stream.knownTime());
+  }
+}
+
+void ResourceOgg::scanPage(Member& member, const ogg_page& page) {
   Com::VrelStreamDec& pages = member.logical->pages();
   const std::uint64_t lostBefore = pages.pageCounters().pagesLost;
   const std::uint64_t holesBefore = pages.packetCounters().dataHoles;
@@ -168,7 +190,10 @@ void ResourceOgg::scanPage(const Member& member, const ogg_page& page) {
     if (count == 0) return;
     damage.note({kind, count, member.stream, member.stream->knownTime()}, kind == DamageKind::PagesLate);
   };
-  note(DamageKind::PagesMissing, pages.pageCounters().pagesLost - lostBefore);
+  if (const std::uint64_t lost = pages.pageCounters().pagesLost - lostBefore; lost > 0) {
+    note(DamageKind::PagesMissing, lost);
+    if (pages.state() == Com::VrelState::ReadData) member.gaps.expect();
+  }
   note(DamageKind::PagesLate, pages.pageClass() == Com::PageClass::Old ? 1 : 0);
   note(DamageKind::PagesTwice, pages.pageClass() == Com::PageClass::Repeated ? 1 : 0);
   note(DamageKind::PacketsDropped, pages.packetCounters().dataHoles - holesBefore);
@@ -200,14 +225,7 @@ void ResourceOgg::secondPass() {
   };
   // Where no header was accepted the file is read all the same, for its damage.
   while (!members_.empty() && !cancelled()) {
-    for (auto& [serial, member] : members_) {
-      Stream& stream = *member.stream;
-      // The packets of a Stream without an accepted header are taken all the same, so that they do not pile up.
-      takePackets(*member.logical, [&](ByteView packet) {
-        if (stream.headerAccepted()) stream.take(packet, Pass::Scan);
-        return false;
-      });
-    }
+    for (auto& [serial, member] : members_) scanPackets(member);
     const Com::GapCounters before = reader_.gaps();
     if (!reader_.readBlock(file_, kRecordingBlock, addPage)) break;
     const Com::GapCounters& now = reader_.gaps();

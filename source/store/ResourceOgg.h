@@ -31,6 +31,7 @@ class ResourceOgg final : public Resource {
     std::uint64_t restartPage;  ///< Data from before this page was cut off by a repeat block.
     bool overfull = false;      ///< Data from behind `restartPage` was dropped during identification.
     bool feeding = false;       ///< The first pass still feeds it.
+    DamageTimes gaps;           ///< Where pages are missing.
   };
 
   void identify();
@@ -40,7 +41,9 @@ class ResourceOgg final : public Resource {
   void secondPass();
 
   /// Hands a page to its Stream in the second pass, and notes what is wrong with it.
-  void scanPage(const Member& member, const ogg_page& page);
+  void scanPage(Member& member, const ogg_page& page);
+  /// Decodes the packets at hand in the second pass.
+  static void scanPackets(Member& member);
   /// Notes damage that is no single Stream's.
   void noteInFile(DamageKind kind, std::uint64_t count, bool continues = false);
 

@@ -125,7 +125,7 @@ void FolderExport::writeSignalList() {
   }
 }
 
-void FolderExport::write(File& file, ReadOptions reading) {
+void FolderExport::write(File& file, const ReadOptions& reading) {
   for (const std::uint32_t stream : streams_) writeStream(file, stream, reading);
 }
 

@@ -43,7 +43,7 @@ class FolderExport {
                const std::vector<Signal>& signals, Nano start);
 
   /// Writes the tables. `reading` has the span, and what belongs to progress and stopping.
-  void write(File& file, ReadOptions reading);
+  void write(File& file, const ReadOptions& reading);
   /// Brings all files to their places.
   void finish();
 

@@ -22,6 +22,7 @@ enum class DamageKind : std::uint8_t {
   JunkBytes,         ///< Bytes that belong to no good page or packet.
   CutOff,            ///< The file ends within a page or packet, of which this many bytes are there.
   EndMissing,        ///< The Stream has no end page: the recording was not closed.
+  PagesUnclaimed,    ///< Pages of streams whose first page is missing or comes too late.
 };
 
 constexpr bool losesData(DamageKind kind) {
@@ -35,6 +36,7 @@ struct Damage {
   const Stream* stream = nullptr;  ///< None for the file as a whole.
   Lib::Nano time = Lib::kNoTime;   ///< The newest time that had been read when the place was met; `kNoTime` for none.
   Lib::Nano until = Lib::kNoTime;  ///< The first time behind the place that is another one; `kNoTime` for none.
+  bool interrupts = false;         ///< Data between the two times is lost.
 };
 
 /// The places of a file where data is damaged or lost, in the order of the file. Only the first ones are kept.
@@ -78,15 +80,17 @@ class DamageTimes {
   /// The newest place of the list is one of this Stream, if it is kept.
   void expect() {
     const std::size_t newest = list_->places().size() - 1;
-    if (list_->total() == list_->places().size() && (open_.empty() || open_.back() != newest)) open_.push_back(newest);
+    if (list_->total() != list_->places().size() || (!open_.empty() && open_.back() == newest)) return;
+    list_->place(newest).interrupts = true;
+    open_.push_back(newest);
   }
   bool expects() const { return !open_.empty(); }
   /// The data comes to such a place.
   void reach(Lib::Nano time) {
-    if (open_.empty()) return;
+    if (open_.empty() || (reached_ && open_.size() == 1)) return;
     if (reached_) open_.pop_front();  // nothing came between it and the one before
-    reached_ = !open_.empty();
-    if (reached_) list_->place(open_.front()).time = time;
+    reached_ = true;
+    list_->place(open_.front()).time = time;
   }
   /// Data was read.
   void read(Lib::Nano time) {
@@ -94,6 +98,10 @@ class DamageTimes {
     list_->place(open_.front()).until = time;
     open_.pop_front();
     reached_ = false;
+  }
+  /// No more data comes.
+  void finish(Lib::Nano time) {
+    if (!reached_) reach(time);
   }
 
  private:

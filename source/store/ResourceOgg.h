@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <vector>
 
 #include "recording/PageReader.h"
@@ -44,6 +45,8 @@ class ResourceOgg final : public Resource {
   void scanPage(Member& member, const ogg_page& page);
   /// Decodes the packets at hand in the second pass.
   static void scanPackets(Member& member);
+  /// Whether a page of no Stream belongs to a logical stream that is known to be of another kind.
+  bool isForeign(const ogg_page& page);
   /// Notes damage that is no single Stream's.
   void noteInFile(DamageKind kind, std::uint64_t count, bool continues = false);
 
@@ -56,6 +59,7 @@ class ResourceOgg final : public Resource {
   Com::PageReader reader_;
   std::uint64_t pagesMet_ = 0;               ///< Pages of all serials that identification has met.
   std::map<std::uint32_t, Member> members_;  ///< By serial, as `streams`.
+  std::set<std::uint32_t> foreign_;          ///< Serials of logical streams of an unknown codec.
 };
 
 }  // namespace Kvex::Sto

@@ -109,7 +109,7 @@ VrelExit exportTables(const ExportOptions& options) {
   folder.finish();
   opened.progress.clear();
   for (const std::string& warning : folder.spreadsheetWarnings()) warnOfSpreadsheet(warning);
-  opened.warnOfDamage();
+  opened.tellJudgement();
   return opened.exit();
 }
 
@@ -142,7 +142,7 @@ VrelExit exportSignals(const ExportOptions& options) {
   output.finish();
   opened.progress.clear();
   warnOfSpreadsheet(spreadsheetWarning(formatter));
-  opened.warnOfDamage();
+  opened.tellJudgement();
   return opened.exit();
 }
 

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "tool/CsvOptions.h"
+#include "tool/FileByFile.h"
 #include "tool/Messages.h"
 #include "tool/TableWriter.h"
 #include "tool/Text.h"
@@ -40,10 +41,10 @@ void appendLine(fmt::memory_buffer& buffer, std::span<const std::string> cells, 
   buffer.push_back('\n');
 }
 
-void summarize(std::size_t files, std::size_t damaged, std::size_t failed) {
-  std::string text = fmt::format("{} of {} files exported", files - failed, files);
-  if (damaged > 0) text += fmt::format(", {} of them with damaged or lost data", damaged);
-  if (failed > 0) text += fmt::format(", {} failed", failed);
+void summarize(const FilesDone& done) {
+  std::string text = fmt::format("{} of {} files exported", done.files - done.failed, done.files);
+  if (done.damaged > 0) text += fmt::format(", {} of them with damaged or lost data", done.damaged);
+  if (done.failed > 0) text += fmt::format(", {} failed", done.failed);
   say("vrel: {}", text);
 }
 
@@ -176,28 +177,10 @@ std::vector<std::string> FolderExport::spreadsheetWarnings() const {
 VrelExit exportEach(const std::vector<std::string>& files, const OutputFolder& folder, const std::string& ending,
                     const std::function<VrelExit(const std::string& file, const std::string& output)>& exportOne) {
   FileNames names;
-  std::size_t failed = 0;
-  std::size_t damaged = 0;
-  const auto complain = [&](const std::string& file, const char* reason) {
-    say("vrel: \"{}\": {}", printable(file), printable(reason));
-    ++failed;
-  };
-  for (const std::string& file : files) {
-    const std::string output = folder.pathOf(names.add(stemOf(file), ending));
-    try {
-      if (exportOne(file, output) == VrelExit::Damaged) ++damaged;
-    } catch (const Interrupted&) {
-      throw;
-    } catch (const Error& error) {
-      if (error.code() == ErrorCode::Cancelled) throw;
-      complain(file, error.reason().c_str());
-    } catch (const Failure& failure) {
-      complain(file, failure.what());
-    }
-  }
-  if (files.size() > 1) summarize(files.size(), damaged, failed);
-  if (failed > 0) return VrelExit::Failed;
-  return damaged > 0 ? VrelExit::Damaged : VrelExit::Good;
+  const FilesDone done = doEach(
+      files, [&](const std::string& file) { return exportOne(file, folder.pathOf(names.add(stemOf(file), ending))); });
+  if (files.size() > 1) summarize(done);
+  return done.exit();
 }
 
 }  // namespace Kvex::Tool

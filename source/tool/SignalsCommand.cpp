@@ -90,7 +90,7 @@ VrelExit showSignals(const SignalsOptions& options) {
   Output output;
   options.json ? writeJson(output, signals) : writeTable(output, signals);
   output.finish();
-  opened.warnOfDamage();
+  opened.tellJudgement();
   return opened.exit();
 }
 

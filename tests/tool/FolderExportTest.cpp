@@ -162,7 +162,7 @@ TEST(ExportEachTest, GoesOnAfterABadFileAndGivesTheWorstResult) {
   const std::string folder = freshFolder("each");
   const std::string good = dataPath("zint_plain_11.vrel");
   const std::string damaged = scratchPath("cut.vrel");
-  std::ofstream(damaged, std::ios::binary) << contentsOf(good).substr(0, 50'000);
+  std::ofstream(damaged, std::ios::binary) << contentsOf(good).erase(20'000, 9'000);
   const std::string options = " --signal GnssInt1_Altitude -o " + folder + "/";
   const auto mixed = runCommand("vrel", "export " + good + " none.vrel " + damaged + ' ' + good + options);
   EXPECT_EQ(mixed.exitCode, 1);

@@ -9,10 +9,11 @@
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
 #include "tool/SignalChoice.h"
+#include "tool/SignalUse.h"
 #include "tool/TableFormatter.h"
 #include "tool/TableWriter.h"
 #include "tool/Text.h"
-#include "tool/TimeArgument.h"
+#include "tool/TimeOption.h"
 
 namespace Kvex::Tool {
 
@@ -26,6 +27,7 @@ struct ExportOptions {
   std::optional<TimeArgument> end;
   Nano period = kNanosPerSecond;
   bool native = false;
+  bool used = false;
   std::optional<TableFormat> format;
   TableStyle style;
 };
@@ -77,7 +79,8 @@ VrelExit exportSignals(ExportOptions options) {
   options.style.format = formatOf(options);
   OpenedFile opened(options.file);
   File& file = opened.file;
-  const std::vector<Signal> signals = chooseSignals(file, options.choice);
+  std::vector<Signal> signals = chooseSignals(file, options.choice);
+  if (options.used) signals = usedSignals(file, signals, opened.watched());
   if (options.native && options.style.shape == TableShape::Wide && byStream(signals).size() > 1) {
     throw Failure("the native samples of several streams make no one table; choose one with --stream, or use --long");
   }
@@ -101,19 +104,6 @@ VrelExit exportSignals(ExportOptions options) {
   opened.progress.clear();
   opened.warnOfDamage();
   return opened.exit();
-}
-
-CLI::Option* addTimeOption(CLI::App& command, const std::string& name, std::optional<TimeArgument>& time,
-                           const std::string& description) {
-  return command
-      .add_option_function<std::string>(
-          name,
-          [name, &time](const std::string& text) {
-            time = parseTimeArgument(text);
-            if (!time) throw CLI::ValidationError(name, "\"" + text + "\" is no time");
-          },
-          description)
-      ->type_name("TIME");
 }
 
 constexpr const char* kFooter =
@@ -142,12 +132,13 @@ void addExportCommand(CLI::App& app, Action& action) {
   command->add_option("-o,--output", options->output, "Write to this file, else to standard output")->type_name("OUT");
   command
       ->add_option("--signal", options->choice.patterns,
-                   "Signals to write; may be given several times. Without it: all signals that have values")
+                   "Signals to write; may be given several times. Without it: all signals")
       ->type_name("PATTERN")
       ->allow_extra_args(false);
   command->add_option("--stream", options->choice.streamIds, "Only this stream; may be given several times")
       ->type_name("ID")
       ->allow_extra_args(false);
+  command->add_flag("--used", options->used, "Leave out signals without a usable sample; reads the file once more");
   addTimeOption(*command, "--start", options->start, "First time, else the file's start");
   addTimeOption(*command, "--end", options->end, "Time to stop at, else the file's end");
   CLI::Option* const native =

@@ -20,6 +20,9 @@ class OpenedFile {
   /// Says on standard error that data was lost, if it was.
   void warnOfDamage() const;
 
+  /// Options of a reading that shows how far it is, for as long as this stands, and that an interrupt stops.
+  ReadOptions watched();
+
   StopOnInterrupt stop;
   ProgressBar progress;
   File file;

@@ -16,6 +16,7 @@ using Action = std::function<VrelExit()>;
 // `action`. Actions throw `Failure`.
 void addInfoCommand(CLI::App& app, Action& action);
 void addSignalsCommand(CLI::App& app, Action& action);
+void addStatesCommand(CLI::App& app, Action& action);
 void addExportCommand(CLI::App& app, Action& action);
 void addCheckCommand(CLI::App& app, Action& action);
 void addSynthCommand(CLI::App& app, Action& action);

@@ -12,11 +12,12 @@
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
 #include "tool/SignalChoice.h"
+#include "tool/SignalUse.h"
 #include "tool/TableFormats.h"
 #include "tool/TableFormatter.h"
 #include "tool/TableWriter.h"
 #include "tool/Text.h"
-#include "tool/TimeArgument.h"
+#include "tool/TimeOption.h"
 
 namespace Kvex::Tool {
 
@@ -31,6 +32,7 @@ struct ExportOptions {
   std::optional<TimeArgument> end;
   Nano period = kNanosPerSecond;
   bool native = false;
+  bool used = false;
   const NamedFormat* format = nullptr;  ///< By the ending of the output without.
   bool force = false;
   CsvOptions csv;
@@ -96,12 +98,17 @@ ReadOptions spanOf(const ExportOptions& options, Nano fileStart) {
   return reading;
 }
 
+std::vector<Signal> signalsFor(OpenedFile& opened, const ExportOptions& options) {
+  std::vector<Signal> signals = chooseSignals(opened.file, options.choice);
+  return options.used ? usedSignals(opened.file, signals, opened.watched()) : signals;
+}
+
 /// All tables of a file into a folder.
 VrelExit exportTables(const ExportOptions& options) {
   OpenedFile opened(options.file);
   const Nano fileStart = opened.file.span().start;
   FolderExport folder(options.output, options.force, options.style, std::string(options.format->endings[0]),
-                      chooseSignals(opened.file, options.choice), fileStart);
+                      signalsFor(opened, options), fileStart);
   ReadOptions reading = spanOf(options, fileStart);
   reading.stop = opened.stop.token();
   reading.progress = opened.progress.callback();
@@ -117,7 +124,7 @@ VrelExit exportSignals(const ExportOptions& options) {
   checkOutput(options);
   OpenedFile opened(options.file);
   File& file = opened.file;
-  const std::vector<Signal> signals = chooseSignals(file, options.choice);
+  const std::vector<Signal> signals = signalsFor(opened, options);
   if (options.native && options.style.shape == TableShape::Wide && byStream(signals).size() > 1) {
     throw Failure("the native samples of several streams make no one table; choose one with --stream, or use --long");
   }
@@ -168,19 +175,6 @@ VrelExit exportFiles(ExportOptions options) {
   return exportEach(options.files, folder, options.native ? "" : std::string(options.format->endings[0]), exportOne);
 }
 
-CLI::Option* addTimeOption(CLI::App& command, const std::string& name, std::optional<TimeArgument>& time,
-                           const std::string& description) {
-  return command
-      .add_option_function<std::string>(
-          name,
-          [name, &time](const std::string& text) {
-            time = parseTimeArgument(text);
-            if (!time) throw CLI::ValidationError(name, "\"" + text + "\" is no time");
-          },
-          description)
-      ->type_name("TIME");
-}
-
 constexpr const char* kFooter =
     "The value at a time is the one that stands after the first record at or after that time was decoded; values\n"
     "are never interpolated. A time is below --end. A PATTERN is the name of a signal, in which \"*\" stands for any\n"
@@ -220,12 +214,13 @@ void addExportCommand(CLI::App& app, Action& action) {
       ->type_name("OUT");
   command
       ->add_option("--signal", options->choice.patterns,
-                   "Signals to write; may be given several times. Without it: all signals that have values")
+                   "Signals to write; may be given several times. Without it: all signals")
       ->type_name("PATTERN")
       ->allow_extra_args(false);
   command->add_option("--stream", options->choice.streamIds, "Only this stream; may be given several times")
       ->type_name("ID")
       ->allow_extra_args(false);
+  command->add_flag("--used", options->used, "Leave out signals without a usable sample; reads the file once more");
   addTimeOption(*command, "--start", options->start, "First time, else the file's start");
   addTimeOption(*command, "--end", options->end, "Time to stop at, else the file's end");
   CLI::Option* const native =

@@ -9,6 +9,10 @@ OpenedFile::OpenedFile(const std::string& path) : file(path, {.progress = progre
   progress.clear();
 }
 
+ReadOptions OpenedFile::watched() {
+  return {.progress = progress.callback(), .stop = stop.token()};
+}
+
 VrelExit OpenedFile::exit() const {
   return file.judgement() == Judgement::Damaged ? VrelExit::Damaged : VrelExit::Good;
 }

@@ -20,6 +20,9 @@ class OpenedFile {
   /// Says on standard error that the file is damaged or was not closed, if so.
   void tellJudgement() const;
 
+  /// Options of a reading that shows how far it is, for as long as this stands, and that an interrupt stops.
+  ReadOptions watched();
+
   StopOnInterrupt stop;
   ProgressBar progress;
   File file;

@@ -26,6 +26,9 @@ nlohmann::ordered_json jsonValue(const Value& value);
 /// A value with the text that its signal has for it: "3 (Locked)".
 std::string valueWithText(const Value& value, const Signal& signal);
 
+/// The number of characters of a UTF-8 text.
+std::size_t characterCount(std::string_view text);
+
 /// Rows of cells, printed with columns of equal width.
 class TextTable {
  public:

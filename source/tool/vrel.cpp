@@ -53,6 +53,7 @@ VrelExit run(int argc, char** argv) {
   Action action;
   addInfoCommand(app, action);
   addSignalsCommand(app, action);
+  addStatesCommand(app, action);
   addExportCommand(app, action);
   addCheckCommand(app, action);
   addSynthCommand(app, action);

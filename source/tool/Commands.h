@@ -19,6 +19,7 @@ void addSignalsCommand(CLI::App& app, Action& action);
 void addExportCommand(CLI::App& app, Action& action);
 void addCheckCommand(CLI::App& app, Action& action);
 void addSynthCommand(CLI::App& app, Action& action);
+void addCompletionCommand(CLI::App& app, Action& action);
 
 /// A subcommand that reads a FILE.
 CLI::App* addFileCommand(CLI::App& app, const std::string& name, const std::string& description, std::string& file);

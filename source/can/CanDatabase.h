@@ -11,7 +11,7 @@
 
 namespace Kvex::Can {
 
-/// The messages and signals of a CAN database in the DBC text format: nodes, messages, signals and comments; every
+/// The messages and signals of a CAN database in the DBC text format: nodes, messages, signals, comments and multiplexers; every
 /// other keyword is ignored. A line that cannot be used is dropped without a word, and with a message its signals.
 class CanDatabase {
  public:
@@ -43,6 +43,7 @@ class CanDatabase {
  private:
   void readDefinitions();
   void readComments();
+  void readMultiplexers();
   bool addMessage(CanMessage message);
   void addSignal(CanSignal signal);
 

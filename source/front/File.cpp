@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <kvex/File.h>
 
+#include "front/EventSearch.h"
 #include "front/GridSource.h"
 #include "front/NativeSource.h"
 #include "front/OpenedFile.h"
@@ -20,6 +21,14 @@ struct File::Data : Front::OpenedFile {
       throw Error(ErrorCode::InvalidArgument, "native samples are read from one stream at a time", path);
     }
     return found;
+  }
+
+  Signal readableScalar(const SignalList::Item& item, const std::string& what) const {
+    const std::vector<Signal> found = readable(SignalList(item));
+    if (found.size() != 1 || found.front().isArray()) {
+      throw Error(ErrorCode::InvalidArgument, what + " are of one scalar signal or one element of an array", path);
+    }
+    return found.front();
   }
 };
 
@@ -100,11 +109,15 @@ std::vector<Statistics> File::statistics(const SignalList& signals, const ReadOp
 }
 
 States File::states(const SignalList::Item& signal, const ReadOptions& options) {
-  const std::vector<Signal> found = data_->readable(SignalList(signal));
-  if (found.size() != 1 || found.front().isArray()) {
-    throw Error(ErrorCode::InvalidArgument, "states are of one scalar signal or one element of an array", path());
-  }
-  return States(std::make_unique<States::Source>(data_, found.front(), options));
+  return States(std::make_unique<States::Source>(data_, data_->readableScalar(signal, "states"), options));
+}
+
+Events File::events(const EventOptions& options) {
+  return Front::findEvents(data_, options);
+}
+
+std::vector<Change> File::changes(const SignalList::Item& signal, const ReadOptions& options) {
+  return Front::findChanges(data_, data_->readableScalar(signal, "changes"), options);
 }
 
 }  // namespace Kvex

@@ -23,8 +23,11 @@ void extractAll(Can::CanDecoder& decoder) {
   for (std::uint8_t code = 0; code < Can::kFrameLengths.size(); ++code) {
     Synth::CanPacket packet(code);
     for (const Can::CanMessage& message : decoder.database().messages()) packet.addCodedFrame(message.id, code, data);
-    decoder.decode(packet.bytes(), code);
-    decoder.extract(fields);
+    for (const bool selective : {false, true}) {
+      decoder.setSelective(selective);
+      decoder.decode(packet.bytes(), code, fields);
+      decoder.extract(fields);
+    }
   }
 }
 

@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <kvex/Batch.h>
 #include <kvex/Damage.h>
+#include <kvex/Difference.h>
 #include <kvex/Error.h>
+#include <kvex/Event.h>
 #include <kvex/Grid.h>
 #include <kvex/Options.h>
 #include <kvex/Overview.h>
@@ -93,6 +95,13 @@ class File {
   /// stream's times do not go back, they follow one another without a gap from its start to its end, or over what of
   /// that lies in the span asked for.
   States timeline(const SignalList::Item& signal, const ReadOptions& options = {});
+  /// What happened during the recording: edges, starts and stops, changes of modes, gaps and damage. One walk of each
+  /// stream that can have such.
+  Events events(const EventOptions& options = {});
+  /// Where a scalar signal or an element changed: each usable value that differs from the usable one before, in the
+  /// order of the records. A first value is no change, but for the count of a trigger's edges if the edge lies in the
+  /// stream's time. Throws `InvalidArgument` for an array, and for more changes than a million.
+  std::vector<Change> changes(const SignalList::Item& signal, const ReadOptions& options = {});
 
  private:
   struct Data;

@@ -49,6 +49,9 @@ struct ReadOptions {
   std::size_t batchRows = 0;
   ProgressCallback progress;
   std::stop_token stop;  ///< A stop ends the reading within a second, with `Cancelled`.
+  /// Takes a multiplexed signal only from records that select it: in others it has no sample, and a grid holds the
+  /// value before. Without, the bits at its place are taken from every record of its table, whatever they mean.
+  bool multiplexed = false;
 };
 
 }  // namespace Kvex

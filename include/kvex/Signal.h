@@ -22,6 +22,25 @@ struct ValueText {
   bool operator==(const ValueText&) const = default;
 };
 
+/// What selects a signal that does not stand in all records of its table, but only in those in which another signal,
+/// the multiplexer, has certain values. See `ReadOptions::multiplexed`.
+struct Multiplexer {
+  /// Raw values, as they are before scaling; both ends counted in.
+  struct Range {
+    std::uint64_t first = 0;
+    std::uint64_t last = 0;
+
+    bool operator==(const Range&) const = default;
+  };
+
+  std::string signal;         ///< The name of the multiplexer, a signal of the same stream and table.
+  std::vector<Range> values;  ///< Those that select, in order.
+
+  /// "Mode = 3", "Mode = 1, 4-7".
+  std::string text() const;
+  bool operator==(const Multiplexer&) const = default;
+};
+
 /// A signal of a file, or one element of an array: what is known of it without reading values. Cheap to copy, and valid
 /// also when its `File` is gone. Two are equal if they mean the same signal of the same opened file.
 /// Thread safety: may be read by several threads.
@@ -53,6 +72,8 @@ class Signal {
   const std::string& description() const;
   /// The table that it belongs to: signals of one table come from the same records. See `File::nativeTables`.
   const std::string& table() const;
+  /// What selects the signal; none for a signal that stands in all records of its table.
+  const std::optional<Multiplexer>& multiplexer() const;
   /// The smallest step of the shown value; 0 where none is given.
   double resolution() const;
   /// Decimal places for display; -1 where they are not fixed.

@@ -123,6 +123,7 @@ bool readName(std::string_view text, CanSignal& signal) {
   signal.name = takeWord(text);
   std::string_view mark = takeWord(text);
   if (mark.empty()) return true;
+  signal.isSwitch = mark.ends_with('M');
   if (mark == "M") {
     signal.muxKind = MuxKind::Switch;
     return true;
@@ -206,6 +207,30 @@ std::optional<CanSignal> parseSignal(std::string_view line) {
   return signal;
 }
 
+/// first "-" last, and more of them behind commas. Ranges that touch or overlap become one.
+std::vector<MuxRange> parseRanges(std::string_view text) {
+  std::vector<MuxRange> ranges;
+  do {
+    const auto first = takeNumber(text);
+    skipBlanks(text);
+    if (!first || !takeMark(text, '-')) return {};
+    const auto last = takeNumber(text);
+    if (!last || *first < 0 || *last < *first) return {};
+    ranges.push_back({static_cast<std::uint64_t>(*first), static_cast<std::uint64_t>(*last)});
+    skipBlanks(text);
+  } while (takeMark(text, ','));
+  std::ranges::sort(ranges, {}, &MuxRange::first);
+  std::vector<MuxRange> apart;
+  for (const MuxRange& range : ranges) {
+    if (!apart.empty() && range.first <= apart.back().last + 1) {
+      apart.back().last = std::max(apart.back().last, range.last);
+    } else {
+      apart.push_back(range);
+    }
+  }
+  return apart;
+}
+
 /// Sets `repeat` of each entry to the number of entries before it that have its name.
 template <class Entries>
 void countRepeats(Entries& entries) {
@@ -231,6 +256,7 @@ std::string CanSignal::label() const {
 CanDatabase::CanDatabase(std::string_view text) : text_(plainText(text)) {
   readDefinitions();
   readComments();
+  readMultiplexers();
   countRepeats(messages_);
   countRepeats(signals_);
 }
@@ -245,7 +271,7 @@ void CanDatabase::readDefinitions() {
       inMessage = message && addMessage(*message);
     } else if (keyword == "SG_") {
       if (!inMessage || signals_.size() == kMaxSignals) return;
-      if (const auto signal = parseSignal(line)) addSignal(*signal);
+      if (auto signal = parseSignal(line)) addSignal(std::move(*signal));
     } else if (keyword == "BU_" || keyword.starts_with("BU_:")) {
       const std::size_t colon = line.find(':');
       if (colon != std::string_view::npos) nodes_ = trimmed(line.substr(colon + 1));
@@ -279,6 +305,38 @@ void CanDatabase::readComments() {
   }
 }
 
+// A multiplexed signal is selected by its message's first multiplexer, unless a line gives it another one:
+// SG_MUL_VAL_ id name name-of-multiplexer ranges ";". Of several lines for a signal the last one counts.
+void CanDatabase::readMultiplexers() {
+  // By message and name, the first signal of that name.
+  std::map<std::pair<std::uint32_t, std::string_view>, CanSignal*> named;
+  for (const CanMessage& message : messages_) {
+    const auto signals = std::span(signals_).subspan(message.firstSignal, message.signalCount);
+    const auto main = std::ranges::find(signals, MuxKind::Switch, &CanSignal::muxKind);
+    for (CanSignal& signal : signals) {
+      named.emplace(std::pair(message.index, signal.name), &signal);
+      if (signal.muxKind != MuxKind::Multiplexed || main == signals.end()) continue;
+      const auto value = static_cast<std::uint64_t>(signal.muxValue);
+      signal.muxSwitch = main->index;
+      signal.muxRanges = {{value, value}};
+    }
+  }
+  forEachLine({text_.data(), text_.size()}, [&](std::string_view line) {
+    if (takeWord(line) != "SG_MUL_VAL_") return;
+    const auto id = takeNumber(line);
+    if (!id || *id < 0 || *id > UINT32_MAX) return;
+    const std::uint32_t message = indexById_.find(static_cast<std::uint32_t>(*id));
+    const auto signal = named.find({message, takeWord(line)});
+    const auto multiplexer = named.find({message, takeWord(line)});
+    if (signal == named.end() || multiplexer == named.end() || signal == multiplexer) return;
+    if (signal->second->muxKind != MuxKind::Multiplexed || !multiplexer->second->isSwitch) return;
+    std::vector<MuxRange> ranges = parseRanges(line);
+    if (ranges.empty()) return;
+    signal->second->muxSwitch = multiplexer->second->index;
+    signal->second->muxRanges = std::move(ranges);
+  });
+}
+
 bool CanDatabase::addMessage(CanMessage message) {
   if (messages_.size() == kMaxMessages || find(message.id) != nullptr) return false;
   message.index = static_cast<std::uint32_t>(messages_.size());
@@ -291,7 +349,7 @@ bool CanDatabase::addMessage(CanMessage message) {
 void CanDatabase::addSignal(CanSignal signal) {
   signal.messageIndex = messages_.back().index;
   signal.index = static_cast<std::uint32_t>(signals_.size());
-  signals_.push_back(signal);
+  signals_.push_back(std::move(signal));
   ++messages_.back().signalCount;
 }
 

@@ -11,8 +11,9 @@
 
 namespace Kvex::Can {
 
-/// The messages and signals of a CAN database in the DBC text format: nodes, messages, signals and comments; every
-/// other keyword is ignored. A line that cannot be used is dropped without a word, and with a message its signals.
+/// The messages and signals of a CAN database in the DBC text format: nodes, messages, signals, comments and
+/// multiplexers; every other keyword is ignored. A line that cannot be used is dropped without a word, and with a
+/// message its signals.
 class CanDatabase {
  public:
   static constexpr std::size_t kMaxMessages = 1024;
@@ -43,6 +44,7 @@ class CanDatabase {
  private:
   void readDefinitions();
   void readComments();
+  void readMultiplexers();
   bool addMessage(CanMessage message);
   void addSignal(CanSignal signal);
 

@@ -1,5 +1,6 @@
 #include "can/CanDecoder.h"
 
+#include <algorithm>
 #include <span>
 #include <utility>
 
@@ -18,14 +19,23 @@ std::vector<CanField> CanDecoder::emptyFields() const {
   return fields;
 }
 
-void CanDecoder::decode(Lib::ByteView packet, Nano time) {
-  forEachFrame(packet, [&](std::uint32_t id, Lib::ByteView data) { decodeFrame(id, data, time); });
+void CanDecoder::setSelective(bool selective) {
+  for (const CanSignal& signal : database_.signals()) {
+    if (signal.muxSwitch != CanSignal::kNoSwitch) newest_[signal.messageIndex].selective = selective;
+  }
 }
 
-const CanMessage* CanDecoder::decodeFrame(std::uint32_t id, Lib::ByteView data, Nano time) {
+void CanDecoder::decode(Lib::ByteView packet, Nano time, std::vector<CanField>& fields) {
+  forEachFrame(packet, [&](std::uint32_t id, Lib::ByteView data) { decodeFrame(id, data, time, fields); });
+}
+
+const CanMessage* CanDecoder::decodeFrame(std::uint32_t id, Lib::ByteView data, Nano time,
+                                          std::vector<CanField>& fields) {
   const CanMessage* const message = database_.find(id);
   if (message == nullptr) return nullptr;
   NewestFrame& frame = newest_[message->index];
+  if (frame.pending && frame.selective) [[unlikely]]
+    extractFrame(message->index, fields);
   frame.data.assign(data);
   frame.time = time;
   if (!frame.pending) {
@@ -37,17 +47,42 @@ const CanMessage* CanDecoder::decodeFrame(std::uint32_t id, Lib::ByteView data, 
 
 void CanDecoder::extract(std::vector<CanField>& fields) {
   for (const std::uint32_t index : pendingFrames_) {
-    NewestFrame& frame = newest_[index];
-    frame.pending = false;
-    const CanMessage& message = database_.messages()[index];
-    // A copy: a field's flags are a byte, and to the compiler a written byte could be part of any object.
-    const Nano time = frame.time;
-    CanField* field = fields.data() + message.firstSignal;
-    for (const CanExtraction& extraction : std::span(extractions_).subspan(message.firstSignal, message.signalCount)) {
-      extraction.read(frame.data, time, *field++);
-    }
+    newest_[index].pending = false;
+    extractFrame(index, fields);
   }
   pendingFrames_.clear();
+}
+
+void CanDecoder::extractFrame(std::uint32_t messageIndex, std::vector<CanField>& fields) {
+  const NewestFrame& frame = newest_[messageIndex];
+  const CanMessage& message = database_.messages()[messageIndex];
+  // A copy: a field's flags are a byte, and to the compiler a written byte could be part of any object.
+  const Nano time = frame.time;
+  CanField* field = fields.data() + message.firstSignal;
+  const auto extractions = std::span(extractions_).subspan(message.firstSignal, message.signalCount);
+  if (frame.selective) {
+    for (const CanSignal& signal : database_.signalsOf(message)) {
+      if (selects(frame, signal)) extractions_[signal.index].read(frame.data, time, fields[signal.index]);
+    }
+    return;
+  }
+  for (const CanExtraction& extraction : extractions) extraction.read(frame.data, time, *field++);
+}
+
+/// Whether all multiplexers from the signal up to one that stands in every frame have a value that selects. Ones that
+/// select each other in a circle, or through too many steps, select nothing.
+bool CanDecoder::selects(const NewestFrame& frame, const CanSignal& signal) const {
+  constexpr int kMaxSteps = 8;
+  const CanSignal* selected = &signal;
+  for (int steps = 0; selected->muxSwitch != CanSignal::kNoSwitch; ++steps) {
+    if (steps == kMaxSteps) return false;
+    const std::uint64_t value = extractions_[selected->muxSwitch].bits(frame.data);
+    const std::vector<MuxRange>& ranges = selected->muxRanges;
+    const auto range = std::ranges::lower_bound(ranges, value, {}, &MuxRange::last);
+    if (range == ranges.end() || range->first > value) return false;
+    selected = &database_.signals()[selected->muxSwitch];
+  }
+  return true;
 }
 
 void CanDecoder::reset() {

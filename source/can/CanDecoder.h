@@ -12,6 +12,9 @@ namespace Kvex::Can {
 
 /// Decodes frames through a database. Of each message the newest frame is kept; its signals are read out of it when
 /// somebody wants to see them, since nobody sees what a later frame has replaced.
+///
+/// If frames are to select, a multiplexed signal is read only from frames whose multiplexer selects it, and keeps its
+/// value over the others. Then each frame of a message with such signals is read before the next one takes its place.
 class CanDecoder {
  public:
   CanDecoder() = default;
@@ -22,12 +25,16 @@ class CanDecoder {
   /// A field for each signal of the database, never written.
   std::vector<CanField> emptyFields() const;
 
-  /// Takes the frames of a packet in.
-  void decode(Lib::ByteView packet, Nano time);
-  /// Takes one frame in. Gives its message; null for an id that the database does not have.
-  const CanMessage* decodeFrame(std::uint32_t id, Lib::ByteView data, Nano time);
+  /// Whether multiplexed signals are read only from frames that select them; at first they are not.
+  void setSelective(bool selective);
 
-  /// Reads the signals of all frames that came since the last call. `fields` is as `emptyFields` made it.
+  // In all of these `fields` is as `emptyFields` made it.
+
+  /// Takes the frames of a packet in.
+  void decode(Lib::ByteView packet, Nano time, std::vector<CanField>& fields);
+  /// Takes one frame in. Gives its message; null for an id that the database does not have.
+  const CanMessage* decodeFrame(std::uint32_t id, Lib::ByteView data, Nano time, std::vector<CanField>& fields);
+  /// Reads the signals of all frames that came since the last call.
   void extract(std::vector<CanField>& fields);
 
   /// Forgets frames that came and were not extracted.
@@ -37,8 +44,12 @@ class CanDecoder {
   struct NewestFrame {
     CanFrameData data;
     Nano time = 0;
-    bool pending = false;  ///< Came after the last extraction.
+    bool pending = false;    ///< Came after the last extraction.
+    bool selective = false;  ///< Not all of its signals may be read.
   };
+
+  void extractFrame(std::uint32_t messageIndex, std::vector<CanField>& fields);
+  bool selects(const NewestFrame& frame, const CanSignal& signal) const;
 
   CanDatabase database_;
   std::vector<CanExtraction> extractions_;    ///< In signal order.

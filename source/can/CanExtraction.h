@@ -18,8 +18,8 @@ class CanExtraction {
   /// A field of the alternative that `read` writes, never written.
   CanField emptyField() const;
 
-  /// The signal's bits, with the sign extended.
-  std::uint64_t raw(const CanFrameData& frame) const {
+  /// The signal's bits, the sign not extended.
+  std::uint64_t bits(const CanFrameData& frame) const {
     const std::uint8_t* const word = frame.bytes() + wordOffset_;
     std::uint64_t bits;
     std::memcpy(&bits, word, sizeof bits);
@@ -28,8 +28,13 @@ class CanExtraction {
     // The signal's upper end lies in a ninth byte.
     if (wide_) [[unlikely]]
       bits |= std::uint64_t{word[littleEndian_ ? 8 : -1]} << (64 - shift_);
+    return bits & mask_;
+  }
+
+  /// The signal's bits, with the sign extended.
+  std::uint64_t raw(const CanFrameData& frame) const {
     // Flipping the sign bit and taking it off again fills the upper bits of a negative value with ones.
-    return ((bits & mask_) ^ signBit_) - signBit_;
+    return (bits(frame) ^ signBit_) - signBit_;
   }
 
   /// Reads and scales the signal. `field` holds the alternative of `emptyField`. Integers wrap.

@@ -102,6 +102,7 @@ void StreamCan::insertRow(const Can::CanMessage& message, const CanSignal& signa
         row.message = static_cast<std::int32_t>(message.index);
         row.blockIndex = signal.index;
         row.source = kDatabaseSource;
+        row.multiplexer = multiplexerOf(signal);
         if (row.decimals >= 1 && row.decimals <= 20) row.valueText = fixedDecimalsText;
         row.accessor = accessorOf<CanRecord>([](const CanRecord& record, std::uint32_t index) -> const NavField<T>& {
           return *std::get_if<NavField<T>>(&record.signals[index]);
@@ -111,12 +112,20 @@ void StreamCan::insertRow(const Can::CanMessage& message, const CanSignal& signa
       record_.signals[signal.index]);
 }
 
+std::shared_ptr<const MultiplexerInfo> StreamCan::multiplexerOf(const CanSignal& signal) const {
+  if (signal.muxSwitch == CanSignal::kNoSwitch) return nullptr;
+  auto info = std::make_shared<MultiplexerInfo>();
+  info->signal = Can::utf8Text(decoder_.database().signals()[signal.muxSwitch].name);
+  for (const Can::MuxRange& range : signal.muxRanges) info->values.emplace_back(range.first, range.last);
+  return info;
+}
+
 bool StreamCan::take(ByteView packet, Pass) {
   const Nano t = Can::packetTime(packet);
   if (t == Lib::kNoTime) return false;
   if (probing_) return probe(packet, t);
   setTime(timeLine_.absolute(t));
-  decoder_.decode(packet, record_.times.nano.value);
+  decoder_.decode(packet, record_.times.nano.value, record_.signals);
   return false;
 }
 
@@ -129,7 +138,7 @@ std::size_t StreamCan::takeStep(ByteView packet, std::size_t from) {
     return Can::kPacketTimeSize;
   }
   return Can::readFrame(packet, from, [&](std::uint32_t id, ByteView data) {
-    const Can::CanMessage* const message = decoder_.decodeFrame(id, data, record_.times.nano.value);
+    const Can::CanMessage* const message = decoder_.decodeFrame(id, data, record_.times.nano.value, record_.signals);
     if (message == nullptr) return;
     stepMessage_ = static_cast<std::int32_t>(message->index);
     decoder_.extract(record_.signals);

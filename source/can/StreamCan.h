@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "can/CanDecoder.h"
 #include "can/CanRecord.h"
@@ -23,6 +24,7 @@ class StreamCan final : public RecordStream<Can::CanRecord> {
   /// The packet's time is a step of its own, and then each frame is one.
   std::size_t takeStep(ByteView packet, std::size_t from) override;
   std::int32_t stepMessage() const override { return stepMessage_; }
+  void setMultiplexed(bool multiplexed) override { decoder_.setSelective(multiplexed); }
   void reset() override;
   const Can::NavField<Nano>& newestTime() const override { return record_.times.nano; }
 
@@ -34,6 +36,7 @@ class StreamCan final : public RecordStream<Can::CanRecord> {
   /// Whether the probe has found its time with this packet.
   bool probe(ByteView packet, Nano t);
   void setTime(Nano t);
+  std::shared_ptr<const MultiplexerInfo> multiplexerOf(const Can::CanSignal& signal) const;
   void insertRow(const Can::CanMessage& message, const Can::CanSignal& signal);
 
   bool probing_ = false;

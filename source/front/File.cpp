@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <kvex/File.h>
 
+#include "front/EventSearch.h"
 #include "front/GridSource.h"
 #include "front/NativeSource.h"
 #include "front/OpenedFile.h"
@@ -22,10 +23,12 @@ struct File::Data : Front::OpenedFile {
     return found;
   }
 
-  Signal oneElement(const SignalList::Item& item) const {
+  Signal readableScalar(const SignalList::Item& item, const std::string& what) const {
     const std::vector<Signal> found = readable(SignalList(item));
-    if (found.size() == 1 && !found.front().isArray()) return found.front();
-    throw Error(ErrorCode::InvalidArgument, "states are of one scalar signal or one element of an array", path);
+    if (found.size() != 1 || found.front().isArray()) {
+      throw Error(ErrorCode::InvalidArgument, what + " are of one scalar signal or one element of an array", path);
+    }
+    return found.front();
   }
 };
 
@@ -106,13 +109,21 @@ std::vector<Statistics> File::statistics(const SignalList& signals, const ReadOp
 }
 
 States File::states(const SignalList::Item& signal, const ReadOptions& options) {
-  return States(
-      std::make_unique<States::Source>(data_, data_->oneElement(signal), options, States::Source::Gaps::Left));
+  return States(std::make_unique<States::Source>(data_, data_->readableScalar(signal, "states"), options,
+                                                 States::Source::Gaps::Left));
 }
 
 States File::timeline(const SignalList::Item& signal, const ReadOptions& options) {
-  return States(
-      std::make_unique<States::Source>(data_, data_->oneElement(signal), options, States::Source::Gaps::Filled));
+  return States(std::make_unique<States::Source>(data_, data_->readableScalar(signal, "states"), options,
+                                                 States::Source::Gaps::Filled));
+}
+
+Events File::events(const EventOptions& options) {
+  return Front::findEvents(data_, options);
+}
+
+std::vector<Change> File::changes(const SignalList::Item& signal, const ReadOptions& options) {
+  return Front::findChanges(data_, data_->readableScalar(signal, "changes"), options);
 }
 
 }  // namespace Kvex

@@ -1,7 +1,10 @@
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <kvex/Damage.h>
+#include <kvex/Difference.h>
 #include <kvex/Error.h>
+#include <kvex/Event.h>
 #include <kvex/Options.h>
 #include <kvex/ValueType.h>
 
@@ -40,6 +43,31 @@ std::string_view nameOf(DamageKind kind) {
   static constexpr std::array<std::string_view, 10> kNames{
       "headerIncomplete", "pagesMissing", "pagesLate", "pagesTwice", "packetsDropped",
       "structureBroken",  "junkBytes",    "cutOff",    "endMissing", "pagesUnclaimed"};
+  return nameIn(kNames, kind);
+}
+
+namespace {
+
+constexpr std::array<std::string_view, 6> kEventKinds{"trigger", "wheel", "mode", "target", "gap", "damage"};
+
+}  // namespace
+
+std::string_view nameOf(EventKind kind) {
+  return nameIn(kEventKinds, kind);
+}
+
+std::optional<EventKind> eventKind(std::string_view name) {
+  const auto found = std::ranges::find(kEventKinds, name);
+  if (found == kEventKinds.end()) return std::nullopt;
+  return static_cast<EventKind>(found - kEventKinds.begin());
+}
+
+std::vector<std::string_view> eventKindNames() {
+  return {kEventKinds.begin(), kEventKinds.end()};
+}
+
+std::string_view nameOf(DifferenceKind kind) {
+  static constexpr std::array<std::string_view, 5> kNames{"stream", "span", "header", "signal", "setting"};
   return nameIn(kNames, kind);
 }
 

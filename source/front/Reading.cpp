@@ -17,6 +17,7 @@ Reading::Reading(std::shared_ptr<OpenedFile> file, const ReadOptions& options)
         const std::lock_guard lock(file_->readingLock);
         file_->native.reset();
         file_->store.clearCancel();
+        file_->store.setMultiplexed(options_.multiplexed);
         return ++file_->newestReading;
       }()),
       reportedAt_(Clock::now()),

@@ -6,6 +6,17 @@
 
 namespace Kvex {
 
+std::string Multiplexer::text() const {
+  std::string text = signal;
+  std::string_view separator = " = ";
+  for (const Range& range : values) {
+    text.append(separator).append(std::to_string(range.first));
+    if (range.last != range.first) text.append("-").append(std::to_string(range.last));
+    separator = ", ";
+  }
+  return text;
+}
+
 Signal::Signal(std::shared_ptr<const Data> data, std::optional<std::uint32_t> element)
     : data_(std::move(data)), element_(element) {
   if (element_) elementName_ = data_->listing.elementName(*element_);
@@ -67,6 +78,10 @@ const std::string& Signal::description() const {
 
 const std::string& Signal::table() const {
   return data_->listing.table;
+}
+
+const std::optional<Multiplexer>& Signal::multiplexer() const {
+  return data_->multiplexer;
 }
 
 double Signal::resolution() const {

@@ -12,6 +12,7 @@ namespace Kvex {
 struct Signal::Data {
   Sto::SignalListing listing;
   std::vector<ValueText> texts;
+  std::optional<Multiplexer> multiplexer;
   std::optional<Value> first;
   std::optional<Value> last;
   std::uint64_t file = 0;  ///< The number of the opened file that it is of.

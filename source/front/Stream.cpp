@@ -55,6 +55,13 @@ std::vector<ValueText> textsOf(const Lib::Enumeration* enumeration) {
   return texts;
 }
 
+std::optional<Multiplexer> multiplexerOf(const Sto::SignalListing& row) {
+  if (row.multiplexer == nullptr) return std::nullopt;
+  Multiplexer multiplexer{.signal = row.multiplexer->signal, .values = {}};
+  for (const auto& [first, last] : row.multiplexer->values) multiplexer.values.push_back({first, last});
+  return multiplexer;
+}
+
 std::vector<Signal> signalsOf(const Sto::Stream& stream, std::uint64_t file) {
   // Of a name that stands in several runs, a search finds the one that `namedSignals` lists.
   std::unordered_map<std::string, Lib::Run> named;
@@ -71,6 +78,7 @@ std::vector<Signal> signalsOf(const Sto::Stream& stream, std::uint64_t file) {
     data->named = found != named.end() && found->second == row.run();
     if (data->named) named.erase(found);
     data->texts = textsOf(row.enumeration);
+    data->multiplexer = multiplexerOf(row);
     if (!row.isArray && stream.hasTime()) {
       data->first = rowValue(stream.firstValue(row.name), row);
       data->last = rowValue(stream.lastValue(row.name), row);

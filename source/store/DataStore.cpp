@@ -104,6 +104,10 @@ std::unique_ptr<NativeReader> DataStore::openNative(std::uint32_t streamId, std:
   return locked<Changing>([&] { return DataStoreImpl::openNative(streamId, signals, detail); });
 }
 
+void DataStore::setMultiplexed(bool multiplexed) {
+  return locked<Changing>([&] { return DataStoreImpl::setMultiplexed(multiplexed); });
+}
+
 void DataStore::closeFiles() {
   return locked<Changing>([&] { return DataStoreImpl::closeFiles(); });
 }

@@ -70,6 +70,10 @@ class DataStore : private DataStoreImpl {
   std::unique_ptr<NativeReader> openNative(std::uint32_t streamId, std::span<const SignalListing> signals,
                                            NativeReader::Detail detail);
 
+  /// Whether what is read from now on takes multiplexed signals only from records that select them. Reading by time
+  /// needs a new `seekAll` after it. Of files that are added later it holds only when it is said again.
+  void setMultiplexed(bool multiplexed);
+
   /// Closes the files of all Streams.
   void closeFiles();
 

@@ -318,6 +318,14 @@ std::unique_ptr<NativeReader> DataStoreImpl::openNative(std::uint32_t streamId, 
   return std::make_unique<NativeReader>(*stored.stream, stored.walker, rows, detail, cancel_);
 }
 
+void DataStoreImpl::setMultiplexed(bool multiplexed) {
+  if (std::exchange(multiplexed_, multiplexed) == multiplexed) return;
+  for (StoredStream& stored : streams_) {
+    stored.stream->setMultiplexed(multiplexed);
+    stored.walker.forgetPlace();
+  }
+}
+
 void DataStoreImpl::closeFiles() {
   for (StoredStream& stored : streams_) stored.walker.close();
 }

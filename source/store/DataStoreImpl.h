@@ -50,6 +50,7 @@ class DataStoreImpl {
   StoreStatus readSamples(const SignalQuery& query, Nano time, std::vector<Sample>& out);
   std::unique_ptr<NativeReader> openNative(std::uint32_t streamId, std::span<const SignalListing> signals,
                                            NativeReader::Detail detail);
+  void setMultiplexed(bool multiplexed);
   void closeFiles();
 
   ProgressSource& progress() { return progress_; }
@@ -87,6 +88,7 @@ class DataStoreImpl {
   std::array<Mode, 2> modes_;  ///< By id.
   ProgressRing progress_;
   std::atomic<bool> cancel_ = false;
+  bool multiplexed_ = false;  ///< As all Streams have been told.
 };
 
 }  // namespace Kvex::Sto

@@ -121,6 +121,8 @@ class Stream {
   virtual void reset() = 0;
   /// Says what the next walk is for: these rows, and no others.
   virtual void want(const std::vector<const SignalRow*>&) {}
+  /// Whether the next walk reads a multiplexed signal only from records that select it; at first it does not.
+  virtual void setMultiplexed(bool) {}
 
   // Records and signals.
 

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "library/Enumerations.h"
 #include "library/Sample.h"
@@ -16,6 +19,12 @@ using Lib::ValueType;
 // Bits of a row's group mask.
 inline constexpr std::uint32_t kFixedGroup = 1;    ///< Rows that a protocol has in every file.
 inline constexpr std::uint32_t kDefinedGroup = 2;  ///< Rows of a recording's own definitions.
+
+/// What selects a signal that stands only in some records of its message.
+struct MultiplexerInfo {
+  std::string signal;  ///< The name of the multiplexer, a signal of the same message.
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> values;  ///< First and last of ranges, without gaps in them.
+};
 
 /// What every signal says about itself, and what a listing hands out.
 struct SignalInfo {
@@ -46,6 +55,7 @@ struct SignalInfo {
 
   /// The table that native samples of this signal stand in: signals of one table are written together.
   std::string table;
+  std::shared_ptr<const MultiplexerInfo> multiplexer;  ///< None for a signal that stands in all its records.
 
   Lib::Run run() const { return {valueType, isArray ? Shape::Array : Shape::Scalar}; }
   /// The name of one element, "Name[label]", for an array; the plain name for a scalar.

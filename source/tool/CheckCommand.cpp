@@ -97,7 +97,7 @@ std::string streamsText(const File& file) {
   for (const Stream& stream : file.streams()) {
     std::vector<std::string> names{"stream", "codec", "secondsLost"};
     std::vector<std::string> cells{std::to_string(stream.id()), std::string(stream.codec()),
-                                   secondsText(file.damage().timeLost(stream.id()))};
+                                   roughSeconds(file.damage().timeLost(stream.id()))};
     for (const Counter& counter : ownCounters(stream, file)) {
       names.push_back(counter.name);
       cells.push_back(std::to_string(counter.count));

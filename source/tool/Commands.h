@@ -17,6 +17,8 @@ using Action = std::function<VrelExit()>;
 void addInfoCommand(CLI::App& app, Action& action);
 void addSignalsCommand(CLI::App& app, Action& action);
 void addStatesCommand(CLI::App& app, Action& action);
+void addEventsCommand(CLI::App& app, Action& action);
+void addDiffCommand(CLI::App& app, Action& action);
 void addExportCommand(CLI::App& app, Action& action);
 void addCheckCommand(CLI::App& app, Action& action);
 void addSynthCommand(CLI::App& app, Action& action);

@@ -23,7 +23,7 @@ std::span<const Counter> ownCounters(const Stream& stream, const File& file) {
 std::string streamDamageText(const Stream& stream, const File& file) {
   std::vector<std::string> parts;
   const Nano lost = file.damage().timeLost(stream.id());
-  if (lost > 0) parts.push_back(fmt::format("{} s of data lost", secondsText(lost)));
+  if (lost > 0) parts.push_back(fmt::format("{} s of data lost", roughSeconds(lost)));
   for (const Counter& counter : ownCounters(stream, file)) {
     const bool means = std::ranges::find(kDamageCounters, counter.name) != std::end(kDamageCounters);
     if (means && counter.count > 0) parts.push_back(fmt::format("{} {}", counter.name, counter.count));

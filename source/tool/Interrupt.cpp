@@ -64,8 +64,16 @@ StopOnInterrupt::~StopOnInterrupt() {
 }
 
 void StopOnInterrupt::wait() {
-  while (!interruptSeen && !ending_) bell.wait();
-  if (interruptSeen) source_.request_stop();
+  bell.wait();
+  while (!interruptSeen && !ending_) {
+    // It was meant for another one that waits.
+    bell.ring();
+    std::this_thread::yield();
+    bell.wait();
+  }
+  if (!interruptSeen) return;
+  bell.ring();
+  source_.request_stop();
 }
 
 }  // namespace Kvex::Tool

@@ -15,7 +15,7 @@ inline double secondsBetween(Nano from, Nano to) {
 }
 
 /// A time that was lost, in seconds: to a tenth, or to a millisecond where it is below a second.
-inline std::string secondsText(Nano nanos) {
+inline std::string roughSeconds(Nano nanos) {
   const double seconds = secondsBetween(0, nanos);
   return nanos == 0 ? "0" : fmt::format("{:.{}f}", seconds, nanos < kNanosPerSecond ? 3 : 1);
 }

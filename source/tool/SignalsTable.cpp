@@ -28,6 +28,20 @@ Json rateJson(const Statistics& element) {
   return element.rate ? Json(*element.rate) : Json();
 }
 
+Json multiplexerJson(const Signal& signal) {
+  if (!signal.multiplexer()) return nullptr;
+  Json values = Json::array();
+  for (const auto& [first, last] : signal.multiplexer()->values) values.push_back({first, last});
+  return {{"signal", signal.multiplexer()->signal}, {"values", std::move(values)}};
+}
+
+/// Its description, and of a multiplexed signal what selects it.
+std::string descriptionOf(const Signal& signal) {
+  if (!signal.multiplexer()) return signal.description();
+  const std::string selection = "(where " + signal.multiplexer()->text() + ")";
+  return signal.description().empty() ? selection : signal.description() + ' ' + selection;
+}
+
 struct Member {
   const char* name;
   Json (*of)(const Statistics& element);
@@ -192,6 +206,7 @@ Json signalJson(const ListedSignal& listed, bool walked) {
             {"range", {signal.rangeLow(), signal.rangeHigh()}},
             {"dial", {signal.dialStart(), signal.dialSweep()}},
             {"group", signal.mask()},
+            {"multiplexer", multiplexerJson(signal)},
             {"table", signal.table()},
             {"text", signal.hasTexts()}};
   if (!walked) return json;
@@ -211,7 +226,7 @@ std::string signalsTable(const std::vector<ListedSignal>& signals, bool walked, 
     std::vector<std::string> cells;
     for (const FilledColumn& column : columns) cells.push_back(column.cells[row]);
     if (described) {
-      const std::string text = row == 0 ? "DESCRIPTION" : printable(signals[row - 1].signal.description());
+      const std::string text = row == 0 ? "DESCRIPTION" : printable(descriptionOf(signals[row - 1].signal));
       cells.push_back(width == 0 ? text : cutTo(text, width - taken));
     }
     table.addRow(std::move(cells));

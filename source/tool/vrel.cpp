@@ -56,8 +56,10 @@ VrelExit run(int argc, char** argv) {
   addInfoCommand(app, action);
   addSignalsCommand(app, action);
   addStatesCommand(app, action);
+  addEventsCommand(app, action);
   addExportCommand(app, action);
   addCheckCommand(app, action);
+  addDiffCommand(app, action);
   addSynthCommand(app, action);
   addCompletionCommand(app, action);
   if (argc > 1 && std::string_view(argv[1]) == "__complete") {

@@ -94,7 +94,7 @@ TEST(CanExtractionTest, AgreesWithTheMeaningBitByBit) {
     Synth::CanPacket packet(1);
     packet.addFrame(2147483653, data);
     packet.addFrame(5, std::vector<std::uint8_t>(64, 0x5A));  // of an id that differs in its flag bit only
-    decoder.decode(packet.bytes(), static_cast<Nano>(size));
+    decoder.decode(packet.bytes(), static_cast<Nano>(size), fields);
     decoder.extract(fields);
 
     std::vector<bool> bits;

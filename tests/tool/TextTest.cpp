@@ -128,9 +128,9 @@ TEST(SecondsTest, AnyTwoTimesHaveADistance) {
   EXPECT_DOUBLE_EQ(secondsBetween(1'417'651'425'000'000'000, 1'417'651'441'490'000'000), 16.49);
   EXPECT_DOUBLE_EQ(secondsBetween(5, -kNanosPerSecond + 5), -1.0);
   EXPECT_DOUBLE_EQ(secondsBetween(INT64_MIN, INT64_MAX), 18446744073.709551615);
-  EXPECT_EQ(secondsText(0), "0");
-  EXPECT_EQ(secondsText(999'000'000), "0.999");
-  EXPECT_EQ(secondsText(3'140'000'000), "3.1");
+  EXPECT_EQ(roughSeconds(0), "0");
+  EXPECT_EQ(roughSeconds(999'000'000), "0.999");
+  EXPECT_EQ(roughSeconds(3'140'000'000), "3.1");
 }
 
 TEST(CountersTest, AStreamsOwnCountsLeaveOutThoseOfTheFile) {

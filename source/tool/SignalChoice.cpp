@@ -16,21 +16,25 @@ void checkStreamIds(const File& file, const SignalChoice& choice) {
   for (const std::uint32_t id : choice.streamIds) (void)file.stream(id);
 }
 
+CLI::Option* addSignalOption(CLI::App& command, SignalChoice& choice, const std::string& description) {
+  return command.add_option("--signal", choice.patterns, description)->type_name("PATTERN")->allow_extra_args(false);
+}
+
+CLI::Option* addStreamOption(CLI::App& command, SignalChoice& choice) {
+  return command
+      .add_option("--stream", choice.streamIds, "Only these streams: \"2\", \"2,3\"; may be given several times")
+      ->type_name("ID")
+      ->delimiter(',')
+      ->allow_extra_args(false);
+}
+
 std::vector<Signal> chooseSignals(const File& file, const SignalChoice& choice) {
-  checkStreamIds(file, choice);
-  std::vector<Signal> offered = file.match("*");
-  std::erase_if(offered, [&](const Signal& signal) { return !choice.takesStream(signal.stream()); });
-  if (offered.empty()) throw Failure("no stream has time, so there are no values over time");
-  for (const std::string& pattern : choice.patterns) {
-    const auto matches = [&](const Signal& signal) { return signal.matches(pattern); };
-    if (std::ranges::none_of(offered, matches)) throw Failure(noMatchText(pattern, offered));
+  try {
+    return file.choose(choice.patterns, choice.streamIds);
+  } catch (const Error& error) {
+    if (error.code() != ErrorCode::NoSuchSignal || !error.candidates().empty()) throw;
+    throw Failure(printable(error.reason()) + "; \"vrel signals\" lists the names");
   }
-  if (choice.patterns.empty()) return offered;
-  std::vector<Signal> chosen = offered;
-  std::erase_if(chosen, [&](const Signal& signal) {
-    return std::ranges::none_of(choice.patterns, [&](const std::string& pattern) { return signal.matches(pattern); });
-  });
-  return chosen;
 }
 
 std::string noMatchText(std::string_view pattern, const std::vector<Signal>& offered) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <kvex/File.h>
 #include <string>
@@ -10,16 +11,19 @@ namespace Kvex::Tool {
 
 /// What a user asks for on the command line.
 struct SignalChoice {
-  std::vector<std::string> patterns;     ///< As `File::match` takes them. None: all signals.
+  std::vector<std::string> patterns;     ///< As `File::choose` takes them. None: all signals.
   std::vector<std::uint32_t> streamIds;  ///< None: all streams.
 
   /// Whether the streams asked for hold this one.
   bool takesStream(std::uint32_t streamId) const;
 };
 
-/// The signals that have values over time and are asked for, in stream order and listing order. A name that stands in
-/// several types of one stream means the first of them. Throws a `Failure` for a pattern that matches nothing, with
-/// names near to it, for a stream that the file does not have, and where there is nothing to choose from.
+/// The options "--signal" and "--stream" of a command.
+CLI::Option* addSignalOption(CLI::App& command, SignalChoice& choice, const std::string& description);
+CLI::Option* addStreamOption(CLI::App& command, SignalChoice& choice);
+
+/// The signals that have values over time and are asked for, as `File::choose` chooses them. Throws as that, and a
+/// `Failure` that says where the names are listed if no name is near.
 std::vector<Signal> chooseSignals(const File& file, const SignalChoice& choice);
 
 /// Throws `NoSuchStream` for a stream that the file does not have.

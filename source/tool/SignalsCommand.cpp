@@ -99,9 +99,7 @@ void addSignalsCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<SignalsOptions>();
   CLI::App* command =
       addFileCommand(app, "signals", "List the signals of a file with their first and last values", options->file);
-  command->add_option("--stream", options->choice.streamIds, "Only this stream; may be given several times")
-      ->type_name("ID")
-      ->allow_extra_args(false);
+  addStreamOption(*command, options->choice);
   command->add_option("--match", options->match, "Only signals whose name matches, \"*\" and \"?\" as in a shell")
       ->type_name("GLOB");
   command->add_flag("--json", options->json, "Write a JSON array, one signal on a line");

@@ -108,7 +108,7 @@ std::string TableFormatter::leadOf(std::string_view key) const {
 }
 
 void TableFormatter::addFields() {
-  for (TableField& about : fieldsOf(signals_)) {
+  for (TableField& about : fieldsOf(signals_, style_.qualified)) {
     const Signal& signal = signals_[about.signal];
     Field& field = fields_.emplace_back();
     visitType(signal.type(), [&]<class T>(std::type_identity<T>) { field.putNumber = putNumber<T>; });

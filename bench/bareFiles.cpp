@@ -110,6 +110,12 @@ double readOverview(const std::string& path, const std::vector<std::string>& nam
   return measure([&] { file.overview(names, kSlices); });
 }
 
+/// What all samples of all signals of the first stream of a file say.
+double readStatistics(const std::string& path) {
+  File file(path);
+  return measure([&] { file.statistics(file.match("0:*")); });
+}
+
 struct Work {
   std::string name;
   double limit;
@@ -175,6 +181,7 @@ int main(int argc, char** argv) {
         },
         "walk with Lat, Lon, Alt"},
        {"native samples of all signals", 1.5, [&] { return readNative(quon, {}); }, "walk with all signals"},
+       {"statistics of all signals", 1.6, [&] { return readStatistics(quon); }, "walk with all signals"},
        {"overview of Lat, Lon, Alt", 1.3,
         [&] {
           return readOverview(quon, {"Lat", "Lon", "Alt"});
@@ -191,6 +198,7 @@ int main(int argc, char** argv) {
           return walk(yeld, {"Target1_RangeLon", "Target1_RangeLat", "Target1_RangeRateLon"});
         }},
        {"walk with all signals", 120, [&] { return walk(yeld, {}); }},
-       {"native samples of all signals", 1.5, [&] { return readNative(yeld, {}); }, "walk with all signals"}});
+       {"native samples of all signals", 1.5, [&] { return readNative(yeld, {}); }, "walk with all signals"},
+       {"statistics of all signals", 1.6, [&] { return readStatistics(yeld); }, "walk with all signals"}});
   return EXIT_SUCCESS;
 }

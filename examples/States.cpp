@@ -1,4 +1,4 @@
-// The intervals during which a signal held each of its values.
+// The intervals during which a signal held each of its values, and how long it held each in all.
 #include <iostream>
 #include <kvex/File.h>
 
@@ -8,5 +8,9 @@ int main(int, char** arguments) {
   for (const Kvex::State& state : run.states(mode)) {
     std::cout << Kvex::utcText(state.from) << ' ' << static_cast<double>(state.to - state.from) * 1e-9 << " s "
               << mode.text(state.value) << '\n';
+  }
+  Kvex::States timeline = run.timeline(mode);  // with the time without a usable value
+  for (const Kvex::StateTotal& total : Kvex::totalsOf(timeline)) {
+    std::cout << total.times << " times, " << total.share * 100 << " %: " << mode.text(total.value) << '\n';
   }
 }

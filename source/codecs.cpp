@@ -18,9 +18,12 @@ using Sto::makeStream;
 using Sto::RangeRole;
 
 constexpr Sto::Codec kCodecs[] = {
-    {StreamCodec::Dask, makeStream<Sto::StreamDask>, RangeRole::None, ".dask", makeResource<Nav::ResourceNav>},
-    {StreamCodec::Quon, makeStream<Sto::StreamQuon>, RangeRole::Source, ".quon", makeResource<Nav::ResourceNav>},
-    {StreamCodec::Yeld, makeStream<Sto::StreamYeld>, RangeRole::Range, ".yeld", makeResource<Rng::ResourceRng>},
+    {StreamCodec::Dask, makeStream<Sto::StreamDask>, RangeRole::None, ".dask", makeResource<Nav::ResourceNav>,
+     Sto::holdsPacket<Nav::NavFraming>},
+    {StreamCodec::Quon, makeStream<Sto::StreamQuon>, RangeRole::Source, ".quon", makeResource<Nav::ResourceNav>,
+     Sto::holdsPacket<Nav::NavFraming>},
+    {StreamCodec::Yeld, makeStream<Sto::StreamYeld>, RangeRole::Range, ".yeld", makeResource<Rng::ResourceRng>,
+     Sto::holdsPacket<Rng::RangeFormat>},
     {StreamCodec::Zint, makeStream<Sto::StreamZint>},
     {StreamCodec::Can, makeStream<Sto::StreamCan>},
 };

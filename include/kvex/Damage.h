@@ -22,17 +22,20 @@ enum class DamageKind : std::uint8_t {
   JunkBytes,         ///< Bytes that belong to no good page or packet.
   CutOff,            ///< The file ends within a page or packet, of which this many bytes are there.
   EndMissing,        ///< The stream has no end page: the recording was not closed.
+  PagesUnclaimed,    ///< Pages of streams whose first page is missing or comes too late: nothing of them can be read.
 };
 
 /// "pagesMissing": the name of a kind.
 std::string_view nameOf(DamageKind kind);
 
-/// A place of a file where data is damaged or lost.
+/// A place of a file where data is damaged or lost. With `from` and `to` it lost all data between these times, or a
+/// part of it; where nothing of the stream was read before or behind it, they are the start and the end of the file.
+/// With `from` alone it lies near that time.
 struct Place {
   DamageKind kind = DamageKind::JunkBytes;
   std::optional<std::uint32_t> stream;  ///< None for the file as a whole.
   Nano from = kNoTime;                  ///< The newest time that had been read before the place; `kNoTime` for none.
-  Nano to = kNoTime;                    ///< The first time behind it; `kNoTime` where it is not known.
+  Nano to = kNoTime;                    ///< The first other time behind lost data, else `kNoTime`: see below.
   std::uint64_t count = 0;              ///< Pages, packets or bytes, by the kind.
   bool lost = false;                    ///< Whether data was lost.
   std::string text;                     ///< All of this in words.
@@ -61,6 +64,9 @@ class Damage {
   const std::vector<Place>& places() const;
   /// The number of places, with those that are not kept.
   std::uint64_t placesInAll() const;
+  /// The time in which data of a stream was lost, in nanoseconds: that of its places from `from` to `to`, and of those
+  /// that are no single stream's, none of it counted twice. Only the places that are kept count.
+  Nano timeLost(std::uint32_t stream) const;
   /// What the scan counted for the file as a whole.
   const std::vector<Counter>& counters() const;
   /// What is no damage but worth knowing, each a sentence without its full stop.

@@ -78,8 +78,8 @@ class File {
   /// is nothing to choose from.
   std::vector<Signal> choose(const std::vector<std::string>& texts,
                              const std::vector<std::uint32_t>& streams = {}) const;
-  /// The signals with values over time in which each of the words occurs, in name, description, unit or table, in any
-  /// case: those first that have the words in their names.
+  /// The signals with values over time in which each of the words occurs, in name, description, unit, table or the text
+  /// of a value, in any case: those first that have the words in their names.
   std::vector<Signal> search(std::string_view words) const;
   /// The signals of a list; a text that is no name is taken as a pattern as in `match`. Throws as `signal` does.
   std::vector<Signal> resolve(const SignalList& signals) const;
@@ -107,6 +107,10 @@ class File {
   /// The intervals during which a scalar signal or an element held each value, cut to the span asked for. Throws
   /// `InvalidArgument` for an array.
   States states(const SignalList::Item& signal, const ReadOptions& options = {});
+  /// The same with the time between them: intervals without a usable value are states without a value. As long as the
+  /// stream's times do not go back, they follow one another without a gap from its start to its end, or over what of
+  /// that lies in the span asked for.
+  States timeline(const SignalList::Item& signal, const ReadOptions& options = {});
 
  private:
   struct Data;

@@ -6,13 +6,14 @@
 #include <kvex/Time.h>
 #include <kvex/Value.h>
 #include <memory>
+#include <vector>
 
 namespace Kvex {
 
 /// An interval during which a signal held a value: from the sample that brought it to the sample that brought another
 /// one or took it away, at last to the end of the span.
 struct State {
-  Value value;
+  Value value;  ///< Without type in a timeline's intervals without a usable value.
   Nano from = kNoTime;
   Nano to = kNoTime;
   std::uint64_t samples = 0;  ///< Samples that brought the value, the first one counted in.
@@ -66,5 +67,17 @@ class States {
   std::unique_ptr<Source> source_;
   State state_;
 };
+
+/// What the states of a signal with one value come to.
+struct StateTotal {
+  Value value;              ///< Of the first of them; without type for the time without a usable value.
+  std::uint64_t times = 0;  ///< How often the signal took it on; a state that began before the span counts too.
+  Nano time = 0;            ///< How long it was held in all, in nanoseconds.
+  double share = 0.0;       ///< Of the time of all these states together, 0 to 1; 0 where that is none.
+};
+
+/// Sums up the states that are still to come, by value, the one held longest first. Throws what `States::next` throws,
+/// and `InvalidArgument` for more than 100,000 different values.
+std::vector<StateTotal> totalsOf(States& states);
 
 }  // namespace Kvex

@@ -1,65 +1,23 @@
 #include <algorithm>
-#include <cstdio>
-#include <string_view>
 
 #include "front/DamageData.h"
+#include "front/DamageTexts.h"
 #include "front/StreamData.h"
 
 namespace Kvex {
 
 namespace {
 
-std::string counted(std::uint64_t count, std::string_view noun) {
-  return std::to_string(count) + ' ' + std::string(noun) + (count == 1 ? "" : "s");
+/// Between which times data of a place is lost. Where nothing of the stream came before or behind it, that is the start
+/// or the end of the file.
+void setTimes(Place& place, const Sto::Damage& damage, Span file) {
+  place.from = damage.time;
+  place.to = damage.until;
+  const bool ends = place.kind == DamageKind::HeaderIncomplete || place.kind == DamageKind::StructureBroken;
+  if (file.start == kNoTime || (!ends && !damage.interrupts)) return;
+  if (place.from == kNoTime) place.from = file.start;
+  if (place.to == kNoTime && place.from < file.end) place.to = file.end;
 }
-
-/// What damage means, in words.
-class Teller {
- public:
-  Teller(Span span, bool isRecording) : span_(span), unit_(isRecording ? "page" : "packet") {}
-
-  std::string report(const Sto::Damage& damage) const {
-    const bool one = damage.count == 1;
-    const std::string pages = counted(damage.count, "page");
-    const std::string of = damage.stream == nullptr ? "" : "stream " + std::to_string(damage.stream->entry.index);
-    const std::string place = near(damage.time);
-    switch (damage.kind) {
-      case Sto::DamageKind::HeaderIncomplete:
-        return "the header of " + of + " is incomplete, so that nothing of it can be read";
-      case Sto::DamageKind::PagesMissing:
-        return pages + " of " + of + (one ? " is" : " are") + " missing" + place;
-      case Sto::DamageKind::PagesLate:
-        return pages + " of " + of + " came too late and " + (one ? "was" : "were") + " dropped" + place;
-      case Sto::DamageKind::PagesTwice:
-        return pages + " of " + of + " came twice" + place + ", which loses nothing";
-      case Sto::DamageKind::PacketsDropped:
-        return "a packet of " + of + " was larger than any record and was dropped" + place;
-      case Sto::DamageKind::StructureBroken:
-        return "the pages of " + of + " are out of order" + place + ": nothing of it is read from there on";
-      case Sto::DamageKind::JunkBytes:
-        return counted(damage.count, "byte") + (one ? " belongs" : " belong") + " to no good " + unit_ + place;
-      case Sto::DamageKind::CutOff:
-        return "the file ends within a " + unit_ + ", of which " + counted(damage.count, "byte") +
-               (one ? " is" : " are") + " there";
-      default:
-        return of + " has no end page: the recording was not closed, or its end is missing";
-    }
-  }
-
- private:
-  /// ", near 12.4 s": seconds from the start of the file.
-  std::string near(Nano time) const {
-    if (span_.start == kNoTime) return "";
-    if (time <= span_.start) return ", near the start";
-    if (time >= span_.end) return ", near the end";
-    char text[48];
-    std::snprintf(text, sizeof text, ", near %.1f s", static_cast<double>(time - span_.start) * 1e-9);
-    return text;
-  }
-
-  Span span_;
-  std::string unit_;
-};
 
 bool isOpenEnd(const Place& place) {
   return !place.lost || place.kind == DamageKind::EndMissing || place.kind == DamageKind::CutOff;
@@ -77,8 +35,8 @@ std::string sentenceOn(Judgement judgement, const std::vector<Place>& places, st
   auto first = std::ranges::find(places, DamageKind::PagesMissing, &Place::kind);
   if (first == places.end()) first = std::ranges::find_if(places, &Place::lost);
   std::string text = "Data was lost";
-  if (first != places.end()) text += ": " + first->text;
-  if (placesInAll > 1) text += "; " + counted(placesInAll, "damaged place") + " in all";
+  if (first != places.end()) text += (first->stream ? "; " : ": ") + first->text;
+  if (placesInAll > 1) text += "; " + Front::counted(placesInAll, "damaged place") + " in all";
   return text + '.';
 }
 
@@ -99,15 +57,15 @@ std::vector<std::string> notesOn(const Sto::Resource& resource) {
 
 Damage DamageAccess::judge(const Sto::Resource& resource, Span span) {
   auto data = std::make_shared<Damage::Data>();
-  const Teller teller(span, resource.kind == Sto::ResourceKind::Recording);
+  const Front::DamageTexts texts(span, resource.kind == Sto::ResourceKind::Recording ? "page" : "packet");
   for (const Sto::Damage& damage : resource.damage.places()) {
     Place& place = data->places.emplace_back();
     place.kind = static_cast<DamageKind>(damage.kind);
     if (damage.stream != nullptr) place.stream = static_cast<std::uint32_t>(damage.stream->entry.index);
-    place.from = damage.time;
+    setTimes(place, damage, span);
     place.count = damage.count;
     place.lost = losesData(damage.kind);
-    place.text = teller.report(damage);
+    place.text = texts.text(place);
   }
   data->placesInAll = resource.damage.total();
   data->lost = resource.damage.lossy();
@@ -136,6 +94,23 @@ const std::vector<Place>& Damage::places() const {
 
 std::uint64_t Damage::placesInAll() const {
   return data_->placesInAll;
+}
+
+Nano Damage::timeLost(std::uint32_t stream) const {
+  std::vector<Span> lost;
+  for (const Place& place : data_->places) {
+    const bool concerns = !place.stream || *place.stream == stream;
+    if (concerns && place.from != kNoTime && place.to != kNoTime) lost.push_back({place.from, place.to});
+  }
+  std::ranges::sort(lost, {}, &Span::start);
+  Nano sum = 0;
+  Nano counted = kNoTime;
+  for (const Span& span : lost) {
+    const Nano start = std::max(span.start, counted);
+    if (span.end > start) sum += span.end - start;
+    counted = std::max(counted, span.end);
+  }
+  return sum;
 }
 
 const std::vector<Counter>& Damage::counters() const {

@@ -22,6 +22,12 @@ struct File::Data : Front::OpenedFile {
     }
     return found;
   }
+
+  Signal oneElement(const SignalList::Item& item) const {
+    const std::vector<Signal> found = readable(SignalList(item));
+    if (found.size() == 1 && !found.front().isArray()) return found.front();
+    throw Error(ErrorCode::InvalidArgument, "states are of one scalar signal or one element of an array", path);
+  }
 };
 
 File::File(const std::string& path, const OpenOptions& options) : data_(std::make_shared<Data>(path, options)) {}
@@ -116,11 +122,13 @@ std::vector<Statistics> File::statistics(const SignalList& signals, const ReadOp
 }
 
 States File::states(const SignalList::Item& signal, const ReadOptions& options) {
-  const std::vector<Signal> found = data_->readable(SignalList(signal));
-  if (found.size() != 1 || found.front().isArray()) {
-    throw Error(ErrorCode::InvalidArgument, "states are of one scalar signal or one element of an array", path());
-  }
-  return States(std::make_unique<States::Source>(data_, found.front(), options));
+  return States(
+      std::make_unique<States::Source>(data_, data_->oneElement(signal), options, States::Source::Gaps::Left));
+}
+
+States File::timeline(const SignalList::Item& signal, const ReadOptions& options) {
+  return States(
+      std::make_unique<States::Source>(data_, data_->oneElement(signal), options, States::Source::Gaps::Filled));
 }
 
 }  // namespace Kvex

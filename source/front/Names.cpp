@@ -37,9 +37,9 @@ std::string_view nameOf(Activity activity) {
 }
 
 std::string_view nameOf(DamageKind kind) {
-  static constexpr std::array<std::string_view, 9> kNames{"headerIncomplete", "pagesMissing",   "pagesLate",
-                                                          "pagesTwice",       "packetsDropped", "structureBroken",
-                                                          "junkBytes",        "cutOff",         "endMissing"};
+  static constexpr std::array<std::string_view, 10> kNames{
+      "headerIncomplete", "pagesMissing", "pagesLate", "pagesTwice", "packetsDropped",
+      "structureBroken",  "junkBytes",    "cutOff",    "endMissing", "pagesUnclaimed"};
   return nameIn(kNames, kind);
 }
 

@@ -104,6 +104,11 @@ void OpenedFile::scan(const OpenOptions& options) {
   if (!(status == Sto::StoreStatus::Success)) throw Error(ErrorCode::Empty, std::string(status.reason), path);
 }
 
+void OpenedFile::checkPackets(const Sto::Resource& resource) const {
+  if (resource.kind == Sto::ResourceKind::Recording || resource.health.scan.packets > 0) return;
+  throw Error(ErrorCode::Empty, "no packets of " + std::string(streams.front().codec()) + " found", path);
+}
+
 void OpenedFile::describe() {
   const bool hasStart = store.startTime(span.start) == Sto::StoreStatus::Success;
   hasTime = store.endTime(span.end) == Sto::StoreStatus::Success && hasStart;
@@ -111,6 +116,7 @@ void OpenedFile::describe() {
   std::uint32_t id = 0;
   while (store.visitStream(id, [&](const Sto::Stream& stream, const Sto::Resource& resource) {
     streams.push_back(StreamAccess::make(stream, resource, number));
+    if (!damage) checkPackets(resource);
     if (!damage) damage = DamageAccess::judge(resource, damageSpan);
   })) {
     const std::vector<Signal>& ofStream = streams.back().signals();

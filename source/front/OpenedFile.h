@@ -53,6 +53,8 @@ class OpenedFile {
  private:
   void scan(const OpenOptions& options);
   void describe();
+  /// Throws `Error` for a bare protocol file without a packet.
+  void checkPackets(const Sto::Resource& resource) const;
 };
 
 }  // namespace Kvex::Front

@@ -282,7 +282,9 @@ void keepTimed(std::vector<Signal>& signals) {
 /// How many of the words stand in the signal's name; none unless each stands somewhere.
 std::optional<std::size_t> wordsInName(const Signal& signal, const std::vector<std::string>& words) {
   const std::string name = lowerCase(signal.name());
-  const std::string rest = lowerCase(signal.description() + '\n' + signal.unit() + '\n' + signal.table());
+  std::string rest = signal.description() + '\n' + signal.unit() + '\n' + signal.table();
+  for (const ValueText& value : signal.texts()) rest += '\n' + value.text;
+  rest = lowerCase(rest);
   std::size_t inName = 0;
   for (const std::string& word : words) {
     if (name.find(word) != std::string::npos) {

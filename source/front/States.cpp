@@ -19,21 +19,39 @@ ReadOptions wholeStream(ReadOptions options) {
 
 }  // namespace
 
-States::Source::Source(std::shared_ptr<Front::OpenedFile> file, const Signal& signal, const ReadOptions& options)
+States::Source::Source(std::shared_ptr<Front::OpenedFile> file, const Signal& signal, const ReadOptions& options,
+                       Gaps gaps)
     : reading_(std::move(file), wholeStream(options)),
       walk_(reading_, {signal}, Front::NativeWalk::Detail::FlagsAndStamp),
       type_(signal.type()),
       element_(walk_.elementOf(0)),
       span_{options.start.value_or(INT64_MIN), options.end.value_or(INT64_MAX)},
-      streamEnd_(reading_.file().streams[signal.stream()].end()) {}
+      streamEnd_(reading_.file().streams[signal.stream()].end()),
+      gaps_(gaps),
+      reached_(std::max(span_.start, reading_.file().streams[signal.stream()].start())),
+      gapsEnd_(std::min(span_.end, streamEnd_)) {}
 
 bool States::Source::next(State& state) {
   reading_.check();
-  while (std::optional<State> read = readState()) {
-    state = *read;
-    if (cut(state)) return true;
+  std::optional<State> read = waiting_ ? std::exchange(waiting_, std::nullopt) : readInside();
+  const Nano gapEnd = read ? read->from : gapsEnd_;
+  if (gaps_ == Gaps::Filled && reached_ < gapEnd) {
+    state = {.from = reached_, .to = gapEnd};
+    reached_ = gapEnd;
+    waiting_ = read;
+    return true;
   }
-  return false;
+  if (!read) return false;
+  state = *read;
+  reached_ = state.to;
+  return true;
+}
+
+std::optional<State> States::Source::readInside() {
+  while (std::optional<State> read = readState()) {
+    if (cut(*read)) return read;
+  }
+  return std::nullopt;
 }
 
 std::optional<State> States::Source::readState() {

@@ -37,6 +37,19 @@ using FieldRef =
                  ReceiverField<std::uint8_t>, ReceiverField<std::uint32_t>, ReceiverField<std::int32_t>,
                  ReceiverField<double>, PointField<double>>;
 
+template <class T>
+NavField<T>& fieldOf(NavRecord& record, const RecordField<T>& target) {
+  return record.*target.field;
+}
+template <class T>
+NavField<T>& fieldOf(NavRecord& record, const ReceiverField<T>& target) {
+  return record.receivers[target.block].*target.field;
+}
+template <class T>
+NavField<T>& fieldOf(NavRecord& record, const PointField<T>& target) {
+  return record.points[target.block].*target.field;
+}
+
 /// The last values of the texts that a list of signals names.
 namespace TextLimit {
 using namespace Lib;

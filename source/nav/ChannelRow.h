@@ -49,6 +49,7 @@ struct Form {
   bool isSigned = false;
   bool isInverted = false;  ///< The bits come inverted.
   bool isCount = false;     ///< The low bits of a running count, which the field holds whole.
+  bool isShared = false;    ///< Not only channels change the field.
   Marker marker = Marker::None;
   Missing missing = Missing::Mark;
   Unwanted unwanted = Unwanted::Mark;
@@ -73,6 +74,7 @@ struct Form {
   constexpr Form ifMissing(Missing what) const { return with(&Form::missing, what); }
   constexpr Form ifUnwanted(Unwanted what) const { return with(&Form::unwanted, what); }
   constexpr Form in(Protocols which) const { return with(&Form::protocols, which); }
+  constexpr Form shared() const { return with(&Form::isShared, true); }
   constexpr Form replacedBy(std::int8_t value) const {
     return ifMissing(Missing::Replace).with(&Form::replacement, value);
   }

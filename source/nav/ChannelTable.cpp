@@ -31,7 +31,8 @@ constexpr Form kZeroedCount = kCount16.ifUnwanted(Unwanted::ZeroAndMark);
 
 /// Seven bits with sign above a bit that says whether they are new.
 constexpr Form kFresh{.width = 7, .step = 8, .isSigned = true, .marker = Marker::Stale};
-constexpr Form kInnovation = kFresh.ifMissing(Missing::Keep).ifUnwanted(Unwanted::Keep).scaled(0.1);
+// Innovations expire, and what other packets say corrects some values.
+constexpr Form kInnovation = kFresh.ifMissing(Missing::Keep).ifUnwanted(Unwanted::Keep).scaled(0.1).shared();
 
 constexpr Form kByteSetting = kByteOrNone.ifMissing(Missing::Unset);
 constexpr Form kWordSetting = kWordOrNone.ifMissing(Missing::Unset);
@@ -98,7 +99,7 @@ consteval void addEstimates(RowList& list) {
   list.add(72, {0}, kEstimate.scaled(1e-6), {AxSf, AySf, AzSf});
   list.add(73, {0}, kAccuracy.scaled(1e-6), {AxSfAcc, AySfAcc, AzSfAcc});
 
-  list.add(12, {0}, kEstimate.scaled(0.001), {GAPx, GAPy, GAPz});
+  list.add(12, {0}, kEstimate.scaled(0.001).shared(), {GAPx, GAPy, GAPz});
   list.add(14, {0}, kAccuracy.scaled(0.0001), {GAPxAcc, GAPyAcc, GAPzAcc});
   list.add(13, {0}, kEstimate.scaled(kDegreesPerRadian * 0.0001), {AtH, AtP});
   list.add(13, {4}, kAccuracy.scaled(0.001).marked(Marker::OnesOrZero).ifMissing(Missing::Unset), {BaseLineLength});
@@ -162,7 +163,7 @@ consteval void addSatellites(RowList& list) {
   addReceiver(list, GpsExt1, 17, 56);
   addReceiver(list, GpsInt2, 61, 62);
 
-  list.add(0, {4}, kOption, {GpsNumObs, GpsPosMode, GpsVelMode, GpsAttMode});
+  list.add(0, {4}, kOption.shared(), {GpsNumObs, GpsPosMode, GpsVelMode, GpsAttMode});
   list.add(6, {7}, kNibble, {GpsInt1.NumMeasGpsL1, GpsInt1.NumMeasGpsL2});
   list.add(7, {7}, kNibble, {GpsExt1.NumMeasGpsL1, GpsExt1.NumMeasGpsL2});
   list.add(8, {7}, kNibble, {GpsInt2.NumMeasGpsL1, GpsInt2.NumMeasGpsL2});
@@ -197,7 +198,7 @@ consteval void addSatellites(RowList& list) {
   list.add(77, {3}, Form{.width = 10, .marker = Marker::Ones},
            {BaseStationSlot0, BaseStationSlot1, BaseStationSlot2, BaseStationSlot3});
 
-  list.add(27, {0}, kByteOrNone, {HeadQuality, HeadSearchType, HeadSearchStatus, HeadSearchReady});
+  list.add(27, {0}, kByteOrNone.shared(), {HeadQuality, HeadSearchType, HeadSearchStatus, HeadSearchReady});
   list.add(27, {4}, kWordOrNone, {HeadSearchInit, HeadSearchNum});
   list.add(28, {0}, kByteOrNone.offsetBy(1), {HeadSearchMaster, HeadSearchSlave1, HeadSearchSlave2, HeadSearchSlave3});
   list.add(28, {4}, kWordOrNone, {HeadSearchTime, HeadSearchConstr});
@@ -267,7 +268,7 @@ consteval void addHousekeeping(RowList& list) {
   // The finer voltage, where there is one, takes the place of the coarser.
   list.add(75, {2}, kByteOrNone.scaled(0.2), {SupplyVolt});
   list.add(75, {7}, kByteOrNone.scaled(0.3).ifMissing(Missing::Keep).in(Protocols::Quon), {SupplyVolt});
-  list.add(75, {3}, kWordOrNone.scaled(0.02), {ImuRate});
+  list.add(75, {3}, kWordOrNone.scaled(0.02).shared(), {ImuRate});
 
   constexpr Form kUntested = kByteOrNone.ifMissing(Missing::Keep).ifUnwanted(Unwanted::Decode);
   list.add(41, {4}, kLong.marked(Marker::Ones).ifMissing(Missing::Keep).ifUnwanted(Unwanted::Decode), {WiFiIPAddress});

@@ -19,6 +19,7 @@ using Lib::kDegreesPerRadian;
 using Lib::Nano;
 using Lib::positiveAngle;
 using Lib::wrappingSubtract;
+using Sto::SignalRow;
 
 namespace {
 
@@ -371,7 +372,9 @@ void NavDecoder::textPacket(ByteView packet) {
 }
 
 std::optional<Nano> NavDecoder::decodePacketChannel(ByteView packet) {
-  return decodeChannel(*this, packet.u8(protocol.channelOffset), packet.from(protocol.channelOffset + 1, 8));
+  const std::uint8_t channel = packet.u8(protocol.channelOffset);
+  reportedChannel = reportedChannel == SignalRow::kNoMessage ? channel : SignalRow::kAnyMessage;
+  return decodeChannel(*this, channel, packet.from(protocol.channelOffset + 1, 8));
 }
 
 void NavDecoder::decodeMotion(ByteView packet, bool trigger) {

@@ -7,6 +7,7 @@
 
 #include "library/ByteView.h"
 #include "nav/NavState.h"
+#include "tables/SignalTable.h"
 
 namespace Kvex::Nav {
 
@@ -40,6 +41,10 @@ class NavDecoder : public NavState {
   void finishScan(bool fill);
   /// Empties record, filters and clock. `full`: also what the first pass has found.
   void resetDecoder(bool full);
+
+  /// The status channel that packets have reported since this was set to `SignalRow::kNoMessage`; `kAnyMessage` for
+  /// several.
+  std::int32_t reportedChannel = Sto::SignalRow::kNoMessage;
 
   // Flags of `wants` may be set directly too; `settleWants` must follow.
 

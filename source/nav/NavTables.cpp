@@ -1,10 +1,13 @@
 #include "nav/NavTables.h"
 
 #include <array>
+#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 
+#include "nav/ChannelRow.h"
 #include "nav/NavProtocol.h"
 #include "nav/NavRecord.h"
 #include "nav/NavWantTree.h"
@@ -55,7 +58,7 @@ struct Binding {
 /// Fills the table of one protocol.
 class TableBuilder {
  public:
-  TableBuilder(SignalTable& table, Protocols protocol) : table_(table), protocol_(protocol) {}
+  TableBuilder(SignalTable& table, Protocols protocol) : table_(table), protocol_(protocol) { findChannels(); }
 
   void addSignal(Protocols listed, const SignalLine& line, const NavDial& dial, const Binding& binding) {
     SignalRow row = rowOf(line);
@@ -94,11 +97,29 @@ class TableBuilder {
     row.blockIndex = blockIndex;
     row.accessor = binding.accessor;
     row.want = binding.want;
+    if (const auto found = channels_.find(row.accessor(&record_, blockIndex)); found != channels_.end()) {
+      row.message = found->second;
+    }
     table_.insert(std::move(row));
+  }
+
+  /// A field that one channel alone changes belongs to the message of its number.
+  void findChannels() {
+    for (std::uint8_t channel = 0; channel < Nav::kChannelCount; ++channel) {
+      for (const Nav::ChannelRow& row : Nav::channelRows(channel)) {
+        if (!Nav::contains(row.form.protocols, protocol_)) continue;
+        const void* const field =
+            std::visit([&](const auto& target) -> const void* { return &fieldOf(record_, target); }, row.field);
+        const auto [place, isNew] = channels_.emplace(field, channel);
+        if (row.form.isShared || place->second != channel) place->second = SignalRow::kAnyMessage;
+      }
+    }
   }
 
   SignalTable& table_;
   Protocols protocol_;
+  NavRecord record_;  ///< For the places of fields only.
+  std::map<const void*, std::int32_t> channels_;
 };
 
 #define KVEX_LINE(Name, Type, Unit, Resolution, Group, Text, Description) \

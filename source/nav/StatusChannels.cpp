@@ -20,19 +20,6 @@ namespace {
 // Rows of fields.
 
 template <class T>
-NavField<T>& fieldOf(NavRecord& record, const RecordField<T>& target) {
-  return record.*target.field;
-}
-template <class T>
-NavField<T>& fieldOf(NavRecord& record, const ReceiverField<T>& target) {
-  return record.receivers[target.block].*target.field;
-}
-template <class T>
-NavField<T>& fieldOf(NavRecord& record, const PointField<T>& target) {
-  return record.points[target.block].*target.field;
-}
-
-template <class T>
 bool isWanted(const NavWantTree& wants, const RecordField<T>& target) {
   return wants.*target.want;
 }

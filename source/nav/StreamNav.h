@@ -15,9 +15,12 @@ class StreamNav : public RecordStream<Nav::NavRecord> {
  public:
   bool take(ByteView packet, Pass pass) final;
   std::size_t takeStep(ByteView packet, std::size_t) final {
+    decoder_.reportedChannel = SignalRow::kNoMessage;
     StreamNav::take(packet, Pass::Walk);
     return packet.size();
   }
+  /// The number of the status channel that the packet reported.
+  std::int32_t stepMessage() const final { return decoder_.reportedChannel; }
   void reset() final { decoder_.finishScan(true); }
   void want(const std::vector<const SignalRow*>& rows) final;
   const Lib::NavField<Nano>& newestTime() const final { return decoder_.record.Nano; }

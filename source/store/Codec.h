@@ -32,6 +32,8 @@ struct Codec {
   /// Makes what reads such a file.
   std::unique_ptr<Resource> (*makeResource)(const ScanContext& context, std::uint32_t resourceIndex, std::string path,
                                             const Codec& codec) = nullptr;
+  /// Whether a good packet of such a file stands anywhere in these bytes.
+  bool (*holdsPacket)(ByteView bytes) = nullptr;
 };
 
 /// Makes a `StreamClass(identity)`: a column of a codec's row.

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <vector>
 
 #include "library/NavField.h"
@@ -21,6 +22,7 @@ enum class DamageKind : std::uint8_t {
   JunkBytes,         ///< Bytes that belong to no good page or packet.
   CutOff,            ///< The file ends within a page or packet, of which this many bytes are there.
   EndMissing,        ///< The Stream has no end page: the recording was not closed.
+  PagesUnclaimed,    ///< Pages of streams whose first page is missing or comes too late.
 };
 
 constexpr bool losesData(DamageKind kind) {
@@ -33,6 +35,8 @@ struct Damage {
   std::uint64_t count = 1;         ///< Pages, packets or bytes.
   const Stream* stream = nullptr;  ///< None for the file as a whole.
   Lib::Nano time = Lib::kNoTime;   ///< The newest time that had been read when the place was met; `kNoTime` for none.
+  Lib::Nano until = Lib::kNoTime;  ///< The first time behind the place that is another one; `kNoTime` for none.
+  bool interrupts = false;         ///< Data between the two times is lost.
 };
 
 /// The places of a file where data is damaged or lost, in the order of the file. Only the first ones are kept.
@@ -55,6 +59,7 @@ class DamageList {
   }
 
   const std::vector<Damage>& places() const { return places_; }
+  Damage& place(std::size_t index) { return places_[index]; }
   /// The number of places, with those that are not kept.
   std::uint64_t total() const { return total_; }
   /// Whether data was lost at any of them.
@@ -64,6 +69,45 @@ class DamageList {
   std::vector<Damage> places_;
   std::uint64_t total_ = 0;
   bool lossy_ = false;
+};
+
+/// Finds out between which times of a Stream data is missing: what was noted waits for the place itself, and then for
+/// another time behind it.
+class DamageTimes {
+ public:
+  explicit DamageTimes(DamageList& list) : list_(&list) {}
+
+  /// The newest place of the list is one of this Stream, if it is kept.
+  void expect() {
+    const std::size_t newest = list_->places().size() - 1;
+    if (list_->total() != list_->places().size() || (!open_.empty() && open_.back() == newest)) return;
+    list_->place(newest).interrupts = true;
+    open_.push_back(newest);
+  }
+  bool expects() const { return !open_.empty(); }
+  /// The data comes to such a place.
+  void reach(Lib::Nano time) {
+    if (open_.empty() || (reached_ && open_.size() == 1)) return;
+    if (reached_) open_.pop_front();  // nothing came between it and the one before
+    reached_ = true;
+    list_->place(open_.front()).time = time;
+  }
+  /// Data was read.
+  void read(Lib::Nano time) {
+    if (!reached_ || time == Lib::kNoTime || time == list_->place(open_.front()).time) return;
+    list_->place(open_.front()).until = time;
+    open_.pop_front();
+    reached_ = false;
+  }
+  /// No more data comes.
+  void finish(Lib::Nano time) {
+    if (!reached_) reach(time);
+  }
+
+ private:
+  DamageList* list_;
+  std::deque<std::size_t> open_;  ///< Places in the list.
+  bool reached_ = false;          ///< The first of them.
 };
 
 /// What the second pass over a file counted for one Stream. Only packets are counted for a bare protocol file.

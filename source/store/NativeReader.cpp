@@ -110,9 +110,7 @@ bool NativeReader::advance() {
 
 /// Cuts a group into strips, by the samples of the last block.
 void NativeReader::layStrips(Group& group) {
-  const auto busy = [&](std::uint64_t samples) {
-    return 2 * static_cast<std::size_t>(std::popcount(samples)) > steps_;
-  };
+  const auto busy = [&](std::uint64_t samples) { return 2 * std::popcount(samples) > std::popcount(group.steps); };
   std::vector<Strip>& strips = group.strips;
   strips.clear();
   for (std::size_t element = group.scalars.begin; element < group.scalars.end; ++element) {
@@ -133,7 +131,12 @@ void NativeReader::layStrips(Group& group) {
 }
 
 bool NativeReader::readBlock() {
-  if (blocks_++ % kBlocksPerStrips <= 1) std::ranges::for_each(groups_, [&](Group& group) { layStrips(group); });
+  if (blocks_++ % kBlocksPerStrips <= 1) {
+    for (Group& group : groups_) {
+      if (group.steps != 0 || group.strips.empty()) layStrips(group);
+    }
+  }
+  for (Group& group : groups_) group.steps = 0;
   std::ranges::fill(samples_, 0);
   std::ranges::fill(usable_, 0);
   for (steps_ = 0; steps_ < kBlockSteps && advance(); ++steps_) takeStep();
@@ -153,6 +156,7 @@ void NativeReader::takeStep() {
 }
 
 void NativeReader::takeGroup(Group& group) {
+  group.steps |= std::uint64_t{1} << steps_;
   for (Strip& strip : group.strips) {
     const std::uint16_t expected = strip.busy ? kWrittenBit : 0;
     const std::uint16_t* const states = &states_[strip.element];

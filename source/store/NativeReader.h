@@ -75,7 +75,7 @@ class NativeReader {
     std::size_t element;
     std::size_t count;
     bool isArray;               ///< All elements of an array, and nothing else.
-    bool busy;                  ///< Most steps write it.
+    bool busy;                  ///< Most steps that can write it do.
     std::uint64_t written = 0;  ///< Steps that wrote all elements and changed no flags; not yet in `samples_`.
   };
   /// Elements that lie one behind the other.
@@ -88,6 +88,7 @@ class NativeReader {
     Range scalars;
     std::vector<Range> arrays;
     std::vector<Strip> strips;
+    std::uint64_t steps = 0;  ///< Those of the block that could write its signals.
   };
 
   void layOut(const std::vector<const SignalRow*>& rows);

@@ -31,6 +31,15 @@ inline Frame summedFrame(const std::uint8_t* bytes, std::size_t available, std::
   return {good ? Frame::State::Good : Frame::State::Failed, type, size};
 }
 
+/// Whether a good packet stands anywhere in these bytes: a column of a codec's row.
+template <class Framing>
+bool holdsPacket(Lib::ByteView bytes) {
+  for (std::size_t at = 0; at < bytes.size(); ++at) {
+    if (Framing::inspect(bytes.data() + at, bytes.size() - at).state == Frame::State::Good) return true;
+  }
+  return false;
+}
+
 /// What a scanner met.
 struct ScanCounters {
   std::uint64_t junkBytes = 0;  ///< Dropped without being a packet; a lead-in ahead of the first packet is none.

@@ -53,9 +53,13 @@ class ResourceBare : public Resource {
     reader.resume();
     ByteView packet;
     std::uint64_t junkBefore = 0;
+    DamageTimes gaps(damage);
     const auto noteJunk = [&] {
       const std::uint64_t junk = reader.counters().junkBytes;
+      if (junk == junkBefore) return;
       note(stream, DamageKind::JunkBytes, junk - junkBefore);
+      gaps.expect();
+      gaps.reach(stream.knownTime());
       junkBefore = junk;
     };
     while (!cancelled() && reader.next(packet)) {
@@ -63,6 +67,7 @@ class ResourceBare : public Resource {
       ByteView ownPart = packet;
       if (OwnPackets{}(reader.packetType(), ownPart)) ++stream.counters.packets;
       stream.take(packet, Pass::Scan);
+      if (gaps.expects()) gaps.read(stream.knownTime());
       progress.moved(reader.filePosition());
     }
     noteJunk();

@@ -76,7 +76,14 @@ void ResourceOgg::meetPage(const ogg_page& page) {
     stream = codec->makeStream({codec->code, kind, serial});
     auto logical = std::make_unique<LogicalVrel>(path, serial);
     logical->pages().expectPrimary();
-    member = members_.insert({serial, {stream.get(), logical.get(), place, place}}).first;
+    member = members_
+                 .insert({serial,
+                          {.stream = stream.get(),
+                           .logical = logical.get(),
+                           .firstPage = place,
+                           .restartPage = place,
+                           .gaps = DamageTimes(damage)}})
+                 .first;
     logicals.emplace(serial, std::move(logical));
   }
   Member& known = member->second;
@@ -158,21 +165,53 @@ void ResourceOgg::firstPass() {
   reader_.restart();
 }
 
-void ResourceOgg::scanPage(const Member& member, const ogg_page& page) {
+void ResourceOgg::scanPackets(Member& member) {
+  Stream& stream = *member.stream;
+  ogg_packet packet;
+  while (const int result = member.logical->pages().takePacket(packet)) {
+    if (result < 0) {
+      member.gaps.reach(stream.knownTime());
+      continue;
+    }
+    // The packets of a Stream without an accepted header are taken all the same, so that they do not pile up.
+    if (!stream.headerAccepted()) continue;
+    stream.take(ByteView(packet.packet, static_cast<std::size_t>(packet.bytes)), Pass::Scan);
+    if (member.gaps.expects()) member.gaps.read(stream.knownTime());
+  }
+}
+
+void ResourceOgg::scanPage(Member& member, const ogg_page& page) {
   Com::VrelStreamDec& pages = member.logical->pages();
   const std::uint64_t lostBefore = pages.pageCounters().pagesLost;
   const std::uint64_t holesBefore = pages.packetCounters().dataHoles;
-  const bool brokenBefore = pages.state() == Com::VrelState::Failed;
+  const Com::VrelState before = pages.state();
   pages.addPage(page);
   const auto note = [&](DamageKind kind, std::uint64_t count) {
     if (count == 0) return;
     damage.note({kind, count, member.stream, member.stream->knownTime()}, kind == DamageKind::PagesLate);
   };
-  note(DamageKind::PagesMissing, pages.pageCounters().pagesLost - lostBefore);
+  if (const std::uint64_t lost = pages.pageCounters().pagesLost - lostBefore; lost > 0) {
+    // This pass meets the header once more, as it meets a repeat block.
+    const bool ofHeader = before == Com::VrelState::ReadRepeat && pages.pageCounters().bosPages == 1;
+    const bool unreadable = member.stream->headerSeen() && !member.stream->headerAccepted();
+    note(ofHeader && unreadable ? DamageKind::HeaderIncomplete : DamageKind::PagesMissing, lost);
+    if (before != Com::VrelState::ReadRepeat) member.gaps.expect();
+    if (before == Com::VrelState::RepeatComplete) {
+      const bool isFirst = pages.pageCounters().bosPages == 1;
+      member.gaps.reach(isFirst ? Lib::kNoTime : member.stream->knownTime());
+    }
+  }
   note(DamageKind::PagesLate, pages.pageClass() == Com::PageClass::Old ? 1 : 0);
   note(DamageKind::PagesTwice, pages.pageClass() == Com::PageClass::Repeated ? 1 : 0);
   note(DamageKind::PacketsDropped, pages.packetCounters().dataHoles - holesBefore);
-  note(DamageKind::StructureBroken, pages.state() == Com::VrelState::Failed && !brokenBefore ? 1 : 0);
+  note(DamageKind::StructureBroken,
+       pages.state() == Com::VrelState::Failed && before != Com::VrelState::Failed ? 1 : 0);
+}
+
+bool ResourceOgg::isForeign(const ogg_page& page) {
+  const std::uint32_t serial = serialOf(page);
+  if (ogg_page_bos(&page) && matchCodec(page) == nullptr && foreign_.size() < kMaxStreams) foreign_.insert(serial);
+  return foreign_.size() >= kMaxStreams || foreign_.contains(serial);
 }
 
 void ResourceOgg::noteInFile(DamageKind kind, std::uint64_t count, bool continues) {
@@ -194,20 +233,18 @@ void ResourceOgg::secondPass() {
   for (auto& [serial, member] : members_) {
     if (!member.stream->headerSeen()) damage.note({.kind = DamageKind::HeaderIncomplete, .stream = member.stream});
   }
+  std::uint64_t unclaimed = 0;
   const auto addPage = [&](const ogg_page& page) {
     const auto member = members_.find(serialOf(page));
-    if (member != members_.end()) scanPage(member->second, page);
+    if (member != members_.end()) {
+      scanPage(member->second, page);
+    } else if (!isForeign(page)) {
+      ++unclaimed;
+    }
   };
   // Where no header was accepted the file is read all the same, for its damage.
   while (!members_.empty() && !cancelled()) {
-    for (auto& [serial, member] : members_) {
-      Stream& stream = *member.stream;
-      // The packets of a Stream without an accepted header are taken all the same, so that they do not pile up.
-      takePackets(*member.logical, [&](ByteView packet) {
-        if (stream.headerAccepted()) stream.take(packet, Pass::Scan);
-        return false;
-      });
-    }
+    for (auto& [serial, member] : members_) scanPackets(member);
     const Com::GapCounters before = reader_.gaps();
     if (!reader_.readBlock(file_, kRecordingBlock, addPage)) break;
     const Com::GapCounters& now = reader_.gaps();
@@ -217,11 +254,13 @@ void ResourceOgg::secondPass() {
   health.gaps = reader_.gaps();
   health.truncatedBytes = reader_.pendingBytes();
   noteInFile(DamageKind::CutOff, health.truncatedBytes);
+  damage.note({.kind = DamageKind::PagesUnclaimed, .count = unclaimed});
   const bool sound = health.sound() && !cancelled();
   for (auto& [serial, member] : members_) {
     Stream& stream = *member.stream;
     stream.counters = countersOf(member.logical->pages());
     if (stream.counters.endPages == 0) damage.note({DamageKind::EndMissing, 1, &stream, stream.knownTime()});
+    member.gaps.finish(stream.knownTime());
     stream.endScan();
     if (sound) member.logical->trustFile();
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <vector>
 
 #include "recording/PageReader.h"
@@ -31,6 +32,7 @@ class ResourceOgg final : public Resource {
     std::uint64_t restartPage;  ///< Data from before this page was cut off by a repeat block.
     bool overfull = false;      ///< Data from behind `restartPage` was dropped during identification.
     bool feeding = false;       ///< The first pass still feeds it.
+    DamageTimes gaps;           ///< Where pages are missing.
   };
 
   void identify();
@@ -40,7 +42,11 @@ class ResourceOgg final : public Resource {
   void secondPass();
 
   /// Hands a page to its Stream in the second pass, and notes what is wrong with it.
-  void scanPage(const Member& member, const ogg_page& page);
+  void scanPage(Member& member, const ogg_page& page);
+  /// Decodes the packets at hand in the second pass.
+  static void scanPackets(Member& member);
+  /// Whether a page of no Stream belongs to a logical stream that is known to be of another kind.
+  bool isForeign(const ogg_page& page);
   /// Notes damage that is no single Stream's.
   void noteInFile(DamageKind kind, std::uint64_t count, bool continues = false);
 
@@ -53,6 +59,7 @@ class ResourceOgg final : public Resource {
   Com::PageReader reader_;
   std::uint64_t pagesMet_ = 0;               ///< Pages of all serials that identification has met.
   std::map<std::uint32_t, Member> members_;  ///< By serial, as `streams`.
+  std::set<std::uint32_t> foreign_;          ///< Serials of logical streams of an unknown codec.
 };
 
 }  // namespace Kvex::Sto

@@ -26,7 +26,7 @@ struct StoreStatus {
 namespace Reason {
 inline constexpr std::string_view kNoFile = "no such file, or no regular one";
 inline constexpr std::string_view kUnknownKind = "no kind of file has this ending";
-inline constexpr std::string_view kNoStreams = "it holds no stream of a known kind";
+inline constexpr std::string_view kNoStreams = "no packets of a known kind of stream found";
 inline constexpr std::string_view kCancelled = "cancelled";
 inline constexpr std::string_view kNoTime = "no stream has time";
 inline constexpr std::string_view kNoMode = "no such mode";

@@ -6,8 +6,10 @@
 
 #include "tool/Commands.h"
 #include "tool/Counters.h"
+#include "tool/FileByFile.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
+#include "tool/Seconds.h"
 #include "tool/Text.h"
 
 namespace Kvex::Tool {
@@ -17,7 +19,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 struct CheckOptions {
-  std::string file;
+  std::vector<std::string> files;
   bool json = false;
 };
 
@@ -35,41 +37,67 @@ Json countersJson(std::span<const Counter> counters) {
   return json;
 }
 
-Json placeJson(const Place& place) {
-  return {{"kind", nameOf(place.kind)}, {"stream", place.stream ? Json(*place.stream) : Json()},
-          {"count", place.count},       {"time", place.from != kNoTime ? Json(place.from) : Json()},
-          {"lost", place.lost},         {"text", place.text}};
+Json timeJson(Nano time) {
+  return time == kNoTime ? Json() : Json(time);
 }
 
-std::string reportJson(const File& file) {
+Json utcJson(Nano time) {
+  return time == kNoTime ? Json() : Json(utcText(time));
+}
+
+/// Seconds from one time to another.
+Json secondsJson(Nano from, Nano to) {
+  if (from == kNoTime || to == kNoTime) return nullptr;
+  return secondsBetween(from, to);
+}
+
+Json placeJson(const Place& place, Nano fileStart) {
+  return {{"kind", nameOf(place.kind)},
+          {"stream", place.stream ? Json(*place.stream) : Json()},
+          {"count", place.count},
+          {"lost", place.lost},
+          {"from", timeJson(place.from)},
+          {"to", timeJson(place.to)},
+          {"fromUtc", utcJson(place.from)},
+          {"toUtc", utcJson(place.to)},
+          {"fromSeconds", secondsJson(fileStart, place.from)},
+          {"toSeconds", secondsJson(fileStart, place.to)},
+          {"secondsLost", secondsJson(place.from, place.to)},
+          {"text", place.text}};
+}
+
+Json reportJson(const File& file) {
   Json streams = Json::array();
   for (const Stream& stream : file.streams()) {
     streams.push_back({{"id", stream.id()},
                        {"serial", stream.serial()},
                        {"codec", stream.codec()},
                        {"name", stream.name()},
+                       {"secondsLost", secondsJson(0, file.damage().timeLost(stream.id()))},
                        {"counters", countersJson(ownCounters(stream, file))}});
   }
   const Damage& damage = file.damage();
   Json places = Json::array();
-  for (const Place& place : damage.places()) places.push_back(placeJson(place));
-  const Json all{{"file", file.path()},
-                 {"size", sizeOf(file)},
-                 {"lost", damage.lost()},
-                 {"verdict", damage.sentence()},
-                 {"counters", countersJson(damage.counters())},
-                 {"streams", std::move(streams)},
-                 {"placesInAll", damage.placesInAll()},
-                 {"places", std::move(places)},
-                 {"notes", damage.notes()}};
-  return jsonText(all, 2) + '\n';
+  const Nano fileStart = file.hasTime() ? file.span().start : kNoTime;
+  for (const Place& place : damage.places()) places.push_back(placeJson(place, fileStart));
+  return {{"file", file.path()},
+          {"size", sizeOf(file)},
+          {"judgement", nameOf(file.judgement())},
+          {"lost", damage.lost()},
+          {"verdict", damage.sentence()},
+          {"counters", countersJson(damage.counters())},
+          {"streams", std::move(streams)},
+          {"placesInAll", damage.placesInAll()},
+          {"places", std::move(places)},
+          {"notes", damage.notes()}};
 }
 
 std::string streamsText(const File& file) {
   TextTable table;
   for (const Stream& stream : file.streams()) {
-    std::vector<std::string> names{"stream", "codec"};
-    std::vector<std::string> cells{std::to_string(stream.id()), std::string(stream.codec())};
+    std::vector<std::string> names{"stream", "codec", "secondsLost"};
+    std::vector<std::string> cells{std::to_string(stream.id()), std::string(stream.codec()),
+                                   secondsText(file.damage().timeLost(stream.id()))};
     for (const Counter& counter : ownCounters(stream, file)) {
       names.push_back(counter.name);
       cells.push_back(std::to_string(counter.count));
@@ -101,26 +129,49 @@ std::string reportText(const File& file) {
   return text + damage.sentence() + '\n';
 }
 
-VrelExit checkFile(const CheckOptions& options) {
-  const OpenedFile opened(options.file);
+/// A file that was not closed is as little whole as one that is damaged.
+VrelExit exitFor(const File& file) {
+  return file.judgement() == Judgement::Whole ? VrelExit::Good : VrelExit::Damaged;
+}
+
+VrelExit checkOne(const CheckOptions& options) {
+  const OpenedFile opened(options.files.front());
   Output output;
-  output.write(options.json ? reportJson(opened.file) : reportText(opened.file));
+  output.write(options.json ? jsonText(reportJson(opened.file), 2) + '\n' : reportText(opened.file));
   output.finish();
-  return opened.exit();
+  return exitFor(opened.file);
+}
+
+VrelExit checkMany(const CheckOptions& options) {
+  Output output;
+  const FilesDone done = doEach(options.files, [&](const std::string& path) {
+    const OpenedFile opened(path);
+    const File& file = opened.file;
+    output.write(options.json ? jsonText(reportJson(file)) + '\n'
+                              : fmt::format("{}: {}\n", printable(path), printable(file.damage().sentence())));
+    return exitFor(file);
+  });
+  output.finish();
+  return done.exit();
 }
 
 }  // namespace
 
 void addCheckCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<CheckOptions>();
-  CLI::App* command =
-      addFileCommand(app, "check", "Read a whole file and report whether data in it is damaged or lost", options->file);
+  CLI::App* command = addFilesCommand(
+      app, "check", "Read a whole file and report whether data in it is damaged or lost", options->files);
   command->add_flag("--json", options->json, "Write JSON");
   command->footer(
       "The last line says what the damage means for the data; times in it are seconds from the file's start.\n"
-      "The exit code is 0 if nothing was lost and 3 if something was.\n\n"
+      "A place says between which times data was lost: that of the last record before it and of the first one behind\n"
+      "it, or the start or end of the file where there is none. The exit code is 0 if nothing was lost and 3 if\n"
+      "something was, or the recording was not closed. Of several FILEs each has a line, with --json a line of "
+      "JSON.\n\n"
       "Example:\n  vrel check run.vrel && echo whole");
-  command->callback([options, &action] { action = [options] { return checkFile(*options); }; });
+  command->callback([options, &action] {
+    action = [options] { return options->files.size() == 1 ? checkOne(*options) : checkMany(*options); };
+  });
 }
 
 }  // namespace Kvex::Tool

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "tool/Failure.h"
 
@@ -15,11 +16,19 @@ using Action = std::function<VrelExit()>;
 // `action`. Actions throw `Failure`.
 void addInfoCommand(CLI::App& app, Action& action);
 void addSignalsCommand(CLI::App& app, Action& action);
+void addStatesCommand(CLI::App& app, Action& action);
 void addExportCommand(CLI::App& app, Action& action);
 void addCheckCommand(CLI::App& app, Action& action);
 void addSynthCommand(CLI::App& app, Action& action);
 
+/// --force: a recording that is in the place of the output may be replaced.
+void addForceOption(CLI::App& command, bool& force);
+
 /// A subcommand that reads a FILE.
 CLI::App* addFileCommand(CLI::App& app, const std::string& name, const std::string& description, std::string& file);
+
+/// A subcommand that reads one FILE or more.
+CLI::App* addFilesCommand(CLI::App& app, const std::string& name, const std::string& description,
+                          std::vector<std::string>& files);
 
 }  // namespace Kvex::Tool

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "codecs.h"
+#include "store/Content.h"
 #include "store/DataStore.h"
 
 namespace Kvex::Tool {
@@ -86,9 +87,10 @@ int convert(const ConversionOptions& options) {
     store.addToQuery(query, Sto::kDirectMode, *zintStream, name);
   }
 
-  // Opening the input for output would empty it.
+  // Opening a recording for output, the input above all, would empty it.
   std::error_code ignored;
-  if (std::filesystem::equivalent(options.inputPath, options.outputPath, ignored)) {
+  if (std::filesystem::equivalent(options.inputPath, options.outputPath, ignored) ||
+      Sto::holdsRecording(options.outputPath.string(), allCodecs())) {
     return failOutput(options.outputPath);
   }
   std::ofstream out(options.outputPath);

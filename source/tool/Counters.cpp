@@ -2,13 +2,16 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <vector>
+
+#include "tool/Seconds.h"
 
 namespace Kvex::Tool {
 
 namespace {
 
-constexpr std::string_view kDamageCounters[] = {"pagesRejected", "pagesLost", "holes",    "skippedBytes",
-                                                "skippedRuns",   "junkBytes", "junkRuns", "truncatedBytes"};
+constexpr std::string_view kDamageCounters[] = {"pagesRejected", "pagesLost", "holes"};
 
 }  // namespace
 
@@ -17,13 +20,19 @@ std::span<const Counter> ownCounters(const Stream& stream, const File& file) {
   return all.first(all.size() - file.damage().counters().size());
 }
 
-std::string damageText(std::span<const Counter> counters) {
-  std::string text;
-  for (const Counter& counter : counters) {
-    if (counter.count == 0 || std::ranges::find(kDamageCounters, counter.name) == std::end(kDamageCounters)) continue;
-    text += fmt::format("{}{} {}", text.empty() ? "" : ", ", counter.name, counter.count);
+std::string streamDamageText(const Stream& stream, const File& file) {
+  std::vector<std::string> parts;
+  const Nano lost = file.damage().timeLost(stream.id());
+  if (lost > 0) parts.push_back(fmt::format("{} s of data lost", secondsText(lost)));
+  for (const Counter& counter : ownCounters(stream, file)) {
+    const bool means = std::ranges::find(kDamageCounters, counter.name) != std::end(kDamageCounters);
+    if (means && counter.count > 0) parts.push_back(fmt::format("{} {}", counter.name, counter.count));
   }
-  return text.empty() ? "none" : text;
+  const bool open = std::ranges::any_of(file.damage().places(), [&](const Place& place) {
+    return place.kind == DamageKind::EndMissing && place.stream == stream.id();
+  });
+  if (open) parts.emplace_back("no end page");
+  return parts.empty() ? "none" : fmt::format("{}", fmt::join(parts, ", "));
 }
 
 }  // namespace Kvex::Tool

@@ -9,7 +9,7 @@ namespace Kvex::Tool {
 /// What the scan counted for a stream alone: packets, and in a recording pages.
 std::span<const Counter> ownCounters(const Stream& stream, const File& file);
 
-/// "pagesLost 3, holes 1": the counts above 0 that mean damage; "none" without any.
-std::string damageText(std::span<const Counter> counters);
+/// "3.1 s of data lost (pagesLost 3, holes 1)": what is wrong with one stream; "none" for nothing.
+std::string streamDamageText(const Stream& stream, const File& file);
 
 }  // namespace Kvex::Tool

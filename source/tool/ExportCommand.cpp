@@ -6,37 +6,56 @@
 #include <optional>
 
 #include "tool/Commands.h"
+#include "tool/CsvOptions.h"
+#include "tool/FolderExport.h"
+#include "tool/Messages.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
 #include "tool/SignalChoice.h"
+#include "tool/SignalUse.h"
+#include "tool/TableFormats.h"
 #include "tool/TableFormatter.h"
 #include "tool/TableWriter.h"
 #include "tool/Text.h"
+#include "tool/TimeOption.h"
 
 namespace Kvex::Tool {
 
 namespace {
 
 struct ExportOptions {
-  std::string file;
+  std::vector<std::string> files;
+  std::string file;  ///< The one that is written just now.
   std::string output;
   SignalChoice choice;
   TypedSpan span;
   Nano period = kNanosPerSecond;
   std::optional<Nano> maxAge;
   bool native = false;
-  std::optional<TableFormat> format;
+  bool used = false;
+  const NamedFormat* format = nullptr;  ///< By the ending of the output without.
+  bool force = false;
+  CsvOptions csv;
   TableStyle style;
 };
 
-const std::map<std::string, TableFormat> kFormats{{"csv", TableFormat::Csv}, {"ndjson", TableFormat::Ndjson}};
 const std::map<std::string, TimeForm> kTimeForms{
     {"gps", TimeForm::Gps}, {"utc", TimeForm::Utc}, {"elapsed", TimeForm::Elapsed}};
 
-TableFormat formatOf(const ExportOptions& options) {
-  if (options.format) return *options.format;
-  const std::string ending = lowerExtension(options.output);
-  return ending == ".ndjson" || ending == ".jsonl" ? TableFormat::Ndjson : TableFormat::Csv;
+void checkCsvOptions(const ExportOptions& options, TableFormat format) {
+  if (format == TableFormat::Csv || !options.csv.given()) return;
+  throw Failure("--dialect, --delimiter and --decimal are for CSV only", VrelExit::WrongUsage);
+}
+
+/// GPS nanoseconds have 19 digits.
+void noteSpreadsheetTimes(const TableStyle& style) {
+  if (!style.csv.byteOrderMark || style.time != TimeForm::Gps) return;
+  say("vrel: note: spreadsheets keep 15 digits, which is too few for times in nanoseconds; --time elapsed gives "
+      "seconds");
+}
+
+void warnOfSpreadsheet(const std::string& warning) {
+  if (!warning.empty()) say("vrel: warning: {}", warning);
 }
 
 void checkOutput(const ExportOptions& options) {
@@ -44,6 +63,7 @@ void checkOutput(const ExportOptions& options) {
   if (std::filesystem::equivalent(options.file, options.output, ignored)) {
     throw Failure("the output is the input file", VrelExit::WrongUsage);
   }
+  checkReplaceable(options.output, options.force);
 }
 
 /// The signals of each stream, streams and signals in their order.
@@ -69,52 +89,62 @@ Grid gridOf(const ExportOptions& options) {
   return options.maxAge ? grid.withMaxAge(*options.maxAge) : grid;
 }
 
-/// Writes the rows and returns how many there are, as the next one does.
-std::size_t writeGrid(File& file, const std::vector<Signal>& signals, const ExportOptions& options, ReadOptions reading,
-                      TableWriter& table) {
+void writeGrid(File& file, const std::vector<Signal>& signals, const ExportOptions& options, ReadOptions reading,
+               TableWriter& table) {
   if (!reading.start) reading.start = file.span().start;
   if (!reading.end) reading.end = file.span().end;
-  std::size_t rows = 0;
-  for (const Batch& batch : file.grid(signals, gridOf(options), reading)) {
-    rows += batch.rows();
-    table.add(batch, 0);
-  }
-  return rows;
+  for (const Batch& batch : file.grid(signals, gridOf(options), reading)) table.add(batch, 0);
 }
 
 /// The fields of the table are those of the parts, one after the other.
-std::size_t writeNative(File& file, const std::vector<std::vector<Signal>>& parts, const ReadOptions& reading,
-                        TableWriter& table) {
-  std::size_t rows = 0;
+void writeNative(File& file, const std::vector<std::vector<Signal>>& parts, const ReadOptions& reading,
+                 TableWriter& table) {
   std::uint32_t firstField = 0;
   for (const std::vector<Signal>& part : parts) {
-    for (const Batch& batch : file.native(part, reading)) {
-      rows += batch.rows();
-      table.add(batch, firstField);
-    }
+    for (const Batch& batch : file.native(part, reading)) table.add(batch, firstField);
     for (const Signal& signal : part) firstField += signal.count();
   }
-  return rows;
 }
 
-void writeNote(const std::string& note) {
-  fmt::print(stderr, "vrel: note: {}\n", printable(note));
+std::vector<Signal> signalsFor(OpenedFile& opened, const ExportOptions& options) {
+  std::vector<Signal> signals = chooseSignals(opened.file, options.choice);
+  return options.used ? usedSignals(opened.file, signals, opened.watched()) : signals;
 }
 
-VrelExit exportSignals(ExportOptions options) {
+/// All tables of a file into a folder.
+VrelExit exportTables(const ExportOptions& options) {
+  OpenedFile opened(options.file);
+  const std::vector<Signal> signals = signalsFor(opened, options);
+  const ChosenSpan span = opened.file.nativeSpan(options.span, signals);
+  tellNotes(opened.file, span);
+  FolderExport folder(options.output, options.force, options.style, std::string(options.format->endings[0]), signals,
+                      opened.file.span().start);
+  ReadOptions reading;
+  reading.start = span.start;
+  reading.end = span.end;
+  reading.stop = opened.stop.token();
+  reading.progress = opened.progress.callback();
+  folder.write(opened.file, reading);
+  folder.finish();
+  opened.progress.clear();
+  for (const std::string& warning : folder.spreadsheetWarnings()) warnOfSpreadsheet(warning);
+  opened.tellJudgement();
+  return opened.exit();
+}
+
+VrelExit exportSignals(const ExportOptions& options) {
   checkOutput(options);
-  options.style.format = formatOf(options);
   OpenedFile opened(options.file);
   File& file = opened.file;
-  std::vector<Signal> signals = chooseSignals(file, options.choice);
+  std::vector<Signal> signals = signalsFor(opened, options);
   const std::vector<std::vector<Signal>> parts = byStream(signals);
   if (options.native) signals = joined(parts);
   if (options.native && options.style.shape == TableShape::Wide && parts.size() > 1) {
     throw Failure("the native samples of several streams make no one table; choose one with --stream, or use --long");
   }
   const ChosenSpan span = options.native ? file.nativeSpan(options.span, signals) : file.gridSpan(options.span);
-  for (const std::string& note : span.notes) writeNote(note);
-  Output output(options.output);
+  tellNotes(file, span);
+  Output output(options.output, {.force = options.force});
   TableFormatter formatter(options.style, signals, file.span().start);
   TableWriter table(output, formatter);
   ReadOptions reading = table.readOptions(options.native);
@@ -123,30 +153,43 @@ VrelExit exportSignals(ExportOptions options) {
   reading.stop = opened.stop.token();
   // A bar would stand in the midst of a table that goes to the terminal.
   if (!output.isTerminal()) reading.progress = opened.progress.callback();
-  const std::size_t rows =
-      options.native ? writeNative(file, parts, reading, table) : writeGrid(file, signals, options, reading, table);
+  if (options.native) {
+    writeNative(file, parts, reading, table);
+  } else {
+    writeGrid(file, signals, options, reading, table);
+  }
   table.finish();
+  TableWriter::endTable(output, formatter);
   output.finish();
   opened.progress.clear();
-  if (rows == 0) writeNote("the table has no rows: there is no sample of these signals in the span");
-  opened.warnOfDamage();
+  warnOfSpreadsheet(spreadsheetWarning(formatter));
+  if (formatter.records() == 0) {
+    say("vrel: note: \"{}\": the table is empty: these signals have no sample in the span", printable(file.path()));
+  }
+  opened.tellJudgement();
   return opened.exit();
 }
 
-CLI::Option* addTimeOption(CLI::App& command, const std::string& name, std::optional<TimeText>& time,
-                           const std::string& description) {
-  return command
-      .add_option_function<std::string>(
-          name,
-          [name, &time](const std::string& text) {
-            try {
-              time = TimeText(text);
-            } catch (const Error& error) {
-              throw CLI::ValidationError(name, error.reason());
-            }
-          },
-          description)
-      ->type_name("TIME");
+VrelExit exportFiles(ExportOptions options) {
+  const bool toFolder = namesFolder(options.output);
+  if (!toFolder && options.files.size() > 1) {
+    throw Failure("several files make several tables; give them a folder: -o FOLDER/", VrelExit::WrongUsage);
+  }
+  if (options.format == nullptr) options.format = &formatOfOutput(toFolder ? "" : options.output);
+  options.style.format = options.format->format;
+  checkCsvOptions(options, options.style.format);
+  options.style.csv = dialectOf(options.csv, {.delimiter = options.format->delimiter});
+  noteSpreadsheetTimes(options.style);
+  options.file = options.files.front();
+  if (!toFolder) return exportSignals(options);
+  if (options.native && options.files.size() == 1) return exportTables(options);
+  const OutputFolder folder(options.output);
+  const auto exportOne = [&](const std::string& file, const std::string& output) {
+    options.file = file;
+    options.output = output;
+    return options.native ? exportTables(options) : exportSignals(options);
+  };
+  return exportEach(options.files, folder, options.native ? "" : std::string(options.format->endings[0]), exportOne);
 }
 
 constexpr const char* kFooter =
@@ -169,23 +212,37 @@ constexpr const char* kFooter =
     "With --native the table has all samples as the recording carried them in place of values at regular times: a\n"
     "line for each record, with cells empty for signals that it did not bring, from the first record to the last,\n"
     "or from --start to below --end. It is of one stream; with --long it may be of several, one after the other.\n\n"
+    "With --native -o FOLDER/ there is a file for each table of each stream, and signals.csv lists their columns:\n"
+    "file,column,stream,name,unit,type,description. Characters other than letters, digits, \".\", \"_\" and \"-\" are\n"
+    "percent-encoded in the names of the files. Several FILEs make a table each, named as they are (with --native a\n"
+    "folder each); a file that fails does not keep the others from being written.\n\n"
     "Flags are a sum: 128 never written, 64 not available, 32 the device says that there is no value, 16 the stamp\n"
     "is no real time, 8 and 4 at the high or low end of its range, 2 provisional, 1 expired. Values with no other\n"
     "flag than 16 are usable.\n\n"
     "Example, two signals a hundred times a second for the first minute:\n"
     "  vrel export run.vrel --signal 'GnssInt1_L*' --period 0.01 --end +60 -o run.csv\n\n"
     "Example, every sample of two signals of stream 2:\n"
-    "  vrel export run.vrel --native --stream 2 --signal Lat --signal Lon -o run.csv";
+    "  vrel export run.vrel --native --stream 2 --signal Lat --signal Lon -o run.csv\n\n"
+    "Example, everything in a file, a table for each kind of record; and one table for each of many files:\n"
+    "  vrel export run.vrel --native -o run/\n"
+    "  vrel export *.vrel --signal Lat --signal Lon -o tables/";
 
 }  // namespace
 
 void addExportCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<ExportOptions>();
-  CLI::App* command = addFileCommand(app, "export", "Write the values of signals over time as a table", options->file);
-  command->add_option("-o,--output", options->output, "Write to this file, else to standard output")->type_name("OUT");
+  CLI::App* command =
+      addFilesCommand(app, "export", "Write the values of signals over time as a table", options->files);
+  command
+      ->add_option(
+          "-o,--output", options->output,
+          "Write to this file, else to standard output. A folder, or a name that ends with \"/\", takes a table "
+          "for each FILE, with --native the tables of each")
+      ->type_name("OUT");
   addSignalOption(*command, options->choice,
                   "Signals to write, in this order; may be given several times. Without it: all signals");
   addStreamOption(*command, options->choice);
+  command->add_flag("--used", options->used, "Leave out signals without a usable sample; reads the file once more");
   addTimeOption(*command, "--start", options->span.start,
                 "First time, else the file's start. That is 100 ms behind the first stream's start if the streams do "
                 "not all start at the same time, so that the first row has values of those that start together");
@@ -220,10 +277,11 @@ void addExportCommand(CLI::App& app, Action& action) {
       "One line for each time and signal, with flags and stamp");
   command
       ->add_option_function<std::string>(
-          "--format", [options](const std::string& name) { options->format = kFormats.at(name); },
-          "csv or ndjson (JSON lines); else by the ending of OUT")
+          "--format", [options](const std::string& name) { options->format = &formatNamed(name); },
+          "csv, tsv (tabs), json (an array) or ndjson (JSON lines); else by the ending of OUT")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember(kFormats).description(""));
+      ->check(CLI::IsMember(formatNames()).description(""));
+  addForceOption(*command, options->force);
   command
       ->add_option_function<std::string>(
           "--time", [options](const std::string& name) { options->style.time = kTimeForms.at(name); },
@@ -231,10 +289,11 @@ void addExportCommand(CLI::App& app, Action& action) {
       ->type_name("FORM")
       ->check(CLI::IsMember(kTimeForms).description(""));
   command->add_flag("--qualified", options->style.qualified, "Every name with its stream: \"2:Lat [°]\"");
+  addCsvOptions(*command, options->csv);
   command->add_flag("--flags", options->style.flags, "A column of flags after each value");
   command->add_flag("--text", options->style.valueTexts, "Texts in place of values, for signals that have them");
   command->footer(kFooter);
-  command->callback([options, &action] { action = [options] { return exportSignals(*options); }; });
+  command->callback([options, &action] { action = [options] { return exportFiles(*options); }; });
 }
 
 }  // namespace Kvex::Tool

@@ -1,7 +1,6 @@
 #include "tool/OpenedFile.h"
 
-#include <fmt/format.h>
-
+#include "tool/Messages.h"
 #include "tool/Text.h"
 
 namespace Kvex::Tool {
@@ -10,14 +9,22 @@ OpenedFile::OpenedFile(const std::string& path) : file(path, {.progress = progre
   progress.clear();
 }
 
-VrelExit OpenedFile::exit() const {
-  return file.damage().lost() ? VrelExit::Damaged : VrelExit::Good;
+ReadOptions OpenedFile::watched() {
+  return {.progress = progress.callback(), .stop = stop.token()};
 }
 
-void OpenedFile::warnOfDamage() const {
-  if (!file.damage().lost()) return;
-  fmt::print(stderr, "vrel: warning: data in \"{}\" was damaged or lost; \"vrel check\" says what\n",
-             printable(file.path()));
+VrelExit OpenedFile::exit() const {
+  return file.judgement() == Judgement::Damaged ? VrelExit::Damaged : VrelExit::Good;
+}
+
+void OpenedFile::tellJudgement() const {
+  const Judgement judgement = file.judgement();
+  if (judgement == Judgement::OpenEnded) {
+    say("vrel: note: \"{}\": {}", printable(file.path()), file.damage().sentence());
+  }
+  if (judgement == Judgement::Damaged) {
+    say("vrel: warning: data in \"{}\" was damaged or lost; \"vrel check\" says what", printable(file.path()));
+  }
 }
 
 }  // namespace Kvex::Tool

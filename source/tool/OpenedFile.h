@@ -15,10 +15,13 @@ class OpenedFile {
   /// Throws what `File` throws.
   explicit OpenedFile(const std::string& path);
 
-  /// `Damaged` if data was lost, else `Good`.
+  /// `Damaged` for a file that is judged so, else `Good`: all that was written to one that was not closed is there.
   VrelExit exit() const;
-  /// Says on standard error that data was lost, if it was.
-  void warnOfDamage() const;
+  /// Says on standard error that the file is damaged or was not closed, if so.
+  void tellJudgement() const;
+
+  /// Options of a reading that shows how far it is, for as long as this stands, and that an interrupt stops.
+  ReadOptions watched();
 
   StopOnInterrupt stop;
   ProgressBar progress;

@@ -3,9 +3,11 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
+#include <kvex/Content.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 #include "tool/Failure.h"
 #include "tool/Interrupt.h"
@@ -28,13 +30,25 @@ mode_t permissionsOf(const std::string& target) {
 
 }  // namespace
 
-Output::Output(std::string path) : path_(std::move(path)) {
+void checkReplaceable(const std::string& path, bool force) {
+  if (force || !holdsRecording(path)) return;
+  throw Failure(fmt::format("\"{}\" holds a recording, which is not replaced without --force", printable(path)));
+}
+
+Output::Output(std::string path) : Output(std::move(path), Options{}) {}
+
+Output::Output(std::string path, Options options) : path_(std::move(path)) {
   if (path_.empty() || path_ == "-") {
     path_.clear();
     descriptor_ = STDOUT_FILENO;
   } else {
+    checkReplaceable(path_, options.force);
     openFile();
   }
+  if (!options.onlyToWrite || temporary_.empty()) return;
+  onlyToWrite_ = true;
+  flushSize_ = kSmallFlushSize;
+  closeFile();
 }
 
 Output::~Output() {
@@ -73,7 +87,7 @@ void Output::fail(int error) const {
 }
 
 void Output::write(std::string_view records) {
-  if (records.size() < kFlushSize) {
+  if (records.size() < flushSize_) {
     buffer_.append(records);
     return endRecord();
   }
@@ -82,11 +96,21 @@ void Output::write(std::string_view records) {
 }
 
 void Output::flush() {
+  if (onlyToWrite_ && buffer_.size() == 0) return;
   writeOut({buffer_.data(), buffer_.size()});
   buffer_.clear();
 }
 
-void Output::writeOut(std::string_view rest) const {
+void Output::closeFile() {
+  if (descriptor_ < 0 || descriptor_ == STDOUT_FILENO) return;
+  if (::close(std::exchange(descriptor_, -1)) != 0) fail(errno);
+}
+
+void Output::writeOut(std::string_view rest) {
+  if (onlyToWrite_) {
+    descriptor_ = ::open(temporary_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    if (descriptor_ < 0) fail(errno);
+  }
   bool atLineStart = true;
   while (!rest.empty()) {
     if (interrupted()) {
@@ -102,15 +126,12 @@ void Output::writeOut(std::string_view rest) const {
     rest.remove_prefix(static_cast<std::size_t>(written));
   }
   if (interrupted()) throw Interrupted();
+  if (onlyToWrite_) closeFile();
 }
 
 void Output::finish() {
   flush();
-  if (descriptor_ != STDOUT_FILENO) {
-    const int closed = ::close(descriptor_);
-    descriptor_ = -1;
-    if (closed != 0) fail(errno);
-  }
+  closeFile();
   if (temporary_.empty()) return;
   if (::rename(temporary_.c_str(), target_.c_str()) != 0) fail(errno);
   temporary_.clear();

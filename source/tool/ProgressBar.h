@@ -7,8 +7,8 @@
 
 namespace Kvex::Tool {
 
-/// "Reading   [####      ]  40 %": `fraction` is brought between 0 and 1.
-std::string barText(std::string_view title, double fraction);
+/// "Reading   [####      ]  40 %", shorter than `columns`: `fraction` is brought between 0 and 1.
+std::string barText(std::string_view title, double fraction, std::size_t columns);
 
 /// What a bar is called while the library is busy with this.
 std::string_view titleOf(Activity activity);

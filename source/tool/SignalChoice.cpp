@@ -1,7 +1,6 @@
 #include "tool/SignalChoice.h"
 
 #include <algorithm>
-#include <fmt/format.h>
 
 #include "tool/Failure.h"
 #include "tool/Text.h"
@@ -12,12 +11,9 @@ bool SignalChoice::takesStream(std::uint32_t streamId) const {
   return streamIds.empty() || std::ranges::find(streamIds, streamId) != streamIds.end();
 }
 
-void checkStreamIds(const File& file, const SignalChoice& choice) {
-  for (const std::uint32_t id : choice.streamIds) (void)file.stream(id);
-}
-
-CLI::Option* addSignalOption(CLI::App& command, SignalChoice& choice, const std::string& description) {
-  return command.add_option("--signal", choice.patterns, description)->type_name("PATTERN")->allow_extra_args(false);
+CLI::Option* addSignalOption(CLI::App& command, SignalChoice& choice, const std::string& description,
+                             const std::string& names) {
+  return command.add_option(names, choice.patterns, description)->type_name("PATTERN")->allow_extra_args(false);
 }
 
 CLI::Option* addStreamOption(CLI::App& command, SignalChoice& choice) {
@@ -35,15 +31,6 @@ std::vector<Signal> chooseSignals(const File& file, const SignalChoice& choice) 
     if (error.code() != ErrorCode::NoSuchSignal || !error.candidates().empty()) throw;
     throw Failure(printable(error.reason()) + "; \"vrel signals\" lists the names");
   }
-}
-
-std::string noMatchText(std::string_view pattern, const std::vector<Signal>& offered) {
-  std::string names;
-  for (const std::string& name : nearNames(pattern, offered)) {
-    names += (names.empty() ? "" : ", ") + printable(name);
-  }
-  return fmt::format("no signal matches \"{}\"; {}", printable(pattern),
-                     names.empty() ? "\"vrel signals\" lists the names" : "did you mean " + names + '?');
 }
 
 }  // namespace Kvex::Tool

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <kvex/File.h>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace Kvex::Tool {
@@ -19,17 +18,12 @@ struct SignalChoice {
 };
 
 /// The options "--signal" and "--stream" of a command.
-CLI::Option* addSignalOption(CLI::App& command, SignalChoice& choice, const std::string& description);
+CLI::Option* addSignalOption(CLI::App& command, SignalChoice& choice, const std::string& description,
+                             const std::string& names = "--signal");
 CLI::Option* addStreamOption(CLI::App& command, SignalChoice& choice);
 
 /// The signals that have values over time and are asked for, as `File::choose` chooses them. Throws as that, and a
 /// `Failure` that says where the names are listed if no name is near.
 std::vector<Signal> chooseSignals(const File& file, const SignalChoice& choice);
-
-/// Throws `NoSuchStream` for a stream that the file does not have.
-void checkStreamIds(const File& file, const SignalChoice& choice);
-
-/// "no signal matches "Latt"; did you mean Lat?", with names of the signals that there are.
-std::string noMatchText(std::string_view pattern, const std::vector<Signal>& offered);
 
 }  // namespace Kvex::Tool

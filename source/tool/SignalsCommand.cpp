@@ -1,112 +1,116 @@
+#include <algorithm>
 #include <fmt/format.h>
 #include <memory>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 #include "tool/Commands.h"
+#include "tool/Messages.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
 #include "tool/SignalChoice.h"
+#include "tool/SignalUse.h"
+#include "tool/SignalsTable.h"
 #include "tool/Text.h"
 
 namespace Kvex::Tool {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 struct SignalsOptions {
   std::string file;
   SignalChoice choice;
-  std::string match;
+  std::vector<std::string> words;
+  bool fast = false;
+  bool used = false;
+  bool unused = false;
+  bool changed = false;
   bool json = false;
 };
 
-std::vector<Signal> listSignals(const File& file, const SignalsOptions& options) {
-  checkStreamIds(file, options.choice);
-  std::vector<Signal> offered = file.signals();
-  std::erase_if(offered, [&](const Signal& signal) { return !options.choice.takesStream(signal.stream()); });
-  std::vector<Signal> listed = offered;
-  std::erase_if(listed, [&](const Signal& signal) { return !signal.matches(options.match); });
-  if (listed.empty() && !offered.empty()) {
-    fmt::print(stderr, "vrel: {}\n", noMatchText(options.match, offered));
-  }
-  return listed;
-}
-
-Json valueJson(const std::optional<Value>& value) {
-  if (!value) return nullptr;
-  return {{"value", jsonValue(*value)}, {"flags", value->flags()}, {"time", value->stamp()}};
-}
-
-Json signalJson(const Signal& signal) {
-  return {{"stream", signal.stream()},
-          {"ordinal", signal.ordinal()},
-          {"name", signal.name()},
-          {"type", nameOf(signal.type())},
-          {"count", signal.count()},
-          {"unit", signal.unit()},
-          {"description", signal.description()},
-          {"resolution", signal.resolution()},
-          {"decimals", signal.decimals()},
-          {"range", {signal.rangeLow(), signal.rangeHigh()}},
-          {"dial", {signal.dialStart(), signal.dialSweep()}},
-          {"group", signal.mask()},
-          {"table", signal.table()},
-          {"text", signal.hasTexts()},
-          {"first", valueJson(signal.first())},
-          {"last", valueJson(signal.last())}};
-}
-
 /// An array with a line for each signal.
-void writeJson(Output& output, const std::vector<Signal>& signals) {
+void writeJson(Output& output, const std::vector<ListedSignal>& signals, bool walked) {
   output.write("[");
   std::string_view separator = "\n";
-  for (const Signal& signal : signals) {
+  for (const ListedSignal& signal : signals) {
     output.write(separator);
-    output.write(jsonText(signalJson(signal)));
+    output.write(jsonText(signalJson(signal, walked)));
     separator = ",\n";
   }
   output.write("\n]\n");
 }
 
-std::string valueText(const std::optional<Value>& value, const Signal& signal) {
-  return value && value->usable() ? valueWithText(*value, signal) : "-";
+/// The width of the terminal that standard output goes to; 0 for none.
+std::size_t terminalWidth(const Output& output) {
+  winsize size{};
+  return output.isTerminal() && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }
 
-void writeTable(Output& output, const std::vector<Signal>& signals) {
-  TextTable table;
-  table.addRow({"STREAM", "NAME", "TYPE", "COUNT", "UNIT", "FIRST", "LAST", "DESCRIPTION"});
-  for (const Signal& signal : signals) {
-    table.addRow({std::to_string(signal.stream()), signal.name(), std::string(nameOf(signal.type())),
-                  std::to_string(signal.count()), signal.unit(), valueText(signal.first(), signal),
-                  valueText(signal.last(), signal), signal.description()});
-  }
-  output.write(table.text());
+bool keeps(const SignalsOptions& options, const ListedSignal& listed) {
+  return (!options.used || listed.used()) && (!options.unused || !listed.used()) &&
+         (!options.changed || listed.changed());
 }
 
 VrelExit showSignals(const SignalsOptions& options) {
-  const OpenedFile opened(options.file);
-  const std::vector<Signal> signals = listSignals(opened.file, options);
+  OpenedFile opened(options.file);
+  const std::vector<Signal> signals = listSignals(opened.file, options.choice, options.words);
   Output output;
-  options.json ? writeJson(output, signals) : writeTable(output, signals);
+  std::vector<ListedSignal> listed =
+      options.fast ? withoutStatistics(signals) : withStatistics(opened.file, signals, opened.watched());
+  opened.progress.clear();
+  std::erase_if(listed, [&](const ListedSignal& signal) { return !keeps(options, signal); });
+  if (options.json) {
+    writeJson(output, listed, !options.fast);
+  } else {
+    output.write(signalsTable(listed, !options.fast, terminalWidth(output)));
+  }
   output.finish();
-  opened.warnOfDamage();
+  opened.tellJudgement();
   return opened.exit();
 }
+
+constexpr const char* kFooter =
+    "The file is read from end to end once. Of each signal you see how many samples the recording carried, how many "
+    "of\n"
+    "them were usable, samples per second, the first and last usable value, the smallest and the largest, and how\n"
+    "often a usable value differed from the usable one before. An array shows the first and last value of its first\n"
+    "element, marked \"…\", and otherwise what all elements come to. A \"-\": there is none. On a terminal the "
+    "columns\n"
+    "that do not fit are left out. Signals of a stream without time have no values over time and so nothing to "
+    "count.\n\n"
+    "A PATTERN is the name of a signal, in which \"*\" stands for any characters, \"?\" for one and \"[a-c]\" for one "
+    "of\n"
+    "these; \"2:Lat\" is the signal \"Lat\" of stream 2.\n\n"
+    "In JSON the numbers have all their digits. \"first\" and \"last\" have \"value\", \"flags\" and \"time\", which "
+    "is the\n"
+    "stamp of the value in GPS nanoseconds; of an array \"samples\", \"usable\", \"rate\", \"first\", \"last\", "
+    "\"min\", \"max\" and\n"
+    "\"changes\" are lists with an entry for each element. Where there are no values over time they are null.\n\n"
+    "Examples:\n"
+    "  vrel signals run.vrel --changed --signal '*Lat*'\n"
+    "  vrel signals run.vrel --search rtk";
 
 }  // namespace
 
 void addSignalsCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<SignalsOptions>();
   CLI::App* command =
-      addFileCommand(app, "signals", "List the signals of a file with their first and last values", options->file);
+      addFileCommand(app, "signals", "List the signals of a file and what their samples say", options->file);
+  addSignalOption(*command, options->choice, "Only the signals that match; may be given several times",
+                  "--signal,--match");
+  command
+      ->add_option("--search", options->words,
+                   "Only signals with all these words in name, description, unit, table or value texts, in any case")
+      ->type_name("WORD");
   addStreamOption(*command, options->choice);
-  command->add_option("--match", options->match, "Only signals whose name matches, \"*\" and \"?\" as in a shell")
-      ->type_name("GLOB");
+  CLI::Option* const fast =
+      command->add_flag("--fast", options->fast, "Do not read values: names and descriptions only");
+  CLI::Option* const used = command->add_flag("--used", options->used, "Only signals with usable samples");
+  command->add_flag("--unused", options->unused, "Only signals without usable samples")->excludes(used)->excludes(fast);
+  command->add_flag("--changed", options->changed, "Only signals whose usable value changed")->excludes(fast);
+  used->excludes(fast);
   command->add_flag("--json", options->json, "Write a JSON array, one signal on a line");
-  command->footer(
-      "A \"-\" in place of a value: there is none, or it is not usable.\n\n"
-      "Example:\n  vrel signals run.vrel --match '*Latitude*'");
-  options->match = "*";
+  command->footer(kFooter);
   command->callback([options, &action] { action = [options] { return showSignals(*options); }; });
 }
 

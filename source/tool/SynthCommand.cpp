@@ -20,6 +20,7 @@ struct SynthOptions {
   std::uint32_t seconds = 60;
   std::uint64_t seed = 1;
   std::vector<std::string> streams;
+  bool force = false;
 };
 
 /// The protocols with these names; all of them without any.
@@ -56,7 +57,7 @@ VrelExit writeDemo(const SynthOptions& options) {
   if (barePackets && !options.streams.empty()) {
     throw Failure("--streams is for recordings; the ending of a bare file names its protocol", VrelExit::WrongUsage);
   }
-  Output output(options.output);
+  Output output(options.output, {.force = options.force});
   OutputStreambuf streambuf(output);
   std::ostream stream(&streambuf);
   stream.exceptions(std::ios::badbit);  // lets the output's own failures through
@@ -98,6 +99,7 @@ void addSynthCommand(CLI::App& app, Action& action) {
       ->delimiter(',')
       ->allow_extra_args(false)
       ->check(CLI::IsMember(names).description(""));
+  addForceOption(*command, options->force);
   command->footer("Protocols:\n" + descriptions +
                   "\nThe same options give the same bytes.\n\n"
                   "Example:\n  vrel synth demo.vrel --seconds 20");

@@ -11,17 +11,16 @@ std::vector<TableField> fieldsOf(const std::vector<Signal>& signals, bool qualif
   for (std::uint32_t place = 0; place < signals.size(); ++place) {
     const Signal& signal = signals[place];
     for (std::uint32_t element = 0; element < signal.count(); ++element) {
-      fields.push_back({place, element, signal.isArray() ? signal.at(element).name() : signal.name(), {}, {}});
+      fields.push_back({place, element, signal.isArray() ? signal.at(element).name() : signal.name(), {}, {}, {}});
     }
   }
   std::map<std::string, std::set<std::int64_t>> streamsOf{{"time", {-1}}};
   for (const TableField& field : fields) streamsOf[field.name].insert(signals[field.signal].stream());
   for (TableField& field : fields) {
     const Signal& signal = signals[field.signal];
-    const bool shared = streamsOf[field.name].size() > 1;
     const std::string withStream = fmt::format("{}:{}", signal.stream(), field.name);
-    if (qualified) field.name = withStream;
-    const std::string& shown = shared ? withStream : field.name;
+    field.longName = qualified ? withStream : field.name;
+    const std::string& shown = streamsOf[field.name].size() > 1 ? withStream : field.longName;
     field.key = signal.unit().empty() ? shown : fmt::format("{} [{}]", shown, signal.unit());
     field.flagsKey = shown + " flags";
   }

@@ -11,7 +11,8 @@ namespace Kvex::Tool {
 struct TableField {
   std::uint32_t signal = 0;   ///< The place in the list of signals.
   std::uint32_t element = 0;  ///< 0 for a scalar.
-  std::string name;           ///< "Lat", "SatUsed[3]"; "2:Lat" if all names are to have their stream.
+  std::string name;           ///< "Lat", "SatUsed[3]".
+  std::string longName;       ///< The name that a long table shows: with its stream if all names are to have it.
   std::string key;            ///< The name that a wide table shows, with its unit: "2:Lat [°]".
   std::string flagsKey;       ///< The same for the field of flags: "2:Lat flags".
 };

@@ -13,8 +13,9 @@ namespace Kvex::Tool {
 namespace {
 
 constexpr std::string_view kTimeKey = "time";
-constexpr std::string_view kLongKeys = "stream,signal,flags,stamp,value";
-constexpr std::size_t kFlagsRoom = 4;  ///< "255", "null".
+constexpr std::string_view kLongKeys[] = {"stream", "signal", "flags", "stamp", "value"};
+constexpr std::size_t kFlagsRoom = 4;     ///< "255", "null".
+constexpr std::size_t kOpeningRoom = 16;  ///< Of what `openingOf` gives.
 
 char* putText(char* out, std::string_view text) {
   std::memcpy(out, text.data(), text.size());
@@ -64,6 +65,35 @@ char* putNumber(char* out, std::uint64_t bits, bool json) {
   }
 }
 
+/// What stands before the time of a record. In an array it parts the record from the one before.
+std::string_view openingOf(TableFormat format, bool first) {
+  switch (format) {
+    case TableFormat::Json:
+      return first ? "\n{\"time\":" : ",\n{\"time\":";
+    case TableFormat::Ndjson:
+      return "{\"time\":";
+    default:
+      return "";
+  }
+}
+
+/// What ends a record.
+std::string_view closingOf(TableFormat format) {
+  switch (format) {
+    case TableFormat::Json:
+      return "}";
+    case TableFormat::Ndjson:
+      return "}\n";
+    default:
+      return "\n";
+  }
+}
+
+/// Whether a time in UTC has the delimiter in it.
+bool quotesUtc(const CsvDialect& csv) {
+  return csv.delimiter == ':' || csv.delimiter == '.';
+}
+
 Value valueFrom(ValueType type, std::uint64_t bits) {
   Value value;
   visitType(type, [&]<class T>(std::type_identity<T>) { value = Value(numberFrom<T>(bits)); });
@@ -83,14 +113,14 @@ std::optional<std::size_t> placeOf(const ColumnBuffers& column, std::size_t row,
 TableFormatter::TableFormatter(const TableStyle& style, std::vector<Signal> signals, Nano start)
     : style_(style),
       signals_(std::move(signals)),
-      times_(style.time, start, isJson()),
-      open_(isJson() ? "{\"time\":" : ""),
+      times_(style.time, start, isJson() || quotesUtc(style.csv)),
+      open_(openingOf(style.format, true)),
       stampLead_(leadOf("stamp")),
       valueLead_(leadOf("value")),
-      close_(isJson() ? "}\n" : "\n") {
+      close_(closingOf(style.format)) {
   addFields();
   const std::size_t shared =
-      open_.size() + stampLead_.size() + valueLead_.size() + close_.size() + 3 * NumberText::kRoom + kFlagsRoom;
+      kOpeningRoom + stampLead_.size() + valueLead_.size() + close_.size() + 3 * NumberText::kRoom + kFlagsRoom;
   // Of a long table a record has the room of all fields, which is enough for each.
   recordRoom_ = shared;
   for (const Field& field : fields_) {
@@ -99,12 +129,17 @@ TableFormatter::TableFormatter(const TableStyle& style, std::vector<Signal> sign
   }
 }
 
+std::size_t TableFormatter::columnCount() const {
+  if (isLong()) return 1 + std::size(kLongKeys);
+  return 1 + fields_.size() * (style_.flags ? 2 : 1);
+}
+
 std::string TableFormatter::textField(std::string_view text) const {
-  return isJson() ? jsonText(text) : csvField(text);
+  return isJson() ? jsonText(text) : csvField(text, style_.csv.delimiter);
 }
 
 std::string TableFormatter::leadOf(std::string_view key) const {
-  return isJson() ? ',' + jsonText(key) + ':' : ",";
+  return isJson() ? ',' + jsonText(key) + ':' : std::string(1, style_.csv.delimiter);
 }
 
 void TableFormatter::addFields() {
@@ -115,8 +150,8 @@ void TableFormatter::addFields() {
     field.load = loaderOf(signal.type());
     field.hasTexts = style_.valueTexts && signal.hasTexts();
     if (isLong()) {
-      field.lead = fmt::format("{}{}{}{}{}", leadOf("stream"), signal.stream(), leadOf("signal"), textField(about.name),
-                               leadOf("flags"));
+      field.lead = fmt::format("{}{}{}{}{}", leadOf("stream"), signal.stream(), leadOf("signal"),
+                               textField(about.longName), leadOf("flags"));
     } else {
       field.lead = leadOf(about.key);
       field.flagsLead = leadOf(about.flagsKey);
@@ -126,18 +161,31 @@ void TableFormatter::addFields() {
 }
 
 void TableFormatter::appendHeader(fmt::memory_buffer& buffer) const {
+  if (style_.format == TableFormat::Json) buffer.push_back('[');
   if (isJson()) return;
-  std::string line(kTimeKey);
+  std::string line(style_.csv.byteOrderMark ? kByteOrderMark : "");
+  line += kTimeKey;
+  const auto add = [&](std::string_view key) { (line += style_.csv.delimiter) += textField(key); };
   if (isLong()) {
-    line.append(",").append(kLongKeys);
+    for (const std::string_view key : kLongKeys) add(key);
   } else {
     for (const Field& field : fields_) {
-      line += ',' + csvField(field.about.key);
-      if (style_.flags) line += ',' + csvField(field.about.flagsKey);
+      add(field.about.key);
+      if (style_.flags) add(field.about.flagsKey);
     }
   }
   line += close_;
   buffer.append(line);
+}
+
+void TableFormatter::appendFooter(fmt::memory_buffer& buffer) const {
+  if (style_.format == TableFormat::Json) buffer.append(std::string_view("\n]\n"));
+}
+
+char* TableFormatter::putOpening(char* out) {
+  out = putText(out, open_);
+  if (records_++ == 0) open_ = openingOf(style_.format, false);
+  return out;
 }
 
 void TableFormatter::appendRows(fmt::memory_buffer& buffer, const Batch& batch) {
@@ -159,7 +207,7 @@ void TableFormatter::appendRecords(fmt::memory_buffer& buffer, std::span<const T
 }
 
 char* TableFormatter::putRow(fmt::memory_buffer& buffer, char* out, const Batch& batch, std::size_t row) {
-  out = putText(out, open_);
+  out = putOpening(out);
   out = putTime(out, time_, batch.time(row));
   for (Field& field : fields_) {
     const ColumnBuffers& column = batch.buffers(field.about.signal);
@@ -183,7 +231,7 @@ char* TableFormatter::putEmpty(char* out) const {
 
 char* TableFormatter::putRecord(fmt::memory_buffer& buffer, char* out, const TableSample& sample) {
   Field& field = fields_[sample.field];
-  out = putText(out, open_);
+  out = putOpening(out);
   out = putTime(out, time_, sample.time);
   out = putText(out, field.lead);
   out = putInteger(out, unsigned{sample.flags});
@@ -200,11 +248,16 @@ char* TableFormatter::putKept(char* out, const NumberText& kept) {
   return out + kept.size;
 }
 
+void TableFormatter::putDecimal(NumberText& kept) const {
+  if (!isJson() && style_.csv.decimal != '.') std::replace(kept.text.begin(), kept.text.end(), '.', style_.csv.decimal);
+}
+
 char* TableFormatter::putTime(char* out, NumberText& kept, Nano nano) {
   const auto bits = static_cast<std::uint64_t>(nano);
   if (kept.bits != bits || kept.size == 0) {
     kept.size = static_cast<std::size_t>(times_.put(kept.text.data(), nano) - kept.text.data());
     kept.bits = bits;
+    if (style_.time == TimeForm::Elapsed) putDecimal(kept);
   }
   return putKept(out, kept);
 }
@@ -219,6 +272,7 @@ char* TableFormatter::putValue(fmt::memory_buffer& buffer, char* out, Field& fie
   if (kept.bits != bits || kept.size == 0) {
     kept.size = static_cast<std::size_t>(field.putNumber(kept.text.data(), bits, isJson()) - kept.text.data());
     kept.bits = bits;
+    putDecimal(kept);
   }
   return putKept(out, kept);
 }

@@ -29,9 +29,15 @@ class alignas(kCacheLine) TableFormatter {
 
   const TableStyle& style() const { return style_; }
   std::size_t fieldCount() const { return fields_.size(); }
+  /// Columns of a CSV table.
+  std::size_t columnCount() const;
+  /// Records that were appended.
+  std::uint64_t records() const { return records_; }
 
-  /// Appends the line of names that opens a CSV table. JSON has none.
+  /// Appends what opens a table: the line of names in CSV, the bracket in JSON.
   void appendHeader(fmt::memory_buffer& buffer) const;
+  /// Appends what closes a table, if anything does.
+  void appendFooter(fmt::memory_buffer& buffer) const;
   /// Appends the records of a wide table. REQUIRES: a column for each signal, with flags if the style has them.
   void appendRows(fmt::memory_buffer& buffer, const Batch& batch);
   /// Appends the records of a long table.
@@ -60,14 +66,17 @@ class alignas(kCacheLine) TableFormatter {
     NumberText value;
   };
 
-  bool isJson() const { return style_.format == TableFormat::Ndjson; }
+  bool isJson() const { return style_.format != TableFormat::Csv; }
   bool isLong() const { return style_.shape == TableShape::Long; }
   std::string textField(std::string_view text) const;
   /// What comes before a field that is not the first one.
   std::string leadOf(std::string_view key) const;
   void addFields();
   // These write at `out`, where there is room for a record, and return the place behind what they wrote.
+  char* putOpening(char* out);
   static char* putKept(char* out, const NumberText& kept);
+  /// Puts the table's decimal sign in place of the point.
+  void putDecimal(NumberText& kept) const;
   char* putTime(char* out, NumberText& kept, Nano nano);
   char* putValue(fmt::memory_buffer& buffer, char* out, Field& field, std::uint64_t bits) const;
   char* putRow(fmt::memory_buffer& buffer, char* out, const Batch& batch, std::size_t row);
@@ -78,11 +87,12 @@ class alignas(kCacheLine) TableFormatter {
   std::vector<Signal> signals_;
   TimeWriter times_;
   std::vector<Field> fields_;
-  std::string open_;       ///< What comes before the first field of a record.
+  std::string_view open_;  ///< What comes before the first field of a record.
   std::string stampLead_;  ///< What comes before these fields of a long table.
   std::string valueLead_;
-  std::string close_;           ///< What ends a record.
+  std::string_view close_;      ///< What ends a record.
   std::size_t recordRoom_ = 0;  ///< No record is longer, value texts not counted.
+  std::uint64_t records_ = 0;
   NumberText time_;
   NumberText stamp_;
 };

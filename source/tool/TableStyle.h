@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 namespace Kvex::Tool {
 
 enum class TableFormat : std::uint8_t {
   Csv,
+  Json,    ///< An array of objects.
   Ndjson,  ///< JSON lines: one object per line.
 };
 
@@ -20,11 +22,23 @@ enum class TimeForm : std::uint8_t {
   Elapsed,  ///< Seconds from the file's start.
 };
 
+/// How a CSV table is written.
+struct CsvDialect {
+  char delimiter = ',';
+  char decimal = '.';
+  bool byteOrderMark = false;  ///< Before the header: without it some programs do not take a table as UTF-8.
+
+  bool operator==(const CsvDialect&) const = default;
+};
+
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 struct TableStyle {
   TableFormat format = TableFormat::Csv;
   TableShape shape = TableShape::Wide;
   TimeForm time = TimeForm::Gps;
-  bool qualified = false;   ///< Every name with its stream, "2:Lat".
+  bool qualified = false;  ///< Every name with its stream, "2:Lat".
+  CsvDialect csv;
   bool flags = false;       ///< A field of flags after each value; the long shape has it always.
   bool valueTexts = false;  ///< Texts in place of values, where a signal has them.
 };

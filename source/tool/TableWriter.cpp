@@ -7,16 +7,27 @@
 
 namespace Kvex::Tool {
 
-TableWriter::TableWriter(Output& output, TableFormatter& formatter) : output_(output), formatter_(formatter) {
-  formatter_.appendHeader(output_.buffer());
-  output_.endRecord();
+TableWriter::TableWriter(Output& output, TableFormatter& formatter) {
+  beginTable(output, formatter);
+}
+
+void TableWriter::beginTable(Output& output, TableFormatter& formatter) {
+  resumeTable(output, formatter);
+  formatter.appendHeader(output.buffer());
+  output.endRecord();
+}
+
+void TableWriter::resumeTable(Output& output, TableFormatter& formatter) {
+  if (filling_.formatter != &formatter && !filling_.samples.empty()) handOver();
+  filling_.output = &output;
+  filling_.formatter = &formatter;
 }
 
 ReadOptions TableWriter::readOptions(bool sparse) const {
   ReadOptions options;
-  options.flags = isLong() || formatter_.style().flags;
+  options.flags = isLong() || filling_.formatter->style().flags;
   options.stamps = isLong();
-  const std::size_t width = 1 + formatter_.fieldCount();
+  const std::size_t width = 1 + filling_.formatter->fieldCount();
   if (!isLong()) {
     options.batchRows = std::max<std::size_t>(1, kBlockSize / width);
   } else if (!sparse) {
@@ -40,19 +51,26 @@ void TableWriter::finish() {
   writeFormatted();
 }
 
+void TableWriter::endTable(Output& output, const TableFormatter& formatter) {
+  formatter.appendFooter(output.buffer());
+  output.endRecord();
+}
+
 void TableWriter::handOver() {
   writeFormatted();
   std::swap(filling_, formatting_);
+  filling_.output = formatting_.output;
+  filling_.formatter = formatting_.formatter;
   const SignalsBlocked blocked;
   formatted_ = std::async(std::launch::async, [this] { format(formatting_); });
 }
 
-void TableWriter::format(Block& block) {
+void TableWriter::format(Block& block) const {
   block.text.clear();
   if (isLong()) {
-    formatter_.appendRecords(block.text, block.samples);
+    block.formatter->appendRecords(block.text, block.samples);
   } else {
-    formatter_.appendRows(block.text, block.batch);
+    block.formatter->appendRows(block.text, block.batch);
   }
   block.samples.clear();
   block.batch = Batch();
@@ -61,7 +79,7 @@ void TableWriter::format(Block& block) {
 void TableWriter::writeFormatted() {
   if (!formatted_.valid()) return;
   formatted_.get();
-  output_.write({formatting_.text.data(), formatting_.text.size()});
+  formatting_.output->write({formatting_.text.data(), formatting_.text.size()});
 }
 
 }  // namespace Kvex::Tool

@@ -10,12 +10,20 @@
 
 namespace Kvex::Tool {
 
-/// Writes batches of samples as a table. A second thread makes text of what was given before while the caller is
-/// reading on; what is written goes out in the caller's thread.
+/// Writes batches of samples as a table, or as several one after another. A second thread makes text of what was given
+/// before while the caller is reading on; what is written goes out in the caller's thread.
 class TableWriter {
  public:
-  /// Writes the table's header. The formatter is in use until `finish`.
+  /// A writer without a table yet.
+  TableWriter() = default;
+  /// Writes the table's header. Output and formatter are in use until `finish`.
   TableWriter(Output& output, TableFormatter& formatter);
+  /// Writes the header of another table, or goes on with it: what is added from now on belongs to it. The first one
+  /// stays in use as well.
+  void beginTable(Output& output, TableFormatter& formatter);
+  void resumeTable(Output& output, TableFormatter& formatter);
+  /// Writes what closes a table, when the writer has finished.
+  static void endTable(Output& output, const TableFormatter& formatter);
 
   /// What batches of this table are to be read with. `sparse`: a row has samples of few of the signals.
   ReadOptions readOptions(bool sparse) const;
@@ -28,6 +36,8 @@ class TableWriter {
   /// What is made text of in one go. Of a wide table that is a batch. Of a long one it is samples: with few of them in
   /// many columns, a reader goes on much quicker in a batch that nobody else holds.
   struct alignas(kCacheLine) Block {
+    Output* output = nullptr;
+    TableFormatter* formatter = nullptr;
     Batch batch;
     std::vector<TableSample> samples;
     fmt::memory_buffer text;
@@ -39,13 +49,11 @@ class TableWriter {
   static constexpr std::size_t kTurnedValues = 0x2000;
   static constexpr std::size_t kMinTurnedRows = 8;
 
-  bool isLong() const { return formatter_.style().shape == TableShape::Long; }
+  bool isLong() const { return filling_.formatter->style().shape == TableShape::Long; }
   void handOver();
-  void format(Block& block);
+  void format(Block& block) const;
   void writeFormatted();
 
-  Output& output_;
-  TableFormatter& formatter_;
   Block filling_;
   Block formatting_;
   std::future<void> formatted_;  ///< Waits for the formatting when destroyed, so that nothing it uses may come after.

@@ -15,13 +15,12 @@ bool isControl(unsigned char byte) {
   return byte < 0x20 || byte == 0x7F;
 }
 
-/// The number of characters of a UTF-8 text.
+}  // namespace
+
 std::size_t characterCount(std::string_view text) {
   return static_cast<std::size_t>(
       std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
 }
-
-}  // namespace
 
 std::string printable(std::string_view text) {
   std::string result;
@@ -37,8 +36,9 @@ std::string printable(std::string_view text) {
   return result;
 }
 
-std::string csvField(std::string_view text) {
-  if (text.find_first_of(",\"\r\n") == std::string_view::npos) return std::string(text);
+std::string csvField(std::string_view text, char delimiter) {
+  const char special[] = {delimiter, '"', '\r', '\n'};
+  if (text.find_first_of({special, sizeof special}) == std::string_view::npos) return std::string(text);
   std::string result = "\"";
   for (const char c : text) {
     if (c == '"') result += '"';

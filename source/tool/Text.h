@@ -14,8 +14,8 @@ namespace Kvex::Tool {
 /// Control characters become "?".
 std::string printable(std::string_view text);
 
-/// A field of a CSV file, quoted where it holds a comma, a quote or a line end (RFC 4180).
-std::string csvField(std::string_view text);
+/// A field of a CSV file, quoted where it holds the delimiter, a quote or a line end (RFC 4180).
+std::string csvField(std::string_view text, char delimiter = ',');
 
 /// JSON on one line, or indented. Text that is not UTF-8 is made so with replacement characters.
 std::string jsonText(const nlohmann::ordered_json& json, int indent = -1);
@@ -25,6 +25,9 @@ nlohmann::ordered_json jsonValue(const Value& value);
 
 /// A value with the text that its signal has for it: "3 (Locked)".
 std::string valueWithText(const Value& value, const Signal& signal);
+
+/// The number of characters of a UTF-8 text.
+std::size_t characterCount(std::string_view text);
 
 /// Rows of cells, printed with columns of equal width.
 class TextTable {

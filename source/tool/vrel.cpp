@@ -6,6 +6,7 @@
 
 #include "tool/Commands.h"
 #include "tool/Interrupt.h"
+#include "tool/Messages.h"
 #include "tool/Output.h"
 #include "tool/Text.h"
 
@@ -33,7 +34,7 @@ constexpr std::size_t kHelpColumn = 26;
 VrelExit complain(const CLI::App& app, const CLI::ParseError& error) {
   std::string command = "vrel";
   for (const CLI::App* given : app.get_subcommands()) command += ' ' + given->get_name();
-  fmt::print(stderr, "vrel: {}\n\"{} --help\" says how it is used.\n", printable(error.what()), command);
+  say("vrel: {}\n\"{} --help\" says how it is used.", printable(error.what()), command);
   return VrelExit::WrongUsage;
 }
 
@@ -52,11 +53,12 @@ VrelExit run(int argc, char** argv) {
   Action action;
   addInfoCommand(app, action);
   addSignalsCommand(app, action);
+  addStatesCommand(app, action);
   addExportCommand(app, action);
   addCheckCommand(app, action);
   addSynthCommand(app, action);
   if (argc < 2) {
-    fmt::print(stderr, "{}", app.help());
+    sayRaw(app.help());
     return VrelExit::WrongUsage;
   }
   try {
@@ -75,13 +77,14 @@ VrelExit run(int argc, char** argv) {
 }
 
 int report(const Failure& failure) {
-  if (*failure.what() != '\0') fmt::print(stderr, "vrel: {}\n", failure.what());
+  if (*failure.what() != '\0') say("vrel: {}", failure.what());
   return static_cast<int>(failure.exit);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  openStandardDescriptors();
   catchInterrupts();
   try {
     return static_cast<int>(run(argc, argv));
@@ -90,7 +93,7 @@ int main(int argc, char** argv) {
   } catch (const Kvex::Error& error) {
     return report(failureFrom(error));
   } catch (const std::exception& error) {
-    fmt::print(stderr, "vrel: {}\n", printable(error.what()));
+    say("vrel: {}", printable(error.what()));
     return static_cast<int>(VrelExit::Failed);
   }
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tool/Conversion.h"
+#include "tool/Messages.h"
 
 namespace {
 
@@ -81,6 +82,7 @@ int run(const std::vector<std::string>& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  openStandardDescriptors();
   printBanner();
   return run({argv + (argc > 0 ? 1 : 0), argv + argc});
 }

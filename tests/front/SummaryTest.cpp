@@ -135,6 +135,55 @@ TEST_P(SummaryTest, StatesFollowOneAnotherAndHoldAllUsableSamples) {
   }
 }
 
+TEST_P(SummaryTest, TimelineLeavesNoTimeOut) {
+  const Span whole = file_.span();
+  const ReadOptions part{.start = whole.start + (whole.end - whole.start) / 4, .end = whole.end - kNanosPerSecond / 10};
+  for (const Signal& signal : scalars()) {
+    SCOPED_TRACE(signal.name());
+    for (const ReadOptions& options : {ReadOptions{}, part}) {
+      const Stream& stream = file_.stream(signal.stream());
+      std::vector<State> states;
+      for (const State& state : file_.states(signal, options)) states.push_back(state);
+      std::vector<State> timeline;
+      for (const State& state : file_.timeline(signal, options)) timeline.push_back(state);
+      Nano reached = std::max(stream.start(), options.start.value_or(INT64_MIN));
+      for (const State& state : timeline) {
+        EXPECT_LE(state.from, reached);
+        reached = state.to;
+      }
+      EXPECT_EQ(reached, std::min(stream.end(), options.end.value_or(INT64_MAX)));
+      std::erase_if(timeline, [](const State& state) { return state.value.type() == ValueType::None; });
+      ASSERT_EQ(timeline.size(), states.size());
+      for (std::size_t i = 0; i < states.size(); ++i) EXPECT_EQ(timeline[i].from, states[i].from);
+
+      States again = file_.timeline(signal, options);
+      double share = 0;
+      std::uint64_t times = 0;
+      for (const StateTotal& total : totalsOf(again)) {
+        share += total.share;
+        times += total.value.type() == ValueType::None ? 0 : total.times;
+      }
+      EXPECT_NEAR(share, 1.0, 1e-9);
+      EXPECT_EQ(times, states.size());
+    }
+  }
+}
+
+TEST(StateTotalsTest, EqualValuesAreOneTheLongestFirst) {
+  File file(Support::dataPath("quon_mode_mix_11.quon"));
+  States states = file.states("InsNavMode");
+  std::vector<std::string> texts;
+  Nano before = INT64_MAX;
+  for (const StateTotal& total : totalsOf(states)) {
+    EXPECT_LE(total.time, before);
+    before = total.time;
+    texts.push_back(total.value.text());
+  }
+  EXPECT_FALSE(texts.empty());
+  std::ranges::sort(texts);
+  EXPECT_EQ(std::ranges::adjacent_find(texts), texts.end());
+}
+
 INSTANTIATE_TEST_SUITE_P(Files, SummaryTest,
                          testing::Values("zint_wild_11.vrel", "quon_mode_mix_11.quon", "can_joined_11.vrel"),
                          [](const testing::TestParamInfo<const char*>& param) {

@@ -302,6 +302,50 @@ void holdAgainstEverythingWanted(const Sto::SignalTable& table, std::uint32_t se
   }
 }
 
+/// A packet of random bytes with a mode and a channel that exist, or nearly.
+std::vector<std::uint8_t> randomPacket(const NavProtocol& protocol, std::mt19937& random) {
+  constexpr std::uint8_t kModes[] = {0, 1, 2, 3, 4, 4, 4, 4, 6, 7, 10, 11, 20, 21, 22, 30};
+  std::vector<std::uint8_t> packet(protocol.packetSize);
+  const bool empty = random() % 4 == 0;
+  for (std::uint8_t& byte : packet) byte = empty && random() % 2 == 0 ? 0xFF : static_cast<std::uint8_t>(random());
+  packet[21] = kModes[random() % std::size(kModes)];
+  packet[protocol.channelOffset] = static_cast<std::uint8_t>(random() % (ChannelState::kChannelCount + 2));
+  return packet;
+}
+
+/// Readers of native samples pass by the signals of other channels than the one that a packet reports.
+template <class Decoder>
+void expectOnlyTheReportedChannelChanges(const Sto::SignalTable& table) {
+  constexpr int kPackets = 4000;
+  std::vector<Sto::SignalRow> ofChannels;
+  table.forEach([&](const Sto::SignalRow& row) {
+    if (row.message != Sto::SignalRow::kAnyMessage) ofChannels.push_back(row);
+  });
+  EXPECT_GT(ofChannels.size(), table.count() / 2U);
+  std::mt19937 random(1);
+  Decoder decoder(false);
+  for (int i = 0; i < kPackets; ++i) {
+    std::vector<std::uint8_t> flags;
+    for (const Sto::SignalRow& row : ofChannels) flags.push_back(row.read(&decoder.record).flags);
+    decoder.record.clearWritten();
+    decoder.reportedChannel = Sto::SignalRow::kNoMessage;
+    decoder.feedPacket(view(randomPacket(decoder.protocol, random)), false);
+    for (std::size_t row = 0; row < ofChannels.size(); ++row) {
+      if (ofChannels[row].message == decoder.reportedChannel) continue;
+      Lib::withType(ofChannels[row].valueType, [&](auto tag) {
+        const auto* field = ofChannels[row].template fields<typename decltype(tag)::Type>(&decoder.record);
+        ASSERT_FALSE(field->written) << ofChannels[row].name << " in channel " << decoder.reportedChannel;
+        ASSERT_EQ(field->flags, flags[row]) << ofChannels[row].name << " in channel " << decoder.reportedChannel;
+      });
+    }
+  }
+}
+
+TEST(NavDecoderTest, ChangesOnlyWhatTheReportedChannelHolds) {
+  expectOnlyTheReportedChannelChanges<QuonDecoder>(Sto::StaticAccessQuon::table());
+  expectOnlyTheReportedChannelChanges<DaskDecoder>(Sto::StaticAccessDask::table());
+}
+
 TEST(NavDecoderTest, ReadsTheSameWhateverIsWanted) {
   for (std::uint32_t seed = 1; seed <= 3; ++seed) {
     holdAgainstEverythingWanted<QuonDecoder>(Sto::StaticAccessQuon::table(), seed);

@@ -26,7 +26,8 @@ std::string scratchPath(const std::string& name) {
 CommandResult runCommand(const std::string& program, const std::string& arguments) {
   const std::string output = scratchPath("stdout");
   const std::string errors = scratchPath("stderr");
-  const std::string line = std::string(KVEX_BIN) + "/" + program + " " + arguments + " >" + output + " 2>" + errors;
+  // In braces, so that redirections among the arguments hold.
+  const std::string line = "{ " + (KVEX_BIN "/" + program) + ' ' + arguments + "\n} >" + output + " 2>" + errors;
   const int status = std::system(line.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentsOf(output), contentsOf(errors)};
 }

@@ -2,10 +2,13 @@
 #include <kvex/File.h>
 #include <limits>
 
+#include "support/Command.h"
 #include "support/Golden.h"
+#include "support/StoreReading.h"
 #include "tool/Counters.h"
 #include "tool/Failure.h"
 #include "tool/ProgressBar.h"
+#include "tool/Seconds.h"
 #include "tool/Text.h"
 
 namespace Kvex::Tool {
@@ -106,14 +109,28 @@ TEST(TextTest, ValuesComeWithTheTextOfTheirSignal) {
   EXPECT_EQ(valueWithText(Value(std::uint8_t{4}), file.signal("InsNavMode")), "4 (Real-Time)");
 }
 
-TEST(CountersTest, OnlyCountsThatMeanDamageAreShown) {
-  const std::pair<std::vector<Counter>, const char*> cases[] = {
-      {{}, "none"},
-      {{{"packets", 7}, {"pages", 9}, {"pagesLost", 0}}, "none"},
-      {{{"pagesLost", 3}, {"endPages", 1}, {"holes", 1}}, "pagesLost 3, holes 1"},
-      {{{"junkBytes", 5}, {"junkRuns", 1}, {"truncatedBytes", 2}}, "junkBytes 5, junkRuns 1, truncatedBytes 2"},
+TEST(CountersTest, SaysWhatIsWrongWithAStream) {
+  const std::string whole = Support::contentsOf(Support::dataPath("zint_plain_11.vrel"));
+  const auto harmed = [&](const char* name, auto&& harm) {
+    std::string bytes = whole;
+    harm(bytes);
+    const Testing::TempFile path(name, bytes);
+    const File file(path.path());
+    return streamDamageText(file.streams().front(), file);
   };
-  for (const auto& [counters, text] : cases) EXPECT_EQ(damageText(counters), text);
+  EXPECT_EQ(harmed("whole.vrel", [](std::string&) {}), "none");
+  EXPECT_EQ(harmed("hole.vrel", [](std::string& bytes) { bytes.erase(bytes.size() / 2, 5000); }),
+            "1.9 s of data lost, pagesLost 2, holes 1");
+  EXPECT_EQ(harmed("open.vrel", [](std::string& bytes) { bytes.resize(bytes.size() * 9 / 10); }), "no end page");
+}
+
+TEST(SecondsTest, AnyTwoTimesHaveADistance) {
+  EXPECT_DOUBLE_EQ(secondsBetween(1'417'651'425'000'000'000, 1'417'651'441'490'000'000), 16.49);
+  EXPECT_DOUBLE_EQ(secondsBetween(5, -kNanosPerSecond + 5), -1.0);
+  EXPECT_DOUBLE_EQ(secondsBetween(INT64_MIN, INT64_MAX), 18446744073.709551615);
+  EXPECT_EQ(secondsText(0), "0");
+  EXPECT_EQ(secondsText(999'000'000), "0.999");
+  EXPECT_EQ(secondsText(3'140'000'000), "3.1");
 }
 
 TEST(CountersTest, AStreamsOwnCountsLeaveOutThoseOfTheFile) {
@@ -147,10 +164,20 @@ TEST(ProgressBarTest, FillsFromLeftToRight) {
       {0.5, "Reading              [####################                    ]  50 %"},
       {1.0, "Reading              [########################################] 100 %"},
   };
-  for (const auto& [fraction, text] : cases) EXPECT_EQ(barText("Reading", fraction), text);
-  EXPECT_EQ(barText("Reading", 7.0), barText("Reading", 1.0));
-  EXPECT_EQ(barText("Reading", -1.0), barText("Reading", 0.0));
-  EXPECT_EQ(barText("Reading", std::numeric_limits<double>::quiet_NaN()), barText("Reading", 0.0));
+  constexpr std::size_t kWide = 200;
+  for (const auto& [fraction, text] : cases) EXPECT_EQ(barText("Reading", fraction, kWide), text);
+  EXPECT_EQ(barText("Reading", 7.0, kWide), barText("Reading", 1.0, kWide));
+  EXPECT_EQ(barText("Reading", -1.0, kWide), barText("Reading", 0.0, kWide));
+  EXPECT_EQ(barText("Reading", std::numeric_limits<double>::quiet_NaN(), kWide), barText("Reading", 0.0, kWide));
+}
+
+TEST(ProgressBarTest, StaysWithinOneLine) {
+  for (std::size_t columns = 0; columns < 100; ++columns) {
+    const std::string text = barText("Finding start times", 0.5, columns);
+    EXPECT_LT(text.size(), std::max<std::size_t>(columns, 1)) << columns;
+    EXPECT_EQ(text.find("50 %") != std::string::npos, columns > 5) << columns;
+    EXPECT_EQ(text.find("[##") != std::string::npos, columns > 34) << columns;
+  }
 }
 
 }  // namespace

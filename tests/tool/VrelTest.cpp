@@ -8,6 +8,7 @@
 
 #include "support/Command.h"
 #include "support/Golden.h"
+#include "support/Pages.h"
 
 namespace Kvex {
 
@@ -113,8 +114,9 @@ TEST(VrelTest, SaysWhatDamageMeans) {
   const auto addJunk = [](std::string& bytes) { bytes.insert(bytes.size() / 2, 100, 'x'); };
   const Damage damages[] = {
       {"zint_plain_11.vrel", [](std::string&) {}, 0, "Nothing was lost."},
-      {"zint_plain_11.vrel", cutHole, 3, "pages of stream 0 are missing, near "},
-      {"zint_plain_11.vrel", spoilByte, 3, "1 page of stream 0 is missing, near "},
+      {"zint_plain_11.vrel", cutHole, 3, "stream 0: 2 pages missing, 1.9 s of data lost between 8.2 s and 10.1 s "},
+      {"zint_plain_11.vrel", spoilByte, 3,
+       "stream 0: 1 page missing, 0.930 s of data lost between 8.230 s and 9.160 s "},
       {"zint_plain_11.vrel", cutEnd, 3, "The recording was not closed; up to its end nothing was lost."},
       {"quon_triggers_11.quon", addJunk, 3, "bytes"},
       {"yeld_chase2_lanes_11.yeld", cutEnd, 3, "end"},
@@ -127,6 +129,66 @@ TEST(VrelTest, SaysWhatDamageMeans) {
     const auto result = runCommand("vrel", "check " + path);
     EXPECT_EQ(result.exitCode, damage.exitCode) << damage.file << damage.verdict;
     EXPECT_NE(result.output.find(damage.verdict), std::string::npos) << result.output;
+  }
+}
+
+TEST(VrelTest, JudgesManyFilesAtOnce) {
+  const std::string good = dataPath("zint_plain_11.vrel");
+  const std::string open = scratchPath("many-open.vrel");
+  const std::string bad = scratchPath("many-bad.vrel");
+  const std::string empty = scratchPath("many-empty.quon");
+  std::ofstream(open, std::ios::binary) << contentsOf(good).substr(0, 50'000);
+  std::ofstream(bad, std::ios::binary) << contentsOf(good).erase(20'000, 9'000);
+  std::ofstream(empty, std::ios::binary);
+  const struct {
+    std::string files;
+    int check;
+    int info;
+    std::size_t lines;  ///< Of what `check` prints, for several files.
+  } cases[] = {{good, 0, 0, 0},
+               {open, 3, 0, 0},
+               {bad, 3, 3, 0},
+               {empty, 1, 1, 0},
+               {good + ' ' + open, 3, 0, 2},
+               {good + ' ' + bad + ' ' + good, 3, 3, 3},
+               {bad + ' ' + empty + ' ' + good, 1, 1, 2}};
+  for (const auto& expected : cases) {
+    SCOPED_TRACE(expected.files);
+    const auto check = runCommand("vrel", "check " + expected.files);
+    EXPECT_EQ(check.exitCode, expected.check);
+    EXPECT_EQ(runCommand("vrel", "info " + expected.files).exitCode, expected.info);
+    if (expected.lines == 0) continue;
+    EXPECT_EQ(static_cast<std::size_t>(std::ranges::count(check.output, '\n')), expected.lines);
+    std::istringstream lines(runCommand("vrel", "info --json " + expected.files).output);
+    std::size_t parsed = 0;
+    for (std::string line; std::getline(lines, line); ++parsed) EXPECT_TRUE(nlohmann::json::accept(line));
+    EXPECT_EQ(parsed, expected.lines);
+  }
+  EXPECT_NE(runCommand("vrel", "export " + open).errors.find("was not closed"), std::string::npos);
+  for (const char* command : {"info ", "signals ", "check ", "export "}) {
+    const auto result = runCommand("vrel", command + empty);
+    EXPECT_EQ(result.exitCode, 1) << command;
+    EXPECT_NE(result.errors.find("no packets of Quon found"), std::string::npos) << result.errors;
+    EXPECT_EQ(result.output, "");
+  }
+}
+
+TEST(VrelTest, ATimeThatIsNotKnownIsNull) {
+  // Data without its header: nothing has time.
+  const std::string path = scratchPath("no-time.vrel");
+  std::string bytes = contentsOf(dataPath("can_fd_11.vrel"));
+  std::string kept;
+  Testing::forEachPage(bytes, [&](ogg_page& page) {
+    if (ogg_page_pageno(&page) != 0) return;
+    kept.append(reinterpret_cast<const char*>(page.header), static_cast<std::size_t>(page.header_len));
+    kept.append(reinterpret_cast<const char*>(page.body), static_cast<std::size_t>(page.body_len));
+  });
+  std::ofstream(path, std::ios::binary) << kept;
+  const auto info = nlohmann::json::parse(runCommand("vrel", "info --json " + path).output);
+  ASSERT_FALSE(info["streams"].empty());
+  for (const char* key : {"start", "end"}) {
+    EXPECT_TRUE(info[key].is_null());
+    EXPECT_TRUE(info["streams"][0][key].is_null());
   }
 }
 

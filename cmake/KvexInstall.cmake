@@ -24,3 +24,11 @@ install(FILES ${PROJECT_SOURCE_DIR}/packaging/KvexConfig.cmake ${CMAKE_CURRENT_B
 file(RELATIVE_PATH up_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${PROJECT_SOURCE_DIR}/packaging/kvex.pc.in ${CMAKE_CURRENT_BINARY_DIR}/kvex.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kvex.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The commands, with their manual pages and what shells complete.
+install(TARGETS vrel vrel2fix RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+set(completion ${PROJECT_SOURCE_DIR}/docs/completion)
+install(FILES ${completion}/vrel.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME vrel)
+install(FILES ${completion}/vrel.zsh DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions RENAME _vrel)
+install(FILES ${completion}/vrel.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)

@@ -3,39 +3,36 @@
 #include <bit>
 
 #include "front/NativeWalk.h"
-#include "front/Tally.h"
+#include "store/SampleTally.h"
 
 namespace Kvex::Front {
 
 namespace {
 
-template <class T>
-void addUsable(Statistics& tally, T number, Nano stamp, std::uint8_t flags) {
-  const Value value(number, stamp, flags);
-  if (tally.usable++ == 0) {
-    tally.first = value;
-  } else if (!same(tally.last.get<T>(), number)) {
-    ++tally.changes;
-  }
-  tally.last = value;
-  if (!isNumber(number)) return;
-  if (tally.smallest.type() == ValueType::None || number < tally.smallest.get<T>()) tally.smallest = value;
-  if (tally.largest.type() == ValueType::None || number > tally.largest.get<T>()) tally.largest = value;
-}
-
 /// Adds the samples of a block.
-void addBlock(Statistics& tally, const NativeWalk& walk, std::size_t element) {
+void addBlock(Statistics& statistics, const NativeWalk& walk, std::size_t element) {
   const std::uint64_t steps = walk.stepsOf(element);
   if (steps == 0) return;
-  const Sto::NativeReader& samples = walk.samples();
-  if (tally.samples == 0) tally.firstTime = walk.time(static_cast<std::size_t>(std::countr_zero(steps)));
-  tally.lastTime = walk.time(static_cast<std::size_t>(std::bit_width(steps) - 1));
-  tally.samples += static_cast<std::uint64_t>(std::popcount(steps));
-  Lib::withType(tally.signal.type(), [&](auto tag) {
+  if (statistics.samples == 0) statistics.firstTime = walk.time(static_cast<std::size_t>(std::countr_zero(steps)));
+  statistics.lastTime = walk.time(static_cast<std::size_t>(std::bit_width(steps) - 1));
+  statistics.samples += static_cast<std::uint64_t>(std::popcount(steps));
+  statistics.usable += static_cast<std::uint64_t>(std::popcount(steps & walk.samples().usableSamples(element)));
+}
+
+/// Takes over what the usable samples came to. A usable sample has no flags: one without a real stamp is no sample.
+void addTally(Statistics& statistics, const Sto::SampleTally& tally, std::size_t element) {
+  if (!tally.hasAny(element)) return;
+  Lib::withType(tally.type(element), [&](auto tag) {
     using T = typename decltype(tag)::Type;
-    forEachStep(steps & samples.usableSamples(element), [&](std::size_t step) {
-      addUsable(tally, samples.value<T>(element, step), samples.stamp(element, step), samples.flags(element, step));
-    });
+    const auto valueOf = [](Sto::SampleTally::Stamped stamped) {
+      return Value(Sto::SampleTally::valueOf<T>(stamped.bits), stamped.stamp);
+    };
+    statistics.first = valueOf(tally.first(element));
+    statistics.last = valueOf(tally.last(element));
+    statistics.changes = tally.changes(element);
+    if (!tally.hasNumber(element)) return;
+    statistics.smallest = valueOf(tally.smallest(element));
+    statistics.largest = valueOf(tally.largest(element));
   });
 }
 
@@ -64,11 +61,14 @@ std::vector<Statistics> readStatistics(Reading& reading, const std::vector<Signa
   tallies.reserve(elements.size());
   for (const Signal& element : elements) tallies.push_back({.signal = element});
   for (const StreamPart& part : partsByStream(elements)) {
-    NativeWalk walk(reading, part.signals, NativeWalk::Detail::FlagsAndStamp);
+    NativeWalk walk(reading, part.signals, NativeWalk::Detail::Tally);
     while (walk.nextBlock()) {
       for (std::size_t asked = 0; asked < part.signals.size(); ++asked) {
         addBlock(tallies[part.places[asked]], walk, walk.elementOf(asked));
       }
+    }
+    for (std::size_t asked = 0; asked < part.signals.size(); ++asked) {
+      addTally(tallies[part.places[asked]], walk.samples().tally(), walk.elementOf(asked));
     }
   }
   for (Statistics& tally : tallies) settleRate(tally);

@@ -25,6 +25,7 @@ constexpr std::uint16_t kWrittenBit = 0x100;
 constexpr std::uint32_t kBlocksPerStrips = 16;
 /// A longer strip of scalars would be looked at element by element too often.
 constexpr std::size_t kMaxStripScalars = 16;
+constexpr std::size_t kMaxIdle = 32;
 
 template <class T>
 constexpr bool kHasLayout = sizeof(Lib::NavField<T>) == kFieldBytes&& offsetof(Lib::NavField<T>, stamp) ==
@@ -75,7 +76,8 @@ void NativeReader::layOut(const std::vector<const SignalRow*>& rows) {
       for (std::uint32_t element = 0; element < row.count; ++element) {
         fields[element].written = false;
         fields_.push_back(reinterpret_cast<std::byte*>(fields + element));
-        states_.push_back(fields[element].flags);
+        expected_.push_back(fields[element].flags);
+        if (detail_ == Detail::Tally) tally_.addElement(row.valueType);
       }
     });
     const auto groupIndex = static_cast<std::size_t>(row.message + 1);
@@ -91,6 +93,7 @@ void NativeReader::layOut(const std::vector<const SignalRow*>& rows) {
   const std::size_t elements = fields_.size();
   samples_.resize(elements);
   usable_.resize(elements);
+  if (detail_ == Detail::Tally) return;
   values_.resize(elements * kLine);
   if (detail_ == Detail::Value) return;
   flags_.resize(elements * kLine);
@@ -115,8 +118,11 @@ void NativeReader::layStrips(Group& group) {
   strips.clear();
   for (std::size_t element = group.scalars.begin; element < group.scalars.end; ++element) {
     const bool isBusy = busy(samples_[element]);
-    const bool goesOn = !strips.empty() && strips.back().busy == isBusy && strips.back().count < kMaxStripScalars &&
-                        strips.back().fields + strips.back().count * kFieldBytes == fields_[element];
+    const bool goesOn =
+        !strips.empty() && strips.back().busy == isBusy &&
+        strips.back().count < (isBusy ? kMaxStripScalars : kMaxIdle) &&
+        strips.back().fields + strips.back().count * kFieldBytes == fields_[element] &&
+        (detail_ != Detail::Tally || !isBusy || tally_.type(strips.back().element) == tally_.type(element));
     if (goesOn) {
       ++strips.back().count;
     } else {
@@ -127,6 +133,12 @@ void NativeReader::layStrips(Group& group) {
     std::uint64_t all = ~std::uint64_t{0};
     for (std::size_t element = array.begin; element < array.end; ++element) all &= samples_[element];
     strips.push_back({fields_[array.begin], array.begin, array.end - array.begin, true, busy(all)});
+  }
+  for (const Strip& strip : strips) {
+    for (std::size_t element = strip.element; element < strip.element + strip.count; ++element) {
+      expected_[element] &= kFlagBits;
+      if (strip.busy) expected_[element] |= kWrittenBit;
+    }
   }
 }
 
@@ -145,7 +157,9 @@ bool NativeReader::readBlock() {
 }
 
 void NativeReader::takeStep() {
-  times_[steps_] = walker_.clock();
+  const Nano time = walker_.clock();
+  times_[steps_] = time;
+  tallied_ = time >= tallyStart_ && (time < tallyEnd_ || tallyEnd_ == INT64_MAX);
   takeGroup(groups_[0]);
   const std::int32_t message = stream_.stepMessage();
   if (message == SignalRow::kAnyMessage) {
@@ -155,16 +169,33 @@ void NativeReader::takeStep() {
   }
 }
 
+namespace {
+
+inline std::uint32_t changeOf(const std::byte* field, std::uint32_t expected) {
+  std::uint32_t state;  // with the padding behind it: nothing need be cut off for each field
+  std::memcpy(&state, field + kStateOffset, sizeof state);
+  return state ^ expected;
+}
+
+/// Whether all of some fields are in the states expected.
+inline bool areExpected(const std::byte* field, const std::uint32_t* expected, std::size_t count) {
+  std::uint32_t change = 0;
+  for (; count >= 8; count -= 8, field += 8 * kFieldBytes, expected += 8) {
+    change |= changeOf(field, expected[0]) | changeOf(field + kFieldBytes, expected[1]) |
+              changeOf(field + 2 * kFieldBytes, expected[2]) | changeOf(field + 3 * kFieldBytes, expected[3]);
+    change |= changeOf(field + 4 * kFieldBytes, expected[4]) | changeOf(field + 5 * kFieldBytes, expected[5]) |
+              changeOf(field + 6 * kFieldBytes, expected[6]) | changeOf(field + 7 * kFieldBytes, expected[7]);
+  }
+  for (; count > 0; --count, field += kFieldBytes, ++expected) change |= changeOf(field, *expected);
+  return (change & (kFlagBits | kWrittenBit)) == 0;
+}
+
+}  // namespace
+
 void NativeReader::takeGroup(Group& group) {
   group.steps |= std::uint64_t{1} << steps_;
   for (Strip& strip : group.strips) {
-    const std::uint16_t expected = strip.busy ? kWrittenBit : 0;
-    const std::uint16_t* const states = &states_[strip.element];
-    std::uint16_t change = 0;
-    for (std::size_t i = 0; i < strip.count; ++i) {
-      change |= stateOf(strip.fields + i * kFieldBytes) ^ states[i] ^ expected;
-    }
-    if (change != 0) {
+    if (!areExpected(strip.fields, &expected_[strip.element], strip.count)) {
       takeChanged(strip);
     } else if (strip.busy) {
       takeWritten(strip);
@@ -175,12 +206,14 @@ void NativeReader::takeGroup(Group& group) {
 /// All elements were written, and have the flags that they had.
 inline void NativeReader::takeWritten(Strip& strip) {
   strip.written |= std::uint64_t{1} << steps_;
+  if (detail_ == Detail::Tally) return takeTallied(strip);
   std::byte* field = strip.fields;
   std::size_t to = place(strip.element, steps_);
   if (detail_ == Detail::Value) {
+    const std::size_t count = strip.count;
     // A write to a field could change any object, as the compiler sees it: so this is at hand, and not read anew.
     std::uint64_t* const values = values_.data();
-    for (std::size_t i = 0; i < strip.count; ++i, field += kFieldBytes, to += kLine) {
+    for (std::size_t i = 0; i < count; ++i, field += kFieldBytes, to += kLine) {
       field[kWrittenOffset] = std::byte{0};
       std::memcpy(&values[to], field + kValueOffset, sizeof *values);
     }
@@ -192,7 +225,24 @@ inline void NativeReader::takeWritten(Strip& strip) {
   }
 }
 
+void NativeReader::takeTallied(Strip& strip) {
+  const bool steady = strip.steady && tallied_;
+  bool allSteady = tallied_;
+  Lib::withType(tally_.type(strip.element), [&](auto tag) {
+    auto* const fields = reinterpret_cast<Lib::NavField<typename decltype(tag)::Type>*>(strip.fields);
+    if (steady) return tally_.addWritten(strip.element, fields, strip.count);
+    for (std::size_t i = 0; i < strip.count; ++i) {
+      fields[i].written = false;
+      const bool taken = tallied_ && fields[i].flags == 0;
+      if (taken) tally_.add(strip.element + i, fields[i]);
+      allSteady = allSteady && taken && tally_.hasNumber(strip.element + i);
+    }
+  });
+  if (tallied_) strip.steady = allSteady;
+}
+
 void NativeReader::takeChanged(Strip& strip) {
+  strip.steady = false;
   enterWritten(strip);
   const std::size_t end = strip.element + strip.count;
   if (!strip.isArray) {
@@ -210,19 +260,23 @@ void NativeReader::takeChanged(Strip& strip) {
 inline bool NativeReader::takeState(std::size_t element) {
   std::byte* const field = fields_[element];
   const std::uint16_t now = stateOf(field);
-  const std::uint16_t before = states_[element];
+  const auto before = static_cast<std::uint16_t>(expected_[element] & kFlagBits);
   if (now == before) return false;
-  states_[element] = now & kFlagBits;
+  expected_[element] = static_cast<std::uint16_t>((expected_[element] & kWrittenBit) | (now & kFlagBits));
   field[kWrittenOffset] = std::byte{0};
   return now > kFlagBits || (usableState(before) && !usableState(now));
 }
 
 inline void NativeReader::keepSample(std::size_t element) {
-  const std::uint16_t state = states_[element];
+  const auto state = static_cast<std::uint16_t>(expected_[element]);
   if ((state & Lib::Flag::kUntimed) != 0) return;
   samples_[element] |= std::uint64_t{1} << steps_;
   usable_[element] |= std::uint64_t{usableState(state)} << steps_;
-  keepField(fields_[element], place(element, steps_));
+  if (detail_ != Detail::Tally) return keepField(fields_[element], place(element, steps_));
+  if (!tallied_ || !usableState(static_cast<std::uint16_t>(state & kFlagBits))) return;
+  Lib::withType(tally_.type(element), [&](auto tag) {
+    tally_.add(element, *reinterpret_cast<const Lib::NavField<typename decltype(tag)::Type>*>(fields_[element]));
+  });
 }
 
 void NativeReader::keepField(const std::byte* field, std::size_t place) {
@@ -237,7 +291,7 @@ void NativeReader::enterWritten(Strip& strip) {
   const std::uint64_t written = std::exchange(strip.written, 0);
   if (written == 0) return;
   for (std::size_t element = strip.element; element < strip.element + strip.count; ++element) {
-    const std::uint16_t state = states_[element];
+    const auto state = static_cast<std::uint16_t>(expected_[element]);
     if ((state & Lib::Flag::kUntimed) != 0) continue;
     samples_[element] |= written;
     if (usableState(state)) usable_[element] |= written;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "library/NavField.h"
+#include "store/SampleTally.h"
 #include "store/StreamWalker.h"
 #include "tables/SignalTable.h"
 
@@ -30,8 +31,8 @@ class NativeReader {
  public:
   static constexpr std::size_t kBlockSteps = 64;
 
-  /// What of a sample is kept beside its value.
-  enum class Detail : std::uint8_t { Value, FlagsAndStamp };
+  /// What of a sample is kept: its value, also its flags and stamp, or nothing but what goes into a tally.
+  enum class Detail : std::uint8_t { Value, FlagsAndStamp, Tally };
 
   /// `rows` are rows of the walker's Stream. The walk ends where `cancel` becomes true.
   NativeReader(Stream& stream, StreamWalker& walker, const std::vector<const SignalRow*>& rows, Detail detail,
@@ -39,6 +40,14 @@ class NativeReader {
   ~NativeReader() { walker_.forgetPlace(); }
   NativeReader(const NativeReader&) = delete;
   NativeReader& operator=(const NativeReader&) = delete;
+
+  /// REQUIRES: `Detail::Tally`. Only samples at `start` <= time < `end` are tallied; without a call, all.
+  void tallyWithin(Nano start, Nano end) {
+    tallyStart_ = start;
+    tallyEnd_ = end;
+  }
+  /// REQUIRES: `Detail::Tally`. What all samples so far come to.
+  const SampleTally& tally() const { return tally_; }
 
   /// Walks up to 64 steps. False when there are no more, and when cancelled before the first.
   bool readBlock();
@@ -51,7 +60,7 @@ class NativeReader {
   std::uint64_t samples(std::size_t element) const { return samples_[element]; }
   /// Those of them whose value is usable.
   std::uint64_t usableSamples(std::size_t element) const { return usable_[element]; }
-  /// The value of an element after a step; unspecified where it has no sample.
+  /// The value of an element after a step; unspecified where it has no sample. REQUIRES: no `Detail::Tally`.
   template <class T>
   T value(std::size_t element, std::size_t step) const {
     T result;
@@ -76,6 +85,7 @@ class NativeReader {
     std::size_t count;
     bool isArray;               ///< All elements of an array, and nothing else.
     bool busy;                  ///< Most steps that can write it do.
+    bool steady = false;        ///< All its elements are usable, and were numbers before: what is needed for a tally.
     std::uint64_t written = 0;  ///< Steps that wrote all elements and changed no flags; not yet in `samples_`.
   };
   /// Elements that lie one behind the other.
@@ -97,6 +107,7 @@ class NativeReader {
   void takeStep();
   void takeGroup(Group& group);
   void takeWritten(Strip& strip);
+  void takeTallied(Strip& strip);
   void takeChanged(Strip& strip);
   bool takeState(std::size_t element);
   void keepSample(std::size_t element);
@@ -112,8 +123,10 @@ class NativeReader {
   std::vector<std::size_t> firstElement_;
 
   // By element.
-  std::vector<std::byte*> fields_;     ///< A `NavField` of the element's type, in the live record.
-  std::vector<std::uint16_t> states_;  ///< Flags of the field after the last step.
+  std::vector<std::byte*> fields_;  ///< A `NavField` of the element's type, in the live record.
+  /// Flags of the field after the last step, and the mark of a write if its strip is busy: how the next step most
+  /// likely leaves it.
+  std::vector<std::uint32_t> expected_;
   std::vector<std::uint64_t> samples_;
   std::vector<std::uint64_t> usable_;
 
@@ -121,6 +134,11 @@ class NativeReader {
   std::vector<std::uint64_t> values_;  ///< Each in the first bytes of its word.
   std::vector<std::uint8_t> flags_;
   std::vector<Nano> stamps_;
+
+  SampleTally tally_;
+  Nano tallyStart_ = INT64_MIN;
+  Nano tallyEnd_ = INT64_MAX;  ///< The largest time is within too if nobody asked for an end.
+  bool tallied_ = false;       ///< Whether the step is within.
 
   std::array<Nano, kBlockSteps> times_{};
   std::size_t steps_ = 0;

@@ -20,6 +20,7 @@ void addStatesCommand(CLI::App& app, Action& action);
 void addExportCommand(CLI::App& app, Action& action);
 void addCheckCommand(CLI::App& app, Action& action);
 void addSynthCommand(CLI::App& app, Action& action);
+void addCompletionCommand(CLI::App& app, Action& action);
 
 /// --force: a recording that is in the place of the output may be replaced.
 void addForceOption(CLI::App& command, bool& force);

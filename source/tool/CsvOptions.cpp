@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "tool/Completion.h"
 #include "tool/Failure.h"
 
 namespace Kvex::Tool {
@@ -65,7 +66,7 @@ void addCsvOptions(CLI::App& command, CsvOptions& options) {
           "--dialect", [&options](const std::string&) { options.spreadsheet = true; },
           "excel: CSV for a spreadsheet, with semicolons, decimal commas and a byte order mark")
       ->type_name("DIALECT")
-      ->check(CLI::IsMember({kSpreadsheetName}).description("").name(kSpreadsheetName));
+      ->check(oneOf({kSpreadsheetName}));
   command
       .add_option_function<std::string>(
           "--delimiter",

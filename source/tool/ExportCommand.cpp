@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "tool/Commands.h"
+#include "tool/Completion.h"
 #include "tool/CsvOptions.h"
 #include "tool/FolderExport.h"
 #include "tool/Messages.h"
@@ -280,14 +281,14 @@ void addExportCommand(CLI::App& app, Action& action) {
           "--format", [options](const std::string& name) { options->format = &formatNamed(name); },
           "csv, tsv (tabs), json (an array) or ndjson (JSON lines); else by the ending of OUT")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember(formatNames()).description(""));
+      ->check(oneOf(formatNames()));
   addForceOption(*command, options->force);
   command
       ->add_option_function<std::string>(
           "--time", [options](const std::string& name) { options->style.time = kTimeForms.at(name); },
           "How times are written: gps (nanoseconds, default), utc, or elapsed (seconds from the file's start)")
       ->type_name("FORM")
-      ->check(CLI::IsMember(kTimeForms).description(""));
+      ->check(oneOf(kTimeForms));
   command->add_flag("--qualified", options->style.qualified, "Every name with its stream: \"2:Lat [°]\"");
   addCsvOptions(*command, options->csv);
   command->add_flag("--flags", options->style.flags, "A column of flags after each value");

@@ -6,6 +6,7 @@
 
 #include "synth/DemoRecording.h"
 #include "tool/Commands.h"
+#include "tool/Completion.h"
 #include "tool/Interrupt.h"
 #include "tool/Output.h"
 #include "tool/ProgressBar.h"
@@ -98,7 +99,7 @@ void addSynthCommand(CLI::App& app, Action& action) {
       ->type_name("LIST")
       ->delimiter(',')
       ->allow_extra_args(false)
-      ->check(CLI::IsMember(names).description(""));
+      ->check(oneOf(names));
   addForceOption(*command, options->force);
   command->footer("Protocols:\n" + descriptions +
                   "\nThe same options give the same bytes.\n\n"

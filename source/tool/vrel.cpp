@@ -3,8 +3,10 @@
 #include <fmt/format.h>
 #include <kvex/Version.h>
 #include <string>
+#include <string_view>
 
 #include "tool/Commands.h"
+#include "tool/Completion.h"
 #include "tool/Interrupt.h"
 #include "tool/Messages.h"
 #include "tool/Output.h"
@@ -57,6 +59,11 @@ VrelExit run(int argc, char** argv) {
   addExportCommand(app, action);
   addCheckCommand(app, action);
   addSynthCommand(app, action);
+  addCompletionCommand(app, action);
+  if (argc > 1 && std::string_view(argv[1]) == "__complete") {
+    writeText(answerCompletion(app, {argv + 2, argv + argc}, lookQuickly));
+    return VrelExit::Good;
+  }
   if (argc < 2) {
     sayRaw(app.help());
     return VrelExit::WrongUsage;

@@ -193,21 +193,14 @@ VrelExit exportFiles(ExportOptions options) {
   return exportEach(options.files, folder, options.native ? "" : std::string(options.format->endings[0]), exportOne);
 }
 
-constexpr const char* kFooter =
+constexpr const char* kValuesHelp =
     "The value at a time is the one that stands after the first record at or after that time was decoded; values\n"
-    "are never interpolated. Times go from --start to below --end. The last value of a stream that has ended stands\n"
+    "are never interpolated. Columns come in the order of the --signal options. Times go from --start to\n"
+    "below --end. The last value of a stream that has ended stands\n"
     "to the end of the file: --max-age leaves a cell empty when its value is older, also where its age is not known\n"
-    "(flag 16).\n\n"
-    "A PATTERN is the name of a signal, as a table's header or a message shows it (\"Lat\", \"2:Lat [°]\",\n"
-    "\"SatUsed[3]\", \"*:Lat\"), else several of them (\"Lat,Lon\"), else a name in which \"*\" stands for any\n"
-    "characters, \"?\" for one and \"[a-c]\" for one of these; \"2:Gnss*\" for those of stream 2. If nothing matches,\n"
-    "the case of letters does not count. Columns come in the order of the --signal options.\n\n"
-    "A TIME is one of\n"
-    "  +10.5  +90s  +3m  +1h2m3.5s  +3:00  +1:02:03   after the file's start\n"
-    "  -10.5  -3m  and so on                          before the file's end\n"
-    "  2024-12-03T23:43:45.5Z                         UTC; also without \"Z\", or with an offset as +02:00\n"
-    "  1417651425000000000                            GPS nanoseconds, from 10^17 on\n"
-    "Times beyond the file are cut to it with a note.\n\n"
+    "(flag 16).";
+
+constexpr const char* kTablesHelp =
     "The table has a line for each time and a column for each signal, empty where a value is not usable. With\n"
     "--long it has a line for each time and signal, with the columns time,stream,signal,flags,stamp,value.\n\n"
     "With --native the table has all samples as the recording carried them in place of values at regular times: a\n"
@@ -293,7 +286,7 @@ void addExportCommand(CLI::App& app, Action& action) {
   addCsvOptions(*command, options->csv);
   command->add_flag("--flags", options->style.flags, "A column of flags after each value");
   command->add_flag("--text", options->style.valueTexts, "Texts in place of values, for signals that have them");
-  command->footer(kFooter);
+  command->footer(fmt::format("{}\n\n{}\n\n{}\n\n{}", kValuesHelp, kPatternHelp, kTimeHelp, kTablesHelp));
   command->callback([options, &action] { action = [options] { return exportFiles(*options); }; });
 }
 

@@ -17,6 +17,13 @@ struct SignalChoice {
   bool takesStream(std::uint32_t streamId) const;
 };
 
+/// What a PATTERN is, for the help of commands.
+inline constexpr const char* kPatternHelp =
+    "A PATTERN is the name of a signal, as a table's header or a message shows it (\"Lat\", \"2:Lat [°]\",\n"
+    "\"SatUsed[3]\", \"*:Lat\"), else several of them (\"Lat,Lon\"), else a name in which \"*\" stands for any\n"
+    "characters, \"?\" for one and \"[a-c]\" for one of these; \"2:Gnss*\" for those of stream 2. If nothing matches,\n"
+    "the case of letters does not count.";
+
 /// The options "--signal" and "--stream" of a command.
 CLI::Option* addSignalOption(CLI::App& command, SignalChoice& choice, const std::string& description,
                              const std::string& names = "--signal");

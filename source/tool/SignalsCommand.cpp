@@ -78,9 +78,7 @@ constexpr const char* kFooter =
     "columns\n"
     "that do not fit are left out. Signals of a stream without time have no values over time and so nothing to "
     "count.\n\n"
-    "A PATTERN is the name of a signal, in which \"*\" stands for any characters, \"?\" for one and \"[a-c]\" for one "
-    "of\n"
-    "these; \"2:Lat\" is the signal \"Lat\" of stream 2.\n\n"
+    "{}\n\n"
     "In JSON the numbers have all their digits. \"first\" and \"last\" have \"value\", \"flags\" and \"time\", which "
     "is the\n"
     "stamp of the value in GPS nanoseconds; of an array \"samples\", \"usable\", \"rate\", \"first\", \"last\", "
@@ -110,7 +108,7 @@ void addSignalsCommand(CLI::App& app, Action& action) {
   command->add_flag("--changed", options->changed, "Only signals whose usable value changed")->excludes(fast);
   used->excludes(fast);
   command->add_flag("--json", options->json, "Write a JSON array, one signal on a line");
-  command->footer(kFooter);
+  command->footer(fmt::format(kFooter, kPatternHelp));
   command->callback([options, &action] { action = [options] { return showSignals(*options); }; });
 }
 

@@ -126,6 +126,7 @@ constexpr const char* kFooter =
     "\"seconds\", \"share\" from 0 to 1) or \"intervals\" (\"start\" and \"end\" in GPS nanoseconds, \"seconds\", "
     "\"value\", \"text\",\n"
     "\"usable\"). Time without a usable value has \"usable\" false and no value.\n\n"
+    "{}\n\n{}\n\n"
     "Example, how long the position was RTK integer:\n"
     "  vrel states run.vrel --signal GpsPosMode";
 
@@ -140,7 +141,7 @@ void addStatesCommand(CLI::App& app, Action& action) {
   addTimeOption(*command, "--start", options->span.start, "First time, else the start of the stream");
   addTimeOption(*command, "--end", options->span.end, "Time to stop at, else the end of the stream");
   command->add_flag("--json", options->json, "Write a JSON array with an object for each signal");
-  command->footer(kFooter);
+  command->footer(fmt::format(kFooter, kPatternHelp, kTimeHelp));
   command->callback([options, &action] { action = [options] { return showStates(*options); }; });
 }
 

@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <kvex/File.h>
+#include <sstream>
 
 #include "support/Golden.h"
+#include "support/StoreReading.h"
+#include "synth/RecordingWriter.h"
 
 namespace Kvex {
 namespace {
@@ -82,17 +85,29 @@ TEST(SpanTest, WithoutDataNamesThatOfTheFile) {
 }
 
 TEST(SpanTest, FileWithoutTimeHasNone) {
-  const File file(dataPath("can_plain_11.vrel"));
-  ASSERT_FALSE(file.hasTime());
+  std::ostringstream out;
+  Synth::RecordingWriter writer(out);
+  Synth::LogicalWriter& stream = writer.addStream({.serial = 1,
+                                                   .primary = Synth::primaryText("[Kvex-Zint]", 1),
+                                                   .headers = {Testing::countDefinition().headerPacket()},
+                                                   .packetsPerPage = 1});
+  stream.writeHeader();
+  writer.end();
+  const Testing::TempFile recording("span-no-time.vrel", out.str());
+  const File file(recording.path());
+  ASSERT_FALSE(file.signals().empty());
   EXPECT_THROW(file.gridSpan({}), Error);
   EXPECT_THROW(file.nativeSpan({}, file.signals()), Error);
+  EXPECT_THROW(file.choose({}), Error);
+  EXPECT_THROW(file.choose({"*"}), Error);
+  EXPECT_EQ(choose({"*"}, file.signals()).size(), file.signals().size()) << "of a list all can be chosen";
 }
 
 TEST(MaxAgeTest, LeavesOutWhatIsOlder) {
   File file(dataPath("nav_recording_11.vrel"));
-  const Signal signal = file.signal("1:Lat");
-  constexpr Nano kAge = 4'000'000;
-  const Grid every = Grid::every(7'000'000);
+  const Signal signal = file.signal("1:GpsPosMode");
+  constexpr Nano kAge = 500'000'000;
+  const Grid every = Grid::every(70'000'000);
   std::vector<Batch> aged;
   for (const Batch& batch : file.grid(signal, every.withMaxAge(kAge), {.flags = true})) aged.push_back(batch);
   std::size_t old = 0;
@@ -103,9 +118,9 @@ TEST(MaxAgeTest, LeavesOutWhatIsOlder) {
     ASSERT_EQ(next->rows(), batch.rows());
     for (std::size_t row = 0; row < batch.rows(); ++row) {
       const std::uint8_t flags = batch.buffers(0).flags[row];
-      const bool expires = Flag::usable(flags) && batch.times()[row] - batch.buffers(0).stamps[row] > kAge;
+      const bool expires = usable(flags) && batch.times()[row] - batch.buffers(0).stamps[row] > kAge;
       ++(expires ? old : young);
-      EXPECT_EQ(next->value(0, row), expires ? Value() : batch.value(0, row)) << row;
+      EXPECT_EQ(bitAt(next->buffers(0).validity, row), usable(flags) && !expires) << row;
       EXPECT_EQ(next->buffers(0).flags[row], expires ? flags | Flag::kExpired | Flag::kNotAvailable : flags) << row;
     }
     ++next;

@@ -48,7 +48,7 @@ TEST(DurationTest, IsReadExactly) {
       {"1.5h", 5400 * kSecond},
       {"2d", 172'800 * kSecond},
       {"1m250ms", 60 * kSecond + 250'000'000},
-      {"106751d", 106'751 * 86'400 * kSecond},
+      {"106751d", kSecond * 86'400 * 106'751},
       {"106752d", {}},
       {"0.000001ms", 1},
       {"0.0000001ms", {}},

@@ -60,7 +60,7 @@ TEST(TableFieldsTest, NamesAreShownSoThatNoTwoAreEqual) {
   } cases[] = {
       {{"1:Lat"}, false, {"Lat [°]"}, {"Lat"}},
       {{"Lat"}, false, {"1:Lat [°]", "2:Lat [°]"}, {"Lat", "Lat"}},
-      {{"1:Lat", "0:Nano"}, true, {"1:Lat [°]", "0:Nano"}, {"1:Lat", "0:Nano"}},
+      {{"1:Lat", "0:Nano"}, true, {"1:Lat [°]", "0:Nano [ns]"}, {"1:Lat", "0:Nano"}},
       {{"Lat"}, true, {"1:Lat [°]", "2:Lat [°]"}, {"1:Lat", "2:Lat"}},
   };
   for (const auto& c : cases) {

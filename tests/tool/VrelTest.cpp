@@ -53,7 +53,7 @@ TEST(VrelTest, AnswersEachCommandLine) {
       {"the same of states", "states " + plain + " --signal Nano --start +1h", 2, "", "there is no data from"},
       {"a span beyond the file", "export " + plain + " --signal Nano --end +1h", 0, "\n1417651425", "vrel: note: "},
       {"before the end", "export " + plain + " --signal Nano --start -1.5s --time elapsed", 0,
-       "time,Nano\n14.990000000,", ""},
+       "time,Nano [ns]\n14.99,1417651439990000000\n", ""},
       {"signals in the order asked for", "export " + plain + " --signal GnssInt1_Longitude,GnssInt1_Latitude --end +1",
        0, "time,GnssInt1_Longitude [°],GnssInt1_Latitude [°]\n", ""},
       {"names with their stream", "export " + plain + " --signal gnssint1_altitude --qualified --end +1", 0,

@@ -195,10 +195,9 @@ VrelExit exportFiles(ExportOptions options) {
 
 constexpr const char* kValuesHelp =
     "The value at a time is the one that stands after the first record at or after that time was decoded; values\n"
-    "are never interpolated. Columns come in the order of the --signal options. Times go from --start to\n"
-    "below --end. The last value of a stream that has ended stands\n"
-    "to the end of the file: --max-age leaves a cell empty when its value is older, also where its age is not known\n"
-    "(flag 16).";
+    "are never interpolated. Columns come in the order of the --signal options. Times go from --start to below --end.\n"
+    "The last value of a stream that has ended stands to the end of the file: --max-age leaves a cell empty when its\n"
+    "value is older, also where its age is not known (flag 16).";
 
 constexpr const char* kTablesHelp =
     "The table has a line for each time and a column for each signal, empty where a value is not usable. With\n"

@@ -67,22 +67,14 @@ void checkOutput(const ExportOptions& options) {
   checkReplaceable(options.output, options.force);
 }
 
-/// The signals of each stream, streams and signals in their order.
+/// The signals of each stream, in their order. REQUIRES: the signals of a stream stand together.
 std::vector<std::vector<Signal>> byStream(const std::vector<Signal>& signals) {
   std::vector<std::vector<Signal>> parts;
   for (const Signal& signal : signals) {
-    const auto isOfStream = [&](const std::vector<Signal>& part) { return part.front().stream() == signal.stream(); };
-    auto part = std::ranges::find_if(parts, isOfStream);
-    if (part == parts.end()) part = parts.insert(parts.end(), std::vector<Signal>());
-    part->push_back(signal);
+    if (parts.empty() || parts.back().front().stream() != signal.stream()) parts.emplace_back();
+    parts.back().push_back(signal);
   }
   return parts;
-}
-
-std::vector<Signal> joined(const std::vector<std::vector<Signal>>& parts) {
-  std::vector<Signal> signals;
-  for (const std::vector<Signal>& part : parts) signals.insert(signals.end(), part.begin(), part.end());
-  return signals;
 }
 
 Grid gridOf(const ExportOptions& options) {
@@ -109,6 +101,7 @@ void writeNative(File& file, const std::vector<std::vector<Signal>>& parts, cons
 
 std::vector<Signal> signalsFor(OpenedFile& opened, const ExportOptions& options) {
   std::vector<Signal> signals = chooseSignals(opened.file, options.choice);
+  if (options.style.shape == TableShape::Long) signals = inListingOrder(opened.file, std::move(signals));
   return options.used ? usedSignals(opened.file, signals, opened.watched()) : signals;
 }
 
@@ -137,9 +130,8 @@ VrelExit exportSignals(const ExportOptions& options) {
   checkOutput(options);
   OpenedFile opened(options.file);
   File& file = opened.file;
-  std::vector<Signal> signals = signalsFor(opened, options);
+  const std::vector<Signal> signals = signalsFor(opened, options);
   const std::vector<std::vector<Signal>> parts = byStream(signals);
-  if (options.native) signals = joined(parts);
   if (options.native && options.style.shape == TableShape::Wide && parts.size() > 1) {
     throw Failure("the native samples of several streams make no one table; choose one with --stream, or use --long");
   }
@@ -201,7 +193,8 @@ constexpr const char* kValuesHelp =
 
 constexpr const char* kTablesHelp =
     "The table has a line for each time and a column for each signal, empty where a value is not usable. With\n"
-    "--long it has a line for each time and signal, with the columns time,stream,signal,flags,stamp,value.\n\n"
+    "--long it has a line for each time and signal, with the columns time,stream,signal,flags,stamp,value, in\n"
+    "stream and listing order.\n\n"
     "With --native the table has all samples as the recording carried them in place of values at regular times: a\n"
     "line for each record, with cells empty for signals that it did not bring, from the first record to the last,\n"
     "or from --start to below --end. It is of one stream; with --long it may be of several, one after the other.\n\n"

@@ -1,6 +1,8 @@
 #include "tool/SignalChoice.h"
 
 #include <algorithm>
+#include <map>
+#include <utility>
 
 #include "tool/Failure.h"
 #include "tool/Text.h"
@@ -31,6 +33,16 @@ std::vector<Signal> chooseSignals(const File& file, const SignalChoice& choice) 
     if (error.code() != ErrorCode::NoSuchSignal || !error.candidates().empty()) throw;
     throw Failure(printable(error.reason()) + "; \"vrel signals\" lists the names");
   }
+}
+
+std::vector<Signal> inListingOrder(const File& file, std::vector<Signal> signals) {
+  std::map<std::pair<std::uint32_t, std::uint32_t>, std::size_t> places;
+  for (const Signal& signal : file.match("*"))
+    places.emplace(std::pair(signal.stream(), signal.ordinal()), places.size());
+  std::ranges::sort(signals, {}, [&](const Signal& signal) {
+    return std::pair(places.at({signal.stream(), signal.ordinal()}), signal.element());
+  });
+  return signals;
 }
 
 }  // namespace Kvex::Tool

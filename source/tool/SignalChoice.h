@@ -33,4 +33,7 @@ CLI::Option* addStreamOption(CLI::App& command, SignalChoice& choice);
 /// `Failure` that says where the names are listed if no name is near.
 std::vector<Signal> chooseSignals(const File& file, const SignalChoice& choice);
 
+/// The same signals in the order of `File::match("*")`, elements of an array by their numbers.
+std::vector<Signal> inListingOrder(const File& file, std::vector<Signal> signals);
+
 }  // namespace Kvex::Tool

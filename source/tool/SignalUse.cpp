@@ -25,7 +25,7 @@ std::vector<Signal> chosenSignals(const File& file, const SignalChoice& choice) 
 }  // namespace
 
 std::vector<Signal> listSignals(const File& file, const SignalChoice& choice, const std::vector<std::string>& words) {
-  const std::vector<Signal> chosen = chosenSignals(file, choice);
+  std::vector<Signal> chosen = chosenSignals(file, choice);
   if (words.empty()) return chosen;
   const std::string text = fmt::format("{}", fmt::join(words, " "));
   std::vector<Signal> found = file.search(text);

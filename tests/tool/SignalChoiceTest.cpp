@@ -32,6 +32,13 @@ TEST(SignalChoiceTest, ANameThatStandsTwiceIsChosenOnce) {
   EXPECT_EQ(chosen[2].type(), ValueType::Double) << "the type that is found first, at the place of the first row";
 }
 
+TEST(SignalChoiceTest, LongTablesHaveListingOrder) {
+  const File file(dataPath("range_recording_11.vrel"));
+  const Strings texts{"2:Lat", "Hunter_PolygonPointsLat[4]", "1:Lon", "Hunter_PolygonPointsLat[3]", "1:Lat"};
+  EXPECT_EQ(namesOf(inListingOrder(file, file.choose(texts))),
+            (Strings{"0:Hunter_PolygonPointsLat[3]", "0:Hunter_PolygonPointsLat[4]", "1:Lat", "1:Lon", "2:Lat"}));
+}
+
 TEST(SignalChoiceTest, SaysWhereTheNamesAre) {
   const struct {
     const char* text;

@@ -16,6 +16,7 @@
 #include <kvex/Statistics.h>
 #include <kvex/Stream.h>
 #include <kvex/Time.h>
+#include <kvex/TimeText.h>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -43,8 +44,17 @@ class File {
   /// Whether any stream has time; without, no values can be read.
   bool hasTime() const;
   /// The span over which a grid goes by default: from the earliest start of all streams, and 100 ms later if they do
-  /// not all start at the same time, to the latest end. Without time, `start` is the largest time and `end` is 0.
+  /// not all start at the same time (by then those that start with the recording have values), to the latest end.
+  /// Without time, `start` is the largest time and `end` is 0.
   Span span() const;
+  /// The times between which a grid has rows when a person typed these: `start` <= time < `end`, cut to `span` with a
+  /// note. Throws `InvalidArgument` for a start that is not before the end and for a span that meets no data, with the
+  /// file's span in the reason, and `NoTime`.
+  ChosenSpan gridSpan(const TypedSpan& typed) const;
+  /// The same for native samples of signals, held against the times of their streams, first and last record included.
+  /// Times typed from the start or the end count from those of the file, as in a grid. Records of damaged times that
+  /// lie beyond the first and the last one of their stream are not cut off.
+  ChosenSpan nativeSpan(const TypedSpan& typed, const std::vector<Signal>& signals) const;
 
   const std::vector<Stream>& streams() const;
   /// Throws `NoSuchStream`.
@@ -54,18 +64,26 @@ class File {
   const Damage& damage() const;
   Judgement judgement() const { return damage().judgement(); }
 
-  /// The one signal that a text names: "Name", "2:Name" for that of stream 2, "Name[3]" for element 3 of an array. A
-  /// name that a stream carries in several types means the first of them. Streams without time are only looked at where
-  /// no other has the name. Throws `NoSuchSignal`, `NoSuchStream` and `Ambiguous`, each with candidates.
+  /// The one signal that a text names: "Name", "2:Name" for that of stream 2, "Name[3]" for element 3 of an array (its
+  /// label or number), each also with the unit behind it: "2:Name [m]". A name that a stream carries in several types
+  /// means the first of them. Streams without time are only looked at where no other has the name. Throws
+  /// `NoSuchSignal`, `NoSuchStream` and `Ambiguous`, each with candidates.
   Signal signal(std::string_view text) const;
   /// The signals with values over time whose name matches a pattern as in a shell: "*" stands for any characters, "?"
-  /// for one, "[a-c]" and "[!a-c]" for one of a set; "2:Gnss*" for those of stream 2. A name that a stream carries in
-  /// several types means the first of them, and stands at the place of the first in the list.
+  /// for one, "[a-c]" and "[!a-c]" for one of a set; "2:Gnss*" for those of stream 2, "*:Gnss*" for those of all. Case
+  /// counts. A name that a stream carries in several types means the first of them, and stands at the place of the
+  /// first in the list.
   std::vector<Signal> match(std::string_view pattern) const;
+  /// The signals with values over time that a person chooses by typed texts, by the rules of `Kvex::choose`, in the
+  /// order of the texts; without a text all, in the order of `match("*")`. `streams`: only signals of these; none for
+  /// all. Throws `NoSuchStream`, `NoSuchSignal` and `InvalidArgument` as `Kvex::choose` does, and `NoTime` where there
+  /// is nothing to choose from.
+  std::vector<Signal> choose(const std::vector<std::string>& texts,
+                             const std::vector<std::uint32_t>& streams = {}) const;
   /// The signals with values over time in which each of the words occurs, in name, description, unit, table or the text
   /// of a value, in any case: those first that have the words in their names.
   std::vector<Signal> search(std::string_view words) const;
-  /// The signals of a list; a text that is no name is taken as a pattern. Throws as `signal` does.
+  /// The signals of a list; a text that is no name is taken as a pattern as in `match`. Throws as `signal` does.
   std::vector<Signal> resolve(const SignalList& signals) const;
 
   // Reading. Each reading takes the place of the one before. All throw what `resolve` throws; `InvalidArgument` for no

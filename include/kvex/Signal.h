@@ -112,6 +112,18 @@ class Signal {
   std::string elementName_;
 };
 
+/// Those of the offered signals that a person chooses by typed texts, in the order of the texts. Each text is tried
+///
+/// 1. as a name: what `File::signal` takes, of all streams that have it ("*:Name" says so);
+/// 2. as several texts, cut at commas outside brackets: "Lat,Lon [°],A[3]";
+/// 3. as a pattern as in `File::match`, in place of the name: "2:Gnss*", "*Speed* [m/s]", "*Count[0]"; matches come in
+///    the order in which they are offered. Where nothing matches, the case of letters does not count.
+///
+/// What is chosen twice comes once, at its first place; an array of which some elements are there already comes as its
+/// other elements. Throws `NoSuchSignal` with candidates for a text that chooses nothing and for an element that an
+/// array of this name does not have, and `InvalidArgument` for an empty text.
+std::vector<Signal> choose(const std::vector<std::string>& texts, const std::vector<Signal>& offered);
+
 /// Those names of the signals that are nearest to a name or pattern that describes none of them: at most five, the
 /// nearest first.
 std::vector<std::string> nearNames(std::string_view text, const std::vector<Signal>& signals);

@@ -30,8 +30,8 @@ std::string utcText(Nano time);
 /// frames call a UTC time. A leap second reads as the second after it. Saturates at the ends of 64 bits.
 std::int64_t unixNanos(Nano time);
 
-/// Reads a UTC date, or date and time: "2024-12-03", "2024-12-03T23:43:45Z", "2024-12-03 23:43:45.5". None for any
-/// other text and for a time that does not exist.
+/// Reads a UTC date, or date and time: "2024-12-03", "2024-12-03T23:43:45Z", "2024-12-03 23:43:45.5", or a time with
+/// its offset from UTC: "2024-12-04T01:43:45+02:00". None for any other text and for a time that does not exist.
 std::optional<Nano> nanoFromUtc(std::string_view text);
 
 }  // namespace Kvex

@@ -7,6 +7,7 @@
 #include "front/OpenedFile.h"
 #include "front/OverviewData.h"
 #include "front/SignalStatistics.h"
+#include "front/SpanChoice.h"
 #include "front/StatesSource.h"
 
 namespace Kvex {
@@ -49,6 +50,15 @@ Span File::span() const {
   return data_->span;
 }
 
+ChosenSpan File::gridSpan(const TypedSpan& typed) const {
+  data_->checkTime();
+  return Front::chooseSpan(typed, {span(), false, "the file"}, span(), path());
+}
+
+ChosenSpan File::nativeSpan(const TypedSpan& typed, const std::vector<Signal>& signals) const {
+  return Front::chooseSpan(typed, Front::dataOf(data_->readable(signals), streams()), span(), path());
+}
+
 const std::vector<Stream>& File::streams() const {
   return data_->streams;
 }
@@ -72,6 +82,12 @@ Signal File::signal(std::string_view text) const {
 
 std::vector<Signal> File::match(std::string_view pattern) const {
   return data_->finder().match(pattern);
+}
+
+std::vector<Signal> File::choose(const std::vector<std::string>& texts,
+                                 const std::vector<std::uint32_t>& streams) const {
+  for (const std::uint32_t id : streams) (void)stream(id);
+  return data_->finder().choose(texts, streams);
 }
 
 std::vector<Signal> File::search(std::string_view words) const {

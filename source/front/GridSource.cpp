@@ -10,7 +10,8 @@ GridSource::GridSource(std::shared_ptr<OpenedFile> file, const std::vector<Signa
                        const ReadOptions& options)
     : reading_(std::move(file), options),
       times_(gridTimes(grid, reading_)),
-      writer_("", signals, batchRows(rowBytes(signals, options), options), options) {
+      writer_("", signals, batchRows(rowBytes(signals, options), options), options),
+      maxAge_(grid.maxAge()) {
   subscribe(signals);
 }
 
@@ -40,6 +41,7 @@ bool GridSource::next(Batch& batch) {
     const std::optional<Nano> time = times_->next();
     if (!time) break;
     read(*time);
+    if (maxAge_) expire(*time);
     writer_.beginRow(*time);
     writeRow();
   }
@@ -60,6 +62,16 @@ void GridSource::read(Nano time) {
   }
   if (store.readSamples(query_, time, samples_) == Sto::StoreStatus::Success) return;
   reading_.check();
+}
+
+void GridSource::expire(Nano time) {
+  for (Lib::Sample& sample : samples_) {
+    Nano oldest = 0;  // that a stamp may be; beyond 64 bits all may
+    if (__builtin_sub_overflow(time, *maxAge_, &oldest)) oldest = INT64_MIN;
+    if (sample.usable() && (sample.time < oldest || (sample.flags & Flag::kUntimed) != 0)) {
+      sample.flags |= Flag::kExpired | Flag::kNotAvailable;
+    }
+  }
 }
 
 void GridSource::writeRow() {

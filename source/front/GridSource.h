@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <kvex/Grid.h>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "front/BatchMemory.h"
@@ -32,12 +33,15 @@ class GridSource : public ReaderAccess::Source {
 
   void subscribe(const std::vector<Signal>& signals);
   void read(Nano time);
+  /// Marks the samples of the newest row that are older than they may be.
+  void expire(Nano time);
   void writeRow();
 
   Reading reading_;
   std::unique_ptr<GridTimes> times_;
   BatchWriter writer_;
   Sto::SignalQuery query_;
+  std::optional<Nano> maxAge_;
   std::vector<Lib::Sample> samples_;
   Lib::PerType<Places> places_;
 };

@@ -116,6 +116,9 @@ std::vector<Nano> cutTo(std::vector<Nano> times, const ReadOptions& options) {
 std::unique_ptr<GridTimes> gridTimes(const Grid& grid, Reading& reading) {
   const OpenedFile& file = reading.file();
   const ReadOptions& options = reading.options();
+  if (grid.maxAge() && *grid.maxAge() < 0) {
+    throw Error(ErrorCode::InvalidArgument, "the largest age of values must not be below 0", file.path);
+  }
   if (grid.signal()) {
     return std::make_unique<SampleTimes>(reading, file.readable(SignalList(*grid.signal())).front());
   }

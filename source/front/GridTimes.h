@@ -27,8 +27,8 @@ class GridTimes {
   bool first_ = true;
 };
 
-/// The times of a grid for a reading. Throws `InvalidArgument` for a period of 0 or less and for times that decrease,
-/// and what finding the grid's signal throws.
+/// The times of a grid for a reading. Throws `InvalidArgument` for a period of 0 or less, for a largest age below 0 and
+/// for times that decrease, and what finding the grid's signal throws.
 std::unique_ptr<GridTimes> gridTimes(const Grid& grid, Reading& reading);
 
 }  // namespace Kvex::Front

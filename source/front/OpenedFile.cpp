@@ -125,8 +125,12 @@ void OpenedFile::describe() {
   }
 }
 
-std::vector<Signal> OpenedFile::readable(const SignalList& list) const {
+void OpenedFile::checkTime() const {
   if (!hasTime) throw Error(ErrorCode::NoTime, "no stream has time, so there are no values over time", path);
+}
+
+std::vector<Signal> OpenedFile::readable(const SignalList& list) const {
+  checkTime();
   std::vector<Signal> found = finder().resolve(list);
   if (found.empty()) throw Error(ErrorCode::InvalidArgument, "no signal is asked for", path);
   for (const Signal& signal : found) {

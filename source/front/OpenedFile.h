@@ -32,6 +32,8 @@ class OpenedFile {
   OpenedFile& operator=(const OpenedFile&) = delete;
 
   SignalFinder finder() const { return {path, streams, signals}; }
+  /// Throws `NoTime` where no stream has time.
+  void checkTime() const;
   /// The signals of a list. Throws `Error` for none, for those of another file and for those without time.
   std::vector<Signal> readable(const SignalList& list) const;
 

@@ -18,6 +18,7 @@ class SignalFinder {
 
   Signal one(std::string_view text) const;
   std::vector<Signal> match(std::string_view pattern) const;
+  std::vector<Signal> choose(const std::vector<std::string>& texts, const std::vector<std::uint32_t>& streams) const;
   std::vector<Signal> search(std::string_view words) const;
   std::vector<Signal> resolve(const SignalList& list) const;
 
@@ -26,6 +27,10 @@ class SignalFinder {
  private:
   std::vector<Signal> named(std::string_view text) const;
   [[noreturn]] void failUnknown(std::string_view text) const;
+  /// Throws for a text that asks for a stream that the file does not have.
+  void checkStream(std::string_view text) const;
+  /// Throws for the name of a signal of a stream without time.
+  void checkTime(std::string_view text) const;
 
   const std::string& path_;
   const std::vector<Stream>& streams_;

@@ -127,8 +127,23 @@ class TextReader {
   std::string_view rest_;
 };
 
-// "hh:mm:ss[.fraction][Z]" to the end of the text.
-bool readTimeOfDay(TextReader& reader, CalendarTime& time, std::int32_t& nanos) {
+// "Z", or "+hh", "+hhmm" or "+hh:mm" with either sign, by which a time of day is ahead of UTC; or nothing, which is
+// UTC.
+bool readOffset(TextReader& reader, std::int32_t& minutes) {
+  if (reader.atEnd() || reader.take('Z')) return true;
+  const bool ahead = reader.take('+');
+  if (!ahead && !reader.take('-')) return false;
+  std::int32_t hour = 0;
+  std::int32_t minute = 0;
+  if (!reader.takeDigits(hour, 2, 2) || hour > 23) return false;
+  const bool colon = reader.take(':');
+  if ((colon || !reader.atEnd()) && (!reader.takeDigits(minute, 2, 2) || minute > 59)) return false;
+  minutes = (ahead ? 1 : -1) * (hour * 60 + minute);
+  return true;
+}
+
+// "hh:mm:ss[.fraction]" and the offset to the end of the text.
+bool readTimeOfDay(TextReader& reader, CalendarTime& time, std::int32_t& nanos, std::int32_t& offsetMinutes) {
   if (!reader.takeDigits(time.hour, 2, 2) || !reader.take(':') || !reader.takeDigits(time.minute, 2, 2) ||
       !reader.take(':') || !reader.takeDigits(time.second, 2, 2)) {
     return false;
@@ -138,8 +153,19 @@ bool readTimeOfDay(TextReader& reader, CalendarTime& time, std::int32_t& nanos) 
     if (!reader.takeDigits(nanos, 1, 9, &digits)) return false;
     for (; digits < 9; ++digits) nanos *= 10;
   }
-  reader.take('Z');
-  return reader.atEnd();
+  return readOffset(reader, offsetMinutes) && reader.atEnd();
+}
+
+// The UTC of a time of day that is ahead of it; none for a date or time that does not exist. The second 60 stays, so
+// that it is for the caller to see whether there was one.
+std::optional<CalendarTime> utcOf(CalendarTime time, std::int32_t offsetMinutes) {
+  const std::int32_t excess = std::max(time.second - 59, 0);
+  time.second -= excess;
+  const std::int64_t seconds = secondsFromCalendar(time, false);
+  if (calendarFromSeconds(seconds, false, false) != time) return std::nullopt;
+  CalendarTime utc = calendarFromSeconds(seconds - std::int64_t{offsetMinutes} * 60, false, false);
+  utc.second += excess;
+  return utc;
 }
 
 }  // namespace
@@ -249,17 +275,20 @@ std::optional<Nano> nanoFromUtcText(std::string_view text) {
   TextReader reader(text);
   CalendarTime time;
   std::int32_t nanos = 0;
+  std::int32_t offsetMinutes = 0;
   if (!reader.takeDigits(time.year, 4, 4) || !reader.take('-') || !reader.takeDigits(time.month, 2, 2) ||
       !reader.take('-') || !reader.takeDigits(time.day, 2, 2)) {
     return std::nullopt;
   }
   if (!reader.atEnd()) {
     if (!reader.take('T') && !reader.take(' ')) return std::nullopt;
-    if (!readTimeOfDay(reader, time, nanos)) return std::nullopt;
+    if (!readTimeOfDay(reader, time, nanos, offsetMinutes)) return std::nullopt;
   }
-  const std::int64_t seconds = secondsFromCalendar(time, true);
-  // A time that does not exist, February 30 or a second 60 that was no leap second, comes back as another.
-  if (calendarFromSeconds(seconds, true, true) != time) return std::nullopt;
+  const std::optional<CalendarTime> utc = utcOf(time, offsetMinutes);
+  if (!utc) return std::nullopt;
+  const std::int64_t seconds = secondsFromCalendar(*utc, true);
+  // A second 60 that was no leap second comes back as another.
+  if (calendarFromSeconds(seconds, true, true) != *utc) return std::nullopt;
   constexpr std::int64_t kMaxSeconds = std::numeric_limits<Nano>::max() / kNanosPerSecond;
   if (seconds <= -kMaxSeconds || seconds >= kMaxSeconds) return std::nullopt;
   return seconds * kNanosPerSecond + nanos;

@@ -88,9 +88,10 @@ std::string dateTextFromDays(std::int64_t days);
 std::string spanText(std::int64_t nanos);
 
 /// Reads a UTC date, or date and time, as a person types it: "2024-12-03", "2024-12-03T23:43:45Z",
-/// "2024-12-03 23:43:45.5". The fraction has up to nine digits, "Z" may be missing, and "T" may be a blank. The second
-/// 60 is taken where there was a leap second. Gives none for any other text, for a date or time that does not exist and
-/// for one outside the range of `Nano` (years 1688 to 2271 are inside).
+/// "2024-12-03 23:43:45.5". The fraction has up to nine digits, "Z" may be missing, and "T" may be a blank. In place of
+/// "Z" there may be by how much the time of day is ahead of UTC: "+02:00", "-0530", "+01". The second 60 is taken where
+/// there was a leap second. Gives none for any other text, for a date or time that does not exist and for one outside
+/// the range of `Nano` (years 1688 to 2271 are inside).
 std::optional<Nano> nanoFromUtcText(std::string_view text);
 
 }  // namespace Kvex::Lib

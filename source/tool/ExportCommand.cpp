@@ -29,9 +29,9 @@ struct ExportOptions {
   std::string file;  ///< The one that is written just now.
   std::string output;
   SignalChoice choice;
-  std::optional<TimeArgument> start;
-  std::optional<TimeArgument> end;
+  TypedSpan span;
   Nano period = kNanosPerSecond;
+  std::optional<Nano> maxAge;
   bool native = false;
   bool used = false;
   const NamedFormat* format = nullptr;  ///< By the ending of the output without.
@@ -77,40 +77,45 @@ std::vector<std::vector<Signal>> byStream(const std::vector<Signal>& signals) {
   return parts;
 }
 
+Grid gridOf(const ExportOptions& options) {
+  const Grid grid = Grid::every(options.period);
+  return options.maxAge ? grid.withMaxAge(*options.maxAge) : grid;
+}
+
 void writeGrid(File& file, const std::vector<Signal>& signals, const ExportOptions& options, ReadOptions reading,
                TableWriter& table) {
   if (!reading.start) reading.start = file.span().start;
   if (!reading.end) reading.end = file.span().end;
-  for (const Batch& batch : file.grid(signals, Grid::every(options.period), reading)) table.add(batch, 0);
+  for (const Batch& batch : file.grid(signals, gridOf(options), reading)) table.add(batch, 0);
 }
 
-void writeNative(File& file, const std::vector<Signal>& signals, const ReadOptions& reading, TableWriter& table) {
+/// The fields of the table are those of the parts, one after the other.
+void writeNative(File& file, const std::vector<std::vector<Signal>>& parts, const ReadOptions& reading,
+                 TableWriter& table) {
   std::uint32_t firstField = 0;
-  for (const std::vector<Signal>& part : byStream(signals)) {
+  for (const std::vector<Signal>& part : parts) {
     for (const Batch& batch : file.native(part, reading)) table.add(batch, firstField);
     for (const Signal& signal : part) firstField += signal.count();
   }
 }
 
-ReadOptions spanOf(const ExportOptions& options, Nano fileStart) {
-  ReadOptions reading;
-  if (options.start) reading.start = options.start->from(fileStart);
-  if (options.end) reading.end = options.end->from(fileStart);
-  return reading;
-}
-
 std::vector<Signal> signalsFor(OpenedFile& opened, const ExportOptions& options) {
   std::vector<Signal> signals = chooseSignals(opened.file, options.choice);
+  if (options.style.shape == TableShape::Long) signals = inListingOrder(opened.file, std::move(signals));
   return options.used ? usedSignals(opened.file, signals, opened.watched()) : signals;
 }
 
 /// All tables of a file into a folder.
 VrelExit exportTables(const ExportOptions& options) {
   OpenedFile opened(options.file);
-  const Nano fileStart = opened.file.span().start;
-  FolderExport folder(options.output, options.force, options.style, std::string(options.format->endings[0]),
-                      signalsFor(opened, options), fileStart);
-  ReadOptions reading = spanOf(options, fileStart);
+  const std::vector<Signal> signals = signalsFor(opened, options);
+  const ChosenSpan span = opened.file.nativeSpan(options.span, signals);
+  tellNotes(opened.file, span);
+  FolderExport folder(options.output, options.force, options.style, std::string(options.format->endings[0]), signals,
+                      opened.file.span().start);
+  ReadOptions reading;
+  reading.start = span.start;
+  reading.end = span.end;
   reading.stop = opened.stop.token();
   reading.progress = opened.progress.callback();
   folder.write(opened.file, reading);
@@ -126,22 +131,23 @@ VrelExit exportSignals(const ExportOptions& options) {
   OpenedFile opened(options.file);
   File& file = opened.file;
   const std::vector<Signal> signals = signalsFor(opened, options);
-  if (options.native && options.style.shape == TableShape::Wide && byStream(signals).size() > 1) {
+  const std::vector<std::vector<Signal>> parts = byStream(signals);
+  if (options.native && options.style.shape == TableShape::Wide && parts.size() > 1) {
     throw Failure("the native samples of several streams make no one table; choose one with --stream, or use --long");
   }
-  const Nano fileStart = file.span().start;
+  const ChosenSpan span = options.native ? file.nativeSpan(options.span, signals) : file.gridSpan(options.span);
+  tellNotes(file, span);
   Output output(options.output, {.force = options.force});
-  TableFormatter formatter(options.style, signals, fileStart);
+  TableFormatter formatter(options.style, signals, file.span().start);
   TableWriter table(output, formatter);
   ReadOptions reading = table.readOptions(options.native);
-  const ReadOptions span = spanOf(options, fileStart);
   reading.start = span.start;
   reading.end = span.end;
   reading.stop = opened.stop.token();
   // A bar would stand in the midst of a table that goes to the terminal.
   if (!output.isTerminal()) reading.progress = opened.progress.callback();
   if (options.native) {
-    writeNative(file, signals, reading, table);
+    writeNative(file, parts, reading, table);
   } else {
     writeGrid(file, signals, options, reading, table);
   }
@@ -150,6 +156,9 @@ VrelExit exportSignals(const ExportOptions& options) {
   output.finish();
   opened.progress.clear();
   warnOfSpreadsheet(spreadsheetWarning(formatter));
+  if (formatter.records() == 0) {
+    say("vrel: note: \"{}\": the table is empty: these signals have no sample in the span", printable(file.path()));
+  }
   opened.tellJudgement();
   return opened.exit();
 }
@@ -176,13 +185,16 @@ VrelExit exportFiles(ExportOptions options) {
   return exportEach(options.files, folder, options.native ? "" : std::string(options.format->endings[0]), exportOne);
 }
 
-constexpr const char* kFooter =
+constexpr const char* kValuesHelp =
     "The value at a time is the one that stands after the first record at or after that time was decoded; values\n"
-    "are never interpolated. A time is below --end. A PATTERN is the name of a signal, in which \"*\" stands for any\n"
-    "characters, \"?\" for one and \"[a-c]\" for one of these; \"2:Lat\" is the signal \"Lat\" of stream 2. A TIME is\n"
-    "GPS nanoseconds (1417651425000000000), UTC (2024-12-03T23:43:45.5Z), or seconds from the file's start (+10.5).\n\n"
+    "are never interpolated. Columns come in the order of the --signal options. Times go from --start to below --end.\n"
+    "The last value of a stream that has ended stands to the end of the file: --max-age leaves a cell empty when its\n"
+    "value is older, also where its age is not known (flag 16).";
+
+constexpr const char* kTablesHelp =
     "The table has a line for each time and a column for each signal, empty where a value is not usable. With\n"
-    "--long it has a line for each time and signal, with the columns time,stream,signal,flags,stamp,value.\n\n"
+    "--long it has a line for each time and signal, with the columns time,stream,signal,flags,stamp,value, in\n"
+    "stream and listing order.\n\n"
     "With --native the table has all samples as the recording carried them in place of values at regular times: a\n"
     "line for each record, with cells empty for signals that it did not bring, from the first record to the last,\n"
     "or from --start to below --end. It is of one stream; with --long it may be of several, one after the other.\n\n"
@@ -213,30 +225,37 @@ void addExportCommand(CLI::App& app, Action& action) {
           "Write to this file, else to standard output. A folder, or a name that ends with \"/\", takes a table "
           "for each FILE, with --native the tables of each")
       ->type_name("OUT");
-  command
-      ->add_option("--signal", options->choice.patterns,
-                   "Signals to write; may be given several times. Without it: all signals")
-      ->type_name("PATTERN")
-      ->allow_extra_args(false);
-  command->add_option("--stream", options->choice.streamIds, "Only this stream; may be given several times")
-      ->type_name("ID")
-      ->allow_extra_args(false);
+  addSignalOption(*command, options->choice,
+                  "Signals to write, in this order; may be given several times. Without it: all signals");
+  addStreamOption(*command, options->choice);
   command->add_flag("--used", options->used, "Leave out signals without a usable sample; reads the file once more");
-  addTimeOption(*command, "--start", options->start, "First time, else the file's start");
-  addTimeOption(*command, "--end", options->end, "Time to stop at, else the file's end");
+  addTimeOption(*command, "--start", options->span.start,
+                "First time, else the file's start. That is 100 ms behind the first stream's start if the streams do "
+                "not all start at the same time, so that the first row has values of those that start together");
+  addTimeOption(*command, "--end", options->span.end, "Time to stop at, else the file's end");
   CLI::Option* const native =
       command->add_flag("--native", options->native, "All samples as the recording carried them, at their own times");
   command
       ->add_option_function<std::string>(
           "--period",
           [options](const std::string& text) {
-            const auto period = nanosFromSeconds(text);
+            const auto period = durationFromText(text);
             if (!period || *period <= 0) {
               throw CLI::ValidationError("--period", "\"" + text + "\" is no number of seconds from 0.000000001 on");
             }
             options->period = *period;
           },
           "Seconds from one time to the next, down to 0.000000001 (default 1)")
+      ->type_name("S")
+      ->excludes(native);
+  command
+      ->add_option_function<std::string>(
+          "--max-age",
+          [options](const std::string& text) {
+            options->maxAge = durationFromText(text);
+            if (!options->maxAge) throw CLI::ValidationError("--max-age", "\"" + text + "\" is no number of seconds");
+          },
+          "Leave a cell empty when its value is older than this many seconds")
       ->type_name("S")
       ->excludes(native);
   command->add_flag_callback(
@@ -255,10 +274,11 @@ void addExportCommand(CLI::App& app, Action& action) {
           "How times are written: gps (nanoseconds, default), utc, or elapsed (seconds from the file's start)")
       ->type_name("FORM")
       ->check(oneOf(kTimeForms));
+  command->add_flag("--qualified", options->style.qualified, "Every name with its stream: \"2:Lat [°]\"");
   addCsvOptions(*command, options->csv);
   command->add_flag("--flags", options->style.flags, "A column of flags after each value");
   command->add_flag("--text", options->style.valueTexts, "Texts in place of values, for signals that have them");
-  command->footer(kFooter);
+  command->footer(fmt::format("{}\n\n{}\n\n{}\n\n{}", kValuesHelp, kPatternHelp, kTimeHelp, kTablesHelp));
   command->callback([options, &action] { action = [options] { return exportFiles(*options); }; });
 }
 

@@ -13,6 +13,8 @@ Failure failureFrom(const Error& error) {
     case ErrorCode::UnknownKind:
     case ErrorCode::Empty:
       return Failure(printable(error.what()));
+    case ErrorCode::InvalidArgument:
+      return Failure(printable(error.reason()), VrelExit::WrongUsage);
     default:
       return Failure(printable(error.reason()));
   }

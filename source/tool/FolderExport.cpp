@@ -114,9 +114,9 @@ void FolderExport::writeSignalList() {
   if (style_.csv.byteOrderMark) buffer.append(kByteOrderMark);
   appendLine(buffer, std::vector<std::string>(std::begin(kListKeys), std::end(kListKeys)), delimiter);
   for (const Table& table : tables_) {
-    for (const TableField& field : fieldsOf(table.signals)) {
+    for (const TableField& field : fieldsOf(table.signals, style_.qualified)) {
       const Signal& signal = table.signals[field.signal];
-      const std::string& column = style_.shape == TableShape::Long ? field.name : field.key;
+      const std::string& column = style_.shape == TableShape::Long ? field.longName : field.key;
       const std::string cells[] = {table.fileName,      column,        std::to_string(table.stream),
                                    field.name,          signal.unit(), std::string(nameOf(signal.type())),
                                    signal.description()};

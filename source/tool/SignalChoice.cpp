@@ -1,7 +1,8 @@
 #include "tool/SignalChoice.h"
 
 #include <algorithm>
-#include <fmt/format.h>
+#include <map>
+#include <utility>
 
 #include "tool/Failure.h"
 #include "tool/Text.h"
@@ -12,34 +13,36 @@ bool SignalChoice::takesStream(std::uint32_t streamId) const {
   return streamIds.empty() || std::ranges::find(streamIds, streamId) != streamIds.end();
 }
 
-void checkStreamIds(const File& file, const SignalChoice& choice) {
-  for (const std::uint32_t id : choice.streamIds) (void)file.stream(id);
+CLI::Option* addSignalOption(CLI::App& command, SignalChoice& choice, const std::string& description,
+                             const std::string& names) {
+  return command.add_option(names, choice.patterns, description)->type_name("PATTERN")->allow_extra_args(false);
+}
+
+CLI::Option* addStreamOption(CLI::App& command, SignalChoice& choice) {
+  return command
+      .add_option("--stream", choice.streamIds, "Only these streams: \"2\", \"2,3\"; may be given several times")
+      ->type_name("ID")
+      ->delimiter(',')
+      ->allow_extra_args(false);
 }
 
 std::vector<Signal> chooseSignals(const File& file, const SignalChoice& choice) {
-  checkStreamIds(file, choice);
-  std::vector<Signal> offered = file.match("*");
-  std::erase_if(offered, [&](const Signal& signal) { return !choice.takesStream(signal.stream()); });
-  if (offered.empty()) throw Failure("no stream has time, so there are no values over time");
-  for (const std::string& pattern : choice.patterns) {
-    const auto matches = [&](const Signal& signal) { return signal.matches(pattern); };
-    if (std::ranges::none_of(offered, matches)) throw Failure(noMatchText(pattern, offered));
+  try {
+    return file.choose(choice.patterns, choice.streamIds);
+  } catch (const Error& error) {
+    if (error.code() != ErrorCode::NoSuchSignal || !error.candidates().empty()) throw;
+    throw Failure(printable(error.reason()) + "; \"vrel signals\" lists the names");
   }
-  if (choice.patterns.empty()) return offered;
-  std::vector<Signal> chosen = offered;
-  std::erase_if(chosen, [&](const Signal& signal) {
-    return std::ranges::none_of(choice.patterns, [&](const std::string& pattern) { return signal.matches(pattern); });
-  });
-  return chosen;
 }
 
-std::string noMatchText(std::string_view pattern, const std::vector<Signal>& offered) {
-  std::string names;
-  for (const std::string& name : nearNames(pattern, offered)) {
-    names += (names.empty() ? "" : ", ") + printable(name);
-  }
-  return fmt::format("no signal matches \"{}\"; {}", printable(pattern),
-                     names.empty() ? "\"vrel signals\" lists the names" : "did you mean " + names + '?');
+std::vector<Signal> inListingOrder(const File& file, std::vector<Signal> signals) {
+  std::map<std::pair<std::uint32_t, std::uint32_t>, std::size_t> places;
+  for (const Signal& signal : file.match("*"))
+    places.emplace(std::pair(signal.stream(), signal.ordinal()), places.size());
+  std::ranges::sort(signals, {}, [&](const Signal& signal) {
+    return std::pair(places.at({signal.stream(), signal.ordinal()}), signal.element());
+  });
+  return signals;
 }
 
 }  // namespace Kvex::Tool

@@ -1,31 +1,39 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <kvex/File.h>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace Kvex::Tool {
 
 /// What a user asks for on the command line.
 struct SignalChoice {
-  std::vector<std::string> patterns;     ///< As `File::match` takes them. None: all signals.
+  std::vector<std::string> patterns;     ///< As `File::choose` takes them. None: all signals.
   std::vector<std::uint32_t> streamIds;  ///< None: all streams.
 
   /// Whether the streams asked for hold this one.
   bool takesStream(std::uint32_t streamId) const;
 };
 
-/// The signals that have values over time and are asked for, in stream order and listing order. A name that stands in
-/// several types of one stream means the first of them. Throws a `Failure` for a pattern that matches nothing, with
-/// names near to it, for a stream that the file does not have, and where there is nothing to choose from.
+/// What a PATTERN is, for the help of commands.
+inline constexpr const char* kPatternHelp =
+    "A PATTERN is the name of a signal, as a table's header or a message shows it (\"Lat\", \"2:Lat [°]\",\n"
+    "\"SatUsed[3]\", \"*:Lat\"), else several of them (\"Lat,Lon\"), else a name in which \"*\" stands for any\n"
+    "characters, \"?\" for one and \"[a-c]\" for one of these; \"2:Gnss*\" for those of stream 2. If nothing matches,\n"
+    "the case of letters does not count.";
+
+/// The options "--signal" and "--stream" of a command.
+CLI::Option* addSignalOption(CLI::App& command, SignalChoice& choice, const std::string& description,
+                             const std::string& names = "--signal");
+CLI::Option* addStreamOption(CLI::App& command, SignalChoice& choice);
+
+/// The signals that have values over time and are asked for, as `File::choose` chooses them. Throws as that, and a
+/// `Failure` that says where the names are listed if no name is near.
 std::vector<Signal> chooseSignals(const File& file, const SignalChoice& choice);
 
-/// Throws `NoSuchStream` for a stream that the file does not have.
-void checkStreamIds(const File& file, const SignalChoice& choice);
-
-/// "no signal matches "Latt"; did you mean Lat?", with names of the signals that there are.
-std::string noMatchText(std::string_view pattern, const std::vector<Signal>& offered);
+/// The same signals in the order of `File::match("*")`, elements of an array by their numbers.
+std::vector<Signal> inListingOrder(const File& file, std::vector<Signal> signals);
 
 }  // namespace Kvex::Tool

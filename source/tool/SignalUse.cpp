@@ -14,45 +14,18 @@ bool hasTime(const File& file, const Signal& signal) {
   return file.stream(signal.stream()).hasTime();
 }
 
-void addOnce(std::vector<Signal>& signals, const Signal& signal) {
-  if (std::ranges::find(signals, signal) == signals.end()) signals.push_back(signal);
-}
-
-/// What a pattern chooses for a table of values, each with the other types that its name stands for. The signals of
-/// streams without time are found only where no others are, as everywhere.
-void addMatching(std::vector<Signal>& found, const File& file, const SignalChoice& choice, const std::string& pattern) {
-  try {
-    for (const Signal& chosen : chooseSignals(file, {{pattern}, choice.streamIds})) {
-      addOnce(found, chosen);
-      for (const Signal& other : file.stream(chosen.stream()).signals()) {
-        if (other.name() == chosen.name()) addOnce(found, other);
-      }
-    }
-  } catch (const std::exception&) {
-    const std::size_t before = found.size();
-    for (const Signal& signal : file.signals()) {
-      const bool isAsked = choice.takesStream(signal.stream()) && signal.matches(pattern);
-      if (isAsked && !hasTime(file, signal)) addOnce(found, signal);
-    }
-    if (found.size() == before) throw;
-  }
-}
-
+/// Of all signals, also those without values over time and each type of a name.
 std::vector<Signal> chosenSignals(const File& file, const SignalChoice& choice) {
-  checkStreamIds(file, choice);
-  std::vector<Signal> found;
-  if (choice.patterns.empty()) {
-    found = file.signals();
-    std::erase_if(found, [&](const Signal& signal) { return !choice.takesStream(signal.stream()); });
-  }
-  for (const std::string& pattern : choice.patterns) addMatching(found, file, choice, pattern);
-  return found;
+  for (const std::uint32_t id : choice.streamIds) (void)file.stream(id);
+  std::vector<Signal> offered = file.signals();
+  std::erase_if(offered, [&](const Signal& signal) { return !choice.takesStream(signal.stream()); });
+  return choice.patterns.empty() ? offered : choose(choice.patterns, offered);
 }
 
 }  // namespace
 
 std::vector<Signal> listSignals(const File& file, const SignalChoice& choice, const std::vector<std::string>& words) {
-  const std::vector<Signal> chosen = chosenSignals(file, choice);
+  std::vector<Signal> chosen = chosenSignals(file, choice);
   if (words.empty()) return chosen;
   const std::string text = fmt::format("{}", fmt::join(words, " "));
   std::vector<Signal> found = file.search(text);

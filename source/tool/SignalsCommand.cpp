@@ -78,9 +78,7 @@ constexpr const char* kFooter =
     "columns\n"
     "that do not fit are left out. Signals of a stream without time have no values over time and so nothing to "
     "count.\n\n"
-    "A PATTERN is the name of a signal, in which \"*\" stands for any characters, \"?\" for one and \"[a-c]\" for one "
-    "of\n"
-    "these; \"2:Lat\" is the signal \"Lat\" of stream 2.\n\n"
+    "{}\n\n"
     "In JSON the numbers have all their digits. \"first\" and \"last\" have \"value\", \"flags\" and \"time\", which "
     "is the\n"
     "stamp of the value in GPS nanoseconds; of an array \"samples\", \"usable\", \"rate\", \"first\", \"last\", "
@@ -96,18 +94,13 @@ void addSignalsCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<SignalsOptions>();
   CLI::App* command =
       addFileCommand(app, "signals", "List the signals of a file and what their samples say", options->file);
-  command
-      ->add_option("--signal,--match", options->choice.patterns,
-                   "Only signals whose name matches; may be given several times")
-      ->type_name("PATTERN")
-      ->allow_extra_args(false);
+  addSignalOption(*command, options->choice, "Only the signals that match; may be given several times",
+                  "--signal,--match");
   command
       ->add_option("--search", options->words,
                    "Only signals with all these words in name, description, unit, table or value texts, in any case")
       ->type_name("WORD");
-  command->add_option("--stream", options->choice.streamIds, "Only this stream; may be given several times")
-      ->type_name("ID")
-      ->allow_extra_args(false);
+  addStreamOption(*command, options->choice);
   CLI::Option* const fast =
       command->add_flag("--fast", options->fast, "Do not read values: names and descriptions only");
   CLI::Option* const used = command->add_flag("--used", options->used, "Only signals with usable samples");
@@ -115,7 +108,7 @@ void addSignalsCommand(CLI::App& app, Action& action) {
   command->add_flag("--changed", options->changed, "Only signals whose usable value changed")->excludes(fast);
   used->excludes(fast);
   command->add_flag("--json", options->json, "Write a JSON array, one signal on a line");
-  command->footer(kFooter);
+  command->footer(fmt::format(kFooter, kPatternHelp));
   command->callback([options, &action] { action = [options] { return showSignals(*options); }; });
 }
 

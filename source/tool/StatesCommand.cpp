@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <memory>
-#include <optional>
 
 #include "tool/Commands.h"
 #include "tool/OpenedFile.h"
@@ -21,8 +20,7 @@ constexpr std::size_t kTableLines = 10'000;
 struct StatesOptions {
   std::string file;
   SignalChoice choice;
-  std::optional<TimeArgument> start;
-  std::optional<TimeArgument> end;
+  TypedSpan span;
   bool intervals = false;
   bool json = false;
 };
@@ -34,18 +32,6 @@ std::vector<Signal> elementsOf(const std::vector<Signal>& signals) {
     for (std::uint32_t i = 0; signal.isArray() && i < signal.count(); ++i) elements.push_back(signal.at(i));
   }
   return elements;
-}
-
-/// Throws a `Failure` if nothing of the signal's stream lies in the span asked for.
-void checkSpan(const File& file, const Signal& signal, const ReadOptions& reading) {
-  const Stream& stream = file.stream(signal.stream());
-  const bool meets = reading.start.value_or(stream.start()) <= stream.end() &&
-                     reading.end.value_or(stream.end()) > stream.start() &&
-                     (!reading.start || !reading.end || *reading.start < *reading.end);
-  if (meets || stream.start() == stream.end()) return;
-  throw Failure(fmt::format("the span asked for holds nothing of stream {}, which goes from {} to {}", stream.id(),
-                            utcText(stream.start()), utcText(stream.end())),
-                VrelExit::WrongUsage);
 }
 
 /// Writes the states of one signal after the other.
@@ -112,9 +98,12 @@ VrelExit showStates(const StatesOptions& options) {
   File& file = opened.file;
   const std::vector<Signal> signals = elementsOf(chooseSignals(file, options.choice));
   ReadOptions reading = opened.watched();
-  if (options.start) reading.start = options.start->from(file.span().start);
-  if (options.end) reading.end = options.end->from(file.span().start);
-  for (const Signal& signal : signals) checkSpan(file, signal, reading);
+  // Each of the signals must have data in the span: none of the lines may be of nothing.
+  for (const Signal& signal : signals) (void)file.nativeSpan(options.span, {signal});
+  const ChosenSpan span = file.nativeSpan(options.span, signals);
+  tellNotes(file, span);
+  reading.start = span.start;
+  reading.end = span.end;
   Output output;
   if (output.isTerminal()) reading.progress = {};
   StatesWriter(file, reading, options, output).write(signals);
@@ -137,6 +126,7 @@ constexpr const char* kFooter =
     "\"seconds\", \"share\" from 0 to 1) or \"intervals\" (\"start\" and \"end\" in GPS nanoseconds, \"seconds\", "
     "\"value\", \"text\",\n"
     "\"usable\"). Time without a usable value has \"usable\" false and no value.\n\n"
+    "{}\n\n{}\n\n"
     "Example, how long the position was RTK integer:\n"
     "  vrel states run.vrel --signal GpsPosMode";
 
@@ -145,18 +135,13 @@ constexpr const char* kFooter =
 void addStatesCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<StatesOptions>();
   CLI::App* command = addFileCommand(app, "states", "Show how long signals held each of their values", options->file);
-  command->add_option("--signal", options->choice.patterns, "Signals to show; may be given several times")
-      ->type_name("PATTERN")
-      ->allow_extra_args(false)
-      ->required();
-  command->add_option("--stream", options->choice.streamIds, "Only this stream; may be given several times")
-      ->type_name("ID")
-      ->allow_extra_args(false);
+  addSignalOption(*command, options->choice, "Signals to show; may be given several times")->required();
+  addStreamOption(*command, options->choice);
   command->add_flag("--intervals", options->intervals, "A line for each time that a value was held");
-  addTimeOption(*command, "--start", options->start, "First time, else the start of the stream");
-  addTimeOption(*command, "--end", options->end, "Time to stop at, else the end of the stream");
+  addTimeOption(*command, "--start", options->span.start, "First time, else the start of the stream");
+  addTimeOption(*command, "--end", options->span.end, "Time to stop at, else the end of the stream");
   command->add_flag("--json", options->json, "Write a JSON array with an object for each signal");
-  command->footer(kFooter);
+  command->footer(fmt::format(kFooter, kPatternHelp, kTimeHelp));
   command->callback([options, &action] { action = [options] { return showStates(*options); }; });
 }
 

@@ -3,23 +3,26 @@
 #include <fmt/format.h>
 #include <map>
 #include <set>
-#include <string_view>
 
 namespace Kvex::Tool {
 
-std::vector<TableField> fieldsOf(const std::vector<Signal>& signals) {
-  std::map<std::string_view, std::set<std::int64_t>> streamsOf{{"time", {-1}}};
-  for (const Signal& signal : signals) streamsOf[signal.name()].insert(signal.stream());
+std::vector<TableField> fieldsOf(const std::vector<Signal>& signals, bool qualified) {
   std::vector<TableField> fields;
   for (std::uint32_t place = 0; place < signals.size(); ++place) {
     const Signal& signal = signals[place];
-    const bool shared = streamsOf[signal.name()].size() > 1;
     for (std::uint32_t element = 0; element < signal.count(); ++element) {
-      const std::string name = signal.isArray() ? fmt::format("{}[{}]", signal.name(), element) : signal.name();
-      const std::string shown = shared ? fmt::format("{}:{}", signal.stream(), name) : name;
-      const std::string key = signal.unit().empty() ? shown : fmt::format("{} [{}]", shown, signal.unit());
-      fields.push_back({place, element, name, key, shown + " flags"});
+      fields.push_back({place, element, signal.isArray() ? signal.at(element).name() : signal.name(), {}, {}, {}});
     }
+  }
+  std::map<std::string, std::set<std::int64_t>> streamsOf{{"time", {-1}}};
+  for (const TableField& field : fields) streamsOf[field.name].insert(signals[field.signal].stream());
+  for (TableField& field : fields) {
+    const Signal& signal = signals[field.signal];
+    const std::string withStream = fmt::format("{}:{}", signal.stream(), field.name);
+    field.longName = qualified ? withStream : field.name;
+    const std::string& shown = streamsOf[field.name].size() > 1 ? withStream : field.longName;
+    field.key = signal.unit().empty() ? shown : fmt::format("{} [{}]", shown, signal.unit());
+    field.flagsKey = shown + " flags";
   }
   return fields;
 }

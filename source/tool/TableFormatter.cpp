@@ -143,15 +143,15 @@ std::string TableFormatter::leadOf(std::string_view key) const {
 }
 
 void TableFormatter::addFields() {
-  for (TableField& about : fieldsOf(signals_)) {
+  for (TableField& about : fieldsOf(signals_, style_.qualified)) {
     const Signal& signal = signals_[about.signal];
     Field& field = fields_.emplace_back();
     visitType(signal.type(), [&]<class T>(std::type_identity<T>) { field.putNumber = putNumber<T>; });
     field.load = loaderOf(signal.type());
     field.hasTexts = style_.valueTexts && signal.hasTexts();
     if (isLong()) {
-      field.lead = fmt::format("{}{}{}{}{}", leadOf("stream"), signal.stream(), leadOf("signal"), textField(about.name),
-                               leadOf("flags"));
+      field.lead = fmt::format("{}{}{}{}{}", leadOf("stream"), signal.stream(), leadOf("signal"),
+                               textField(about.longName), leadOf("flags"));
     } else {
       field.lead = leadOf(about.key);
       field.flagsLead = leadOf(about.flagsKey);

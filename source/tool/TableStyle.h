@@ -37,6 +37,7 @@ struct TableStyle {
   TableFormat format = TableFormat::Csv;
   TableShape shape = TableShape::Wide;
   TimeForm time = TimeForm::Gps;
+  bool qualified = false;  ///< Every name with its stream, "2:Lat".
   CsvDialect csv;
   bool flags = false;       ///< A field of flags after each value; the long shape has it always.
   bool valueTexts = false;  ///< Texts in place of values, where a signal has them.

@@ -102,6 +102,23 @@ TEST(FolderExportTest, TheListHasEachColumnOfEachFile) {
   EXPECT_EQ(headers.size() + 1, namesIn(folder).size());
 }
 
+TEST(FolderExportTest, ColumnsComeInTheOrderAskedForWithinTheSpan) {
+  const std::string folder = freshFolder("ordered");
+  const std::string options = "export " + dataPath("nav_recording_11.vrel") +
+                              " --native --qualified --signal 2:Lon,2:Lat -o " + folder + "/ --time elapsed";
+  EXPECT_EQ(runCommand("vrel", options + " --start +2030").exitCode, 2);
+  EXPECT_FALSE(fs::exists(folder));
+  ASSERT_EQ(runCommand("vrel", options + " --start +1 --end +1.5").exitCode, 0);
+  std::istringstream table(contentsOf(folder + "/2-position.csv"));
+  std::string line;
+  std::getline(table, line);
+  EXPECT_EQ(line, "time,2:Lon [°],2:Lat [°]");
+  std::size_t rows = 0;
+  for (; std::getline(table, line); ++rows) EXPECT_EQ(line.substr(0, 2), "1.") << line;
+  EXPECT_GT(rows, 0U);
+  EXPECT_THAT(contentsOf(folder + "/signals.csv"), HasSubstr("2-position.csv,2:Lat [°],2,Lat,°,"));
+}
+
 /// Takes away most of the descriptors that may be open, while it stands.
 class FewDescriptors {
  public:

@@ -24,69 +24,62 @@ Strings namesOf(const std::vector<Signal>& signals) {
   return names;
 }
 
-TEST(SignalChoiceTest, ChoosesInTheOrderOfTheLists) {
-  const struct {
-    const char* fault;
-    SignalChoice choice;
-    Strings names;
-  } cases[] = {
-      {"one name in several streams", {{"Lat"}, {}}, {"1:Lat", "2:Lat"}},
-      {"a stream's number in the pattern", {{"2:Lat"}, {}}, {"2:Lat"}},
-      {"streams asked for", {{"Lat"}, {1}}, {"1:Lat"}},
-      {"patterns that overlap", {{"1:L[ao][tn]", "1:Lat"}, {}}, {"1:Lat", "1:Lon"}},
-      {"patterns against the order of the list", {{"1:Lon", "1:Lat"}, {}}, {"1:Lat", "1:Lon"}},
-      {"any characters, and one", {{"0:*_Lat*", "0:Nan?"}, {}}, {"0:GnssInt1_Latitude", "0:Nano"}},
-      {"one character, not of a set", {{"0:ImuA[!xy]"}, {}}, {"0:ImuAz"}},
-  };
-  for (const auto& c : cases) EXPECT_EQ(namesOf(chooseSignals(navFile(), c.choice)), c.names) << c.fault;
-  EXPECT_EQ(chooseSignals(navFile(), {{}, {0}}).size(), 7U) << "all of a stream";
-}
-
 TEST(SignalChoiceTest, ANameThatStandsTwiceIsChosenOnce) {
   const File file(dataPath("can_fd_11.vrel"));
   const std::vector<Signal> chosen = chooseSignals(file, {{"Nano*", "TimeWeek*"}, {}});
-  Strings names = namesOf(chosen);
-  EXPECT_EQ(names, (Strings{"0:TimeWeekSecond", "0:Nano", "0:NanoFromFirst", "0:NanoFromOrigin", "0:NanoFromStart",
-                            "0:TimeWeekCount"}));
-  EXPECT_EQ(chosen[3].type(), ValueType::Double) << "the type that is found first, at the place of the first row";
+  EXPECT_EQ(namesOf(chosen), (Strings{"0:Nano", "0:NanoFromFirst", "0:NanoFromOrigin", "0:NanoFromStart",
+                                      "0:TimeWeekSecond", "0:TimeWeekCount"}));
+  EXPECT_EQ(chosen[2].type(), ValueType::Double) << "the type that is found first, at the place of the first row";
 }
 
-TEST(SignalChoiceTest, SaysWhatIsWrongWithAChoice) {
+TEST(SignalChoiceTest, LongTablesHaveListingOrder) {
+  const File file(dataPath("range_recording_11.vrel"));
+  const Strings texts{"2:Lat", "Hunter_PolygonPointsLat[4]", "1:Lon", "Hunter_PolygonPointsLat[3]", "1:Lat"};
+  EXPECT_EQ(namesOf(inListingOrder(file, file.choose(texts))),
+            (Strings{"0:Hunter_PolygonPointsLat[3]", "0:Hunter_PolygonPointsLat[4]", "1:Lat", "1:Lon", "2:Lat"}));
+}
+
+TEST(SignalChoiceTest, SaysWhereTheNamesAre) {
   const struct {
-    SignalChoice choice;
+    const char* text;
     const char* message;
   } cases[] = {
-      {{{"ImuAxx"}, {0}}, "no signal matches \"ImuAxx\"; did you mean ImuAx, ImuAy, ImuAz?"},
-      {{{"Nano", "0:Latitud"}, {0}}, "no signal matches \"0:Latitud\"; did you mean GnssInt1_Latitude?"},
-      {{{"qqqqqq"}, {}}, "no signal matches \"qqqqqq\"; \"vrel signals\" lists the names"},
-      {{{"\033"}, {}}, "no signal matches \"?\"; \"vrel signals\" lists the names"},
-      {{{"imuaz*"}, {0}}, "no signal matches \"imuaz*\"; did you mean ImuAz, ImuAx, ImuAy?"},
+      {"qqqqqq", "no signal matches \"qqqqqq\"; \"vrel signals\" lists the names"},
+      {"\033", "no signal matches \"?\"; \"vrel signals\" lists the names"},
   };
   for (const auto& c : cases) {
     try {
-      chooseSignals(navFile(), c.choice);
+      chooseSignals(navFile(), {{c.text}, {}});
       ADD_FAILURE() << c.message;
     } catch (const Failure& failure) {
       EXPECT_STREQ(failure.what(), c.message);
     }
   }
-  EXPECT_THROW(checkStreamIds(navFile(), {{}, {0, 3}}), Error);
-  EXPECT_NO_THROW(checkStreamIds(navFile(), {{}, {0, 2}}));
+  EXPECT_THROW(chooseSignals(navFile(), {{"ImuAxx"}, {0}}), Error) << "with names near to it";
 }
 
 TEST(TableFieldsTest, NamesAreShownSoThatNoTwoAreEqual) {
   const struct {
-    const char* pattern;
+    Strings texts;
+    bool qualified;
     Strings keys;
+    Strings longNames;
   } cases[] = {
-      {"1:Lat", {"Lat [°]"}},
-      {"[12]:Lat", {}},
-      {"Lat", {"1:Lat [°]", "2:Lat [°]"}},
+      {{"1:Lat"}, false, {"Lat [°]"}, {"Lat"}},
+      {{"Lat"}, false, {"1:Lat [°]", "2:Lat [°]"}, {"Lat", "Lat"}},
+      {{"1:Lat", "0:Nano"}, true, {"1:Lat [°]", "0:Nano [ns]"}, {"1:Lat", "0:Nano"}},
+      {{"Lat"}, true, {"1:Lat [°]", "2:Lat [°]"}, {"1:Lat", "2:Lat"}},
   };
   for (const auto& c : cases) {
     Strings keys;
-    for (const TableField& field : fieldsOf(navFile().match(c.pattern))) keys.push_back(field.key);
-    EXPECT_EQ(keys, c.keys) << c.pattern;
+    Strings longNames;
+    for (const TableField& field : fieldsOf(navFile().choose(c.texts), c.qualified)) {
+      keys.push_back(field.key);
+      longNames.push_back(field.longName);
+      EXPECT_EQ(field.name.find(':'), std::string::npos);
+    }
+    EXPECT_EQ(keys, c.keys);
+    EXPECT_EQ(longNames, c.longNames);
   }
 }
 

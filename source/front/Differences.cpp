@@ -59,7 +59,8 @@ std::vector<StreamPair> pairStreams(const File& first, const File& second) {
 std::string spanText(const Stream& stream) {
   if (!stream.hasTime()) return "no time";
   // The end may lie so far behind the start that 64 bits do not hold it.
-  const double seconds = (static_cast<double>(stream.end()) - static_cast<double>(stream.start())) * 1e-9;
+  const double seconds =
+      static_cast<double>(static_cast<std::uint64_t>(stream.end()) - static_cast<std::uint64_t>(stream.start())) / 1e9;
   char length[48];
   std::snprintf(length, sizeof length, " (%.9g s)", seconds);
   return utcText(stream.start()) + " to " + utcText(stream.end()) + length;

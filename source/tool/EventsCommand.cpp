@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <memory>
 #include <string_view>
 
@@ -18,8 +19,7 @@ struct EventsOptions {
   std::string file;
   std::vector<std::string> kinds;
   std::vector<std::uint32_t> streams;
-  std::optional<TimeArgument> start;
-  std::optional<TimeArgument> end;
+  TypedSpan span;
   bool json = false;
 };
 
@@ -46,8 +46,12 @@ VrelExit showEvents(const EventsOptions& options) {
   EventOptions wanted{.streams = options.streams, .progress = watched.progress, .stop = watched.stop};
   for (const std::string& name : options.kinds) wanted.kinds.push_back(*eventKind(name));
   const Nano fileStart = opened.file.hasTime() ? opened.file.span().start : kNoTime;
-  if (options.start) wanted.start = options.start->from(fileStart);
-  if (options.end) wanted.end = options.end->from(fileStart);
+  if (options.span.start || options.span.end) {
+    const ChosenSpan span = opened.file.gridSpan(options.span);
+    tellNotes(opened.file, span);
+    wanted.start = span.start;
+    wanted.end = span.end;
+  }
   const Events events = opened.file.events(wanted);
   opened.progress.clear();
   Output output;
@@ -65,7 +69,7 @@ VrelExit showEvents(const EventsOptions& options) {
   return opened.exit();
 }
 
-constexpr const char* kFooter =
+constexpr const char* kEventsHelp =
     "Kinds:\n"
     "  trigger  an edge at a trigger input of a navigation unit, at the edge's own time\n"
     "  wheel    the pulses of the wheel speed sensor start or stop\n"
@@ -77,7 +81,7 @@ constexpr const char* kFooter =
     "GPS\n"
     "nanoseconds; \"record\" is the record that shows the event: of a gap the packet behind it.\n\n"
     "Example:\n"
-    "  vrel events run.vrel --kind trigger";
+    "  vrel events run.vrel --kind trigger --start +3m";
 
 }  // namespace
 
@@ -93,10 +97,10 @@ void addEventsCommand(CLI::App& app, Action& action) {
       ->type_name("ID")
       ->delimiter(',')
       ->allow_extra_args(false);
-  addTimeOption(*command, "--start", options->start, "Only events from this time on");
-  addTimeOption(*command, "--end", options->end, "Only events before this time");
+  addTimeOption(*command, "--start", options->span.start, "Only events from this time on");
+  addTimeOption(*command, "--end", options->span.end, "Only events before this time");
   command->add_flag("--json", options->json, "Write a JSON array, one event on a line");
-  command->footer(kFooter);
+  command->footer(fmt::format("{}\n\n{}", kEventsHelp, kTimeHelp));
   command->callback([options, &action] { action = [options] { return showEvents(*options); }; });
 }
 

@@ -32,6 +32,10 @@ struct ExportOptions {
   TypedSpan span;
   Nano period = kNanosPerSecond;
   std::optional<Nano> maxAge;
+  std::string around;  ///< The signal whose changes are events; empty for a table of the whole span.
+  Nano before = 0;
+  Nano after = 0;
+  bool multiplexed = false;
   bool native = false;
   bool used = false;
   const NamedFormat* format = nullptr;  ///< By the ending of the output without.
@@ -82,10 +86,8 @@ Grid gridOf(const ExportOptions& options) {
   return options.maxAge ? grid.withMaxAge(*options.maxAge) : grid;
 }
 
-void writeGrid(File& file, const std::vector<Signal>& signals, const ExportOptions& options, ReadOptions reading,
+void writeGrid(File& file, const std::vector<Signal>& signals, const ExportOptions& options, const ReadOptions& reading,
                TableWriter& table) {
-  if (!reading.start) reading.start = file.span().start;
-  if (!reading.end) reading.end = file.span().end;
   for (const Batch& batch : file.grid(signals, gridOf(options), reading)) table.add(batch, 0);
 }
 
@@ -105,10 +107,52 @@ std::vector<Signal> signalsFor(OpenedFile& opened, const ExportOptions& options)
   return options.used ? usedSignals(opened.file, signals, opened.watched()) : signals;
 }
 
+Nano shifted(Nano time, Nano by) {
+  Nano result = 0;
+  return __builtin_add_overflow(time, by, &result) ? (by < 0 ? INT64_MIN + 1 : INT64_MAX) : result;
+}
+
+/// The times of a grid round an event that lie in a span: from the first that is a whole number of periods from
+/// `before` it on.
+Span windowOf(const Change& change, const ExportOptions& options, const ReadOptions& reading) {
+  Span window{shifted(change.time, -options.before), shifted(change.time, shifted(options.after, 1))};
+  if (reading.start && window.start < *reading.start) {
+    const Nano missing = *reading.start - window.start;
+    const Nano step = options.native ? 1 : options.period;
+    window.start = shifted(window.start, (missing + step - 1) / step * step);
+  }
+  if (reading.end) window.end = std::min(window.end, *reading.end);
+  return window;
+}
+
+/// The rows round each change of a signal, with the change's number.
+template <class Write>
+void writeAround(File& file, const ExportOptions& options, const ReadOptions& reading, TableWriter& table,
+                 Write&& write) {
+  ReadOptions searching;
+  searching.start = reading.start;
+  searching.end = reading.end;
+  searching.stop = reading.stop;
+  searching.progress = reading.progress;
+  std::uint64_t number = 0;
+  ReadOptions part = reading;
+  part.progress = {};
+  for (const Change& change : file.changes(options.around, searching)) {
+    table.beginEvent(++number);
+    const Span window = windowOf(change, options, reading);
+    if (window.start >= window.end) continue;
+    part.start = window.start;
+    part.end = window.end;
+    write(part);
+  }
+  if (number == 0) say("vrel: note: \"{}\" does not change in the span", printable(options.around));
+}
+
 /// All tables of a file into a folder.
 VrelExit exportTables(const ExportOptions& options) {
   OpenedFile opened(options.file);
   const std::vector<Signal> signals = signalsFor(opened, options);
+  noteMultiplexed(signals, options.multiplexed);
   const ChosenSpan span = opened.file.nativeSpan(options.span, signals);
   tellNotes(opened.file, span);
   FolderExport folder(options.output, options.force, options.style, std::string(options.format->endings[0]), signals,
@@ -116,6 +160,7 @@ VrelExit exportTables(const ExportOptions& options) {
   ReadOptions reading;
   reading.start = span.start;
   reading.end = span.end;
+  reading.multiplexed = options.multiplexed;
   reading.stop = opened.stop.token();
   reading.progress = opened.progress.callback();
   folder.write(opened.file, reading);
@@ -131,6 +176,7 @@ VrelExit exportSignals(const ExportOptions& options) {
   OpenedFile opened(options.file);
   File& file = opened.file;
   const std::vector<Signal> signals = signalsFor(opened, options);
+  noteMultiplexed(signals, options.multiplexed);
   const std::vector<std::vector<Signal>> parts = byStream(signals);
   if (options.native && options.style.shape == TableShape::Wide && parts.size() > 1) {
     throw Failure("the native samples of several streams make no one table; choose one with --stream, or use --long");
@@ -143,13 +189,21 @@ VrelExit exportSignals(const ExportOptions& options) {
   ReadOptions reading = table.readOptions(options.native);
   reading.start = span.start;
   reading.end = span.end;
+  if (!options.native) {
+    if (!reading.start) reading.start = file.span().start;
+    if (!reading.end) reading.end = file.span().end;
+  }
+  reading.multiplexed = options.multiplexed;
   reading.stop = opened.stop.token();
   // A bar would stand in the midst of a table that goes to the terminal.
   if (!output.isTerminal()) reading.progress = opened.progress.callback();
-  if (options.native) {
-    writeNative(file, parts, reading, table);
+  const auto write = [&](const ReadOptions& part) {
+    options.native ? writeNative(file, parts, part, table) : writeGrid(file, signals, options, part, table);
+  };
+  if (options.around.empty()) {
+    write(reading);
   } else {
-    writeGrid(file, signals, options, reading, table);
+    writeAround(file, options, reading, table, write);
   }
   table.finish();
   TableWriter::endTable(output, formatter);
@@ -173,16 +227,34 @@ VrelExit exportFiles(ExportOptions options) {
   checkCsvOptions(options, options.style.format);
   options.style.csv = dialectOf(options.csv, {.delimiter = options.format->delimiter});
   noteSpreadsheetTimes(options.style);
+  options.style.events = !options.around.empty();
   options.file = options.files.front();
   if (!toFolder) return exportSignals(options);
-  if (options.native && options.files.size() == 1) return exportTables(options);
+  if (options.native && !options.around.empty()) {
+    throw Failure("--around makes one table, and a folder of native tables has many", VrelExit::WrongUsage);
+  }
   const OutputFolder folder(options.output);
   const auto exportOne = [&](const std::string& file, const std::string& output) {
     options.file = file;
     options.output = output;
     return options.native ? exportTables(options) : exportSignals(options);
   };
+  if (options.native && options.files.size() == 1) return exportTables(options);
   return exportEach(options.files, folder, options.native ? "" : std::string(options.format->endings[0]), exportOne);
+}
+
+CLI::Option* addDurationOption(CLI::App& command, const std::string& name, Nano& duration,
+                               const std::string& description) {
+  return command
+      .add_option_function<std::string>(
+          name,
+          [name, &duration](const std::string& text) {
+            const auto typed = durationFromText(text);
+            if (!typed || *typed < 0) throw CLI::ValidationError(name, "\"" + text + "\" is no number of seconds");
+            duration = *typed;
+          },
+          description)
+      ->type_name("S");
 }
 
 constexpr const char* kValuesHelp =
@@ -198,6 +270,9 @@ constexpr const char* kTablesHelp =
     "With --native the table has all samples as the recording carried them in place of values at regular times: a\n"
     "line for each record, with cells empty for signals that it did not bring, from the first record to the last,\n"
     "or from --start to below --end. It is of one stream; with --long it may be of several, one after the other.\n\n"
+    "With --around the table has the rows from --before a change of a signal to --after it, for one change after the\n"
+    "other, and a column \"event\" that numbers the changes. Of a trigger's count the changes are its edges, at their\n"
+    "own times.\n\n"
     "With --native -o FOLDER/ there is a file for each table of each stream, and signals.csv lists their columns:\n"
     "file,column,stream,name,unit,type,description. Characters other than letters, digits, \".\", \"_\" and \"-\" are\n"
     "percent-encoded in the names of the files. Several FILEs make a table each, named as they are (with --native a\n"
@@ -209,6 +284,8 @@ constexpr const char* kTablesHelp =
     "  vrel export run.vrel --signal 'GnssInt1_L*' --period 0.01 --end +60 -o run.csv\n\n"
     "Example, every sample of two signals of stream 2:\n"
     "  vrel export run.vrel --native --stream 2 --signal Lat --signal Lon -o run.csv\n\n"
+    "Example, what happened at each trigger:\n"
+    "  vrel export run.vrel --around 2:Trig1RiseUpdateCount --before 2 --after 5 --period 0.01 -o triggers.csv\n\n"
     "Example, everything in a file, a table for each kind of record; and one table for each of many files:\n"
     "  vrel export run.vrel --native -o run/\n"
     "  vrel export *.vrel --signal Lat --signal Lon -o tables/";
@@ -258,6 +335,12 @@ void addExportCommand(CLI::App& app, Action& action) {
           "Leave a cell empty when its value is older than this many seconds")
       ->type_name("S")
       ->excludes(native);
+  CLI::Option* const around =
+      command->add_option("--around", options->around, "Only rows round each change of this signal, with its number")
+          ->type_name("SIGNAL");
+  addDurationOption(*command, "--before", options->before, "Seconds before each of these changes")->needs(around);
+  addDurationOption(*command, "--after", options->after, "Seconds behind each of them")->needs(around);
+  addMultiplexedOption(*command, options->multiplexed);
   command->add_flag_callback(
       "--long", [options] { options->style.shape = TableShape::Long; },
       "One line for each time and signal, with flags and stamp");

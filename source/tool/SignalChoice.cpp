@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "tool/Failure.h"
+#include "tool/Messages.h"
 #include "tool/Text.h"
 
 namespace Kvex::Tool {
@@ -24,6 +25,20 @@ CLI::Option* addStreamOption(CLI::App& command, SignalChoice& choice) {
       ->type_name("ID")
       ->delimiter(',')
       ->allow_extra_args(false);
+}
+
+CLI::Option* addMultiplexedOption(CLI::App& command, bool& multiplexed) {
+  return command.add_flag("--multiplexed", multiplexed,
+                          "Take a multiplexed signal only from frames whose multiplexer selects it");
+}
+
+void noteMultiplexed(const std::vector<Signal>& signals, bool multiplexed) {
+  const auto isMultiplexed = [](const Signal& signal) { return signal.multiplexer().has_value(); };
+  const auto count = std::ranges::count_if(signals, isMultiplexed);
+  if (multiplexed || count == 0) return;
+  say("vrel: note: {} of the signals {} multiplexed: frames that do not select them give numbers without meaning; "
+      "--multiplexed leaves these out",
+      count, count == 1 ? "is" : "are");
 }
 
 std::vector<Signal> chooseSignals(const File& file, const SignalChoice& choice) {

@@ -29,6 +29,11 @@ CLI::Option* addSignalOption(CLI::App& command, SignalChoice& choice, const std:
                              const std::string& names = "--signal");
 CLI::Option* addStreamOption(CLI::App& command, SignalChoice& choice);
 
+/// The option "--multiplexed": `ReadOptions::multiplexed`.
+CLI::Option* addMultiplexedOption(CLI::App& command, bool& multiplexed);
+/// Says on standard error that multiplexed signals are read from frames that do not select them, if so.
+void noteMultiplexed(const std::vector<Signal>& signals, bool multiplexed);
+
 /// The signals that have values over time and are asked for, as `File::choose` chooses them. Throws as that, and a
 /// `Failure` that says where the names are listed if no name is near.
 std::vector<Signal> chooseSignals(const File& file, const SignalChoice& choice);

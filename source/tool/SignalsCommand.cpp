@@ -1,10 +1,13 @@
 #include <algorithm>
+#include <filesystem>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <memory>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "tool/Commands.h"
+#include "tool/FileByFile.h"
 #include "tool/Messages.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
@@ -17,14 +20,17 @@ namespace Kvex::Tool {
 
 namespace {
 
+using Json = nlohmann::ordered_json;
+
 struct SignalsOptions {
-  std::string file;
+  std::vector<std::string> files;
   SignalChoice choice;
   std::vector<std::string> words;
   bool fast = false;
   bool used = false;
   bool unused = false;
   bool changed = false;
+  bool multiplexed = false;
   bool json = false;
 };
 
@@ -51,14 +57,22 @@ bool keeps(const SignalsOptions& options, const ListedSignal& listed) {
          (!options.changed || listed.changed());
 }
 
-VrelExit showSignals(const SignalsOptions& options) {
-  OpenedFile opened(options.file);
+std::vector<ListedSignal> findSignals(OpenedFile& opened, const SignalsOptions& options) {
   const std::vector<Signal> signals = listSignals(opened.file, options.choice, options.words);
-  Output output;
-  std::vector<ListedSignal> listed =
-      options.fast ? withoutStatistics(signals) : withStatistics(opened.file, signals, opened.watched());
+  if (options.fast) return withoutStatistics(signals);
+  noteMultiplexed(signals, options.multiplexed);
+  ReadOptions reading = opened.watched();
+  reading.multiplexed = options.multiplexed;
+  std::vector<ListedSignal> found = withStatistics(opened.file, signals, reading);
   opened.progress.clear();
-  std::erase_if(listed, [&](const ListedSignal& signal) { return !keeps(options, signal); });
+  std::erase_if(found, [&](const ListedSignal& signal) { return !keeps(options, signal); });
+  return found;
+}
+
+VrelExit showOne(const SignalsOptions& options) {
+  OpenedFile opened(options.files.front());
+  const std::vector<ListedSignal> listed = findSignals(opened, options);
+  Output output;
   if (options.json) {
     writeJson(output, listed, !options.fast);
   } else {
@@ -67,6 +81,46 @@ VrelExit showSignals(const SignalsOptions& options) {
   output.finish();
   opened.tellJudgement();
   return opened.exit();
+}
+
+/// A line with the names for each file.
+VrelExit showMany(const SignalsOptions& options) {
+  Output output;
+  const FilesDone done = doEach(options.files, [&](const std::string& path) {
+    OpenedFile opened(path);
+    const std::vector<ListedSignal> found = findSignals(opened, options);
+    if (options.json) {
+      Json signals = Json::array();
+      for (const ListedSignal& signal : found) signals.push_back(signalJson(signal, !options.fast));
+      output.write(jsonText({{"file", path}, {"signals", std::move(signals)}}) + '\n');
+    } else {
+      std::vector<std::string> names;
+      for (const ListedSignal& signal : found) names.push_back(printable(signal.signal.qualifiedName()));
+      output.write(fmt::format("{}: {}\n", printable(path), fmt::join(names, ", ")));
+    }
+    return opened.exit();
+  });
+  output.finish();
+  return done.exit();
+}
+
+/// Behind --search files look like words.
+void partFilesFromWords(SignalsOptions& options) {
+  std::error_code ignored;
+  while (options.words.size() > 1 && std::filesystem::is_regular_file(options.words.back(), ignored)) {
+    options.files.insert(options.files.begin(), std::move(options.words.back()));
+    options.words.pop_back();
+  }
+}
+
+VrelExit showSignals(SignalsOptions options) {
+  if (options.files.empty()) partFilesFromWords(options);
+  if (options.files.empty()) throw Failure("FILE is required", VrelExit::WrongUsage);
+  if (options.files.size() == 1) return showOne(options);
+  if (options.words.empty()) {
+    throw Failure("the signals of several files are listed with --search only", VrelExit::WrongUsage);
+  }
+  return showMany(options);
 }
 
 constexpr const char* kFooter =
@@ -84,6 +138,7 @@ constexpr const char* kFooter =
     "stamp of the value in GPS nanoseconds; of an array \"samples\", \"usable\", \"rate\", \"first\", \"last\", "
     "\"min\", \"max\" and\n"
     "\"changes\" are lists with an entry for each element. Where there are no values over time they are null.\n\n"
+    "With --search several FILEs may be given: each has a line with the names that are found in it.\n\n"
     "Examples:\n"
     "  vrel signals run.vrel --changed --signal '*Lat*'\n"
     "  vrel signals run.vrel --search rtk";
@@ -93,7 +148,8 @@ constexpr const char* kFooter =
 void addSignalsCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<SignalsOptions>();
   CLI::App* command =
-      addFileCommand(app, "signals", "List the signals of a file and what their samples say", options->file);
+      addFilesCommand(app, "signals", "List the signals of a file and what their samples say", options->files);
+  command->get_option("FILE")->required(false);
   addSignalOption(*command, options->choice, "Only the signals that match; may be given several times",
                   "--signal,--match");
   command
@@ -107,6 +163,7 @@ void addSignalsCommand(CLI::App& app, Action& action) {
   command->add_flag("--unused", options->unused, "Only signals without usable samples")->excludes(used)->excludes(fast);
   command->add_flag("--changed", options->changed, "Only signals whose usable value changed")->excludes(fast);
   used->excludes(fast);
+  addMultiplexedOption(*command, options->multiplexed);
   command->add_flag("--json", options->json, "Write a JSON array, one signal on a line");
   command->footer(fmt::format(kFooter, kPatternHelp));
   command->callback([options, &action] { action = [options] { return showSignals(*options); }; });

@@ -22,6 +22,7 @@ struct StatesOptions {
   SignalChoice choice;
   TypedSpan span;
   bool intervals = false;
+  bool multiplexed = false;
   bool json = false;
 };
 
@@ -98,12 +99,14 @@ VrelExit showStates(const StatesOptions& options) {
   File& file = opened.file;
   const std::vector<Signal> signals = elementsOf(chooseSignals(file, options.choice));
   ReadOptions reading = opened.watched();
+  reading.multiplexed = options.multiplexed;
   // Each of the signals must have data in the span: none of the lines may be of nothing.
   for (const Signal& signal : signals) (void)file.nativeSpan(options.span, {signal});
   const ChosenSpan span = file.nativeSpan(options.span, signals);
   tellNotes(file, span);
   reading.start = span.start;
   reading.end = span.end;
+  noteMultiplexed(signals, options.multiplexed);
   Output output;
   if (output.isTerminal()) reading.progress = {};
   StatesWriter(file, reading, options, output).write(signals);
@@ -140,6 +143,7 @@ void addStatesCommand(CLI::App& app, Action& action) {
   command->add_flag("--intervals", options->intervals, "A line for each time that a value was held");
   addTimeOption(*command, "--start", options->span.start, "First time, else the start of the stream");
   addTimeOption(*command, "--end", options->span.end, "Time to stop at, else the end of the stream");
+  addMultiplexedOption(*command, options->multiplexed);
   command->add_flag("--json", options->json, "Write a JSON array with an object for each signal");
   command->footer(fmt::format(kFooter, kPatternHelp, kTimeHelp));
   command->callback([options, &action] { action = [options] { return showStates(*options); }; });

@@ -6,7 +6,8 @@
 
 namespace Kvex::Tool {
 
-std::vector<TableField> fieldsOf(const std::vector<Signal>& signals, bool qualified) {
+std::vector<TableField> fieldsOf(const std::vector<Signal>& signals, bool qualified,
+                                 const std::set<std::string>& taken) {
   std::vector<TableField> fields;
   for (std::uint32_t place = 0; place < signals.size(); ++place) {
     const Signal& signal = signals[place];
@@ -14,7 +15,8 @@ std::vector<TableField> fieldsOf(const std::vector<Signal>& signals, bool qualif
       fields.push_back({place, element, signal.isArray() ? signal.at(element).name() : signal.name(), {}, {}, {}});
     }
   }
-  std::map<std::string, std::set<std::int64_t>> streamsOf{{"time", {-1}}};
+  std::map<std::string, std::set<std::int64_t>> streamsOf;
+  for (const std::string& name : taken) streamsOf[name] = {-1};
   for (const TableField& field : fields) streamsOf[field.name].insert(signals[field.signal].stream());
   for (TableField& field : fields) {
     const Signal& signal = signals[field.signal];

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <kvex/Signal.h>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ struct TableField {
 
 /// The fields of a table with the elements of these signals, in their order. A key has the stream's number if several
 /// streams have the name, if it is the one of the first field, "time", and with `qualified` always.
-std::vector<TableField> fieldsOf(const std::vector<Signal>& signals, bool qualified = false);
+std::vector<TableField> fieldsOf(const std::vector<Signal>& signals, bool qualified = false,
+                                 const std::set<std::string>& taken = {"time"});
 
 }  // namespace Kvex::Tool

@@ -14,7 +14,9 @@ namespace {
 
 constexpr std::string_view kTimeKey = "time";
 constexpr std::string_view kLongKeys[] = {"stream", "signal", "flags", "stamp", "value"};
-constexpr std::size_t kFlagsRoom = 4;     ///< "255", "null".
+constexpr std::size_t kFlagsRoom = 4;  ///< "255", "null".
+constexpr std::string_view kEventKey = "event";
+constexpr std::size_t kEventRoom = 32;    ///< Of the number of an event with what comes before it.
 constexpr std::size_t kOpeningRoom = 16;  ///< Of what `openingOf` gives.
 
 char* putText(char* out, std::string_view text) {
@@ -119,8 +121,8 @@ TableFormatter::TableFormatter(const TableStyle& style, std::vector<Signal> sign
       valueLead_(leadOf("value")),
       close_(closingOf(style.format)) {
   addFields();
-  const std::size_t shared =
-      kOpeningRoom + stampLead_.size() + valueLead_.size() + close_.size() + 3 * NumberText::kRoom + kFlagsRoom;
+  const std::size_t shared = kOpeningRoom + kEventRoom + stampLead_.size() + valueLead_.size() + close_.size() +
+                             3 * NumberText::kRoom + kFlagsRoom;
   // Of a long table a record has the room of all fields, which is enough for each.
   recordRoom_ = shared;
   for (const Field& field : fields_) {
@@ -130,8 +132,9 @@ TableFormatter::TableFormatter(const TableStyle& style, std::vector<Signal> sign
 }
 
 std::size_t TableFormatter::columnCount() const {
-  if (isLong()) return 1 + std::size(kLongKeys);
-  return 1 + fields_.size() * (style_.flags ? 2 : 1);
+  const std::size_t leading = style_.events ? 2 : 1;
+  if (isLong()) return leading + std::size(kLongKeys);
+  return leading + fields_.size() * (style_.flags ? 2 : 1);
 }
 
 std::string TableFormatter::textField(std::string_view text) const {
@@ -143,7 +146,9 @@ std::string TableFormatter::leadOf(std::string_view key) const {
 }
 
 void TableFormatter::addFields() {
-  for (TableField& about : fieldsOf(signals_, style_.qualified)) {
+  std::set<std::string> taken{std::string(kTimeKey)};
+  if (style_.events) taken.emplace(kEventKey);
+  for (TableField& about : fieldsOf(signals_, style_.qualified, taken)) {
     const Signal& signal = signals_[about.signal];
     Field& field = fields_.emplace_back();
     visitType(signal.type(), [&]<class T>(std::type_identity<T>) { field.putNumber = putNumber<T>; });
@@ -160,12 +165,17 @@ void TableFormatter::addFields() {
   }
 }
 
+void TableFormatter::setEvent(std::uint64_t number) {
+  event_ = leadOf(kEventKey) + std::to_string(number);
+}
+
 void TableFormatter::appendHeader(fmt::memory_buffer& buffer) const {
   if (style_.format == TableFormat::Json) buffer.push_back('[');
   if (isJson()) return;
   std::string line(style_.csv.byteOrderMark ? kByteOrderMark : "");
   line += kTimeKey;
   const auto add = [&](std::string_view key) { (line += style_.csv.delimiter) += textField(key); };
+  if (style_.events) add(kEventKey);
   if (isLong()) {
     for (const std::string_view key : kLongKeys) add(key);
   } else {
@@ -208,7 +218,7 @@ void TableFormatter::appendRecords(fmt::memory_buffer& buffer, std::span<const T
 
 char* TableFormatter::putRow(fmt::memory_buffer& buffer, char* out, const Batch& batch, std::size_t row) {
   out = putOpening(out);
-  out = putTime(out, time_, batch.time(row));
+  out = putText(putTime(out, time_, batch.time(row)), event_);
   for (Field& field : fields_) {
     const ColumnBuffers& column = batch.buffers(field.about.signal);
     const std::optional<std::size_t> place = placeOf(column, row, field.about.element);
@@ -232,7 +242,7 @@ char* TableFormatter::putEmpty(char* out) const {
 char* TableFormatter::putRecord(fmt::memory_buffer& buffer, char* out, const TableSample& sample) {
   Field& field = fields_[sample.field];
   out = putOpening(out);
-  out = putTime(out, time_, sample.time);
+  out = putText(putTime(out, time_, sample.time), event_);
   out = putText(out, field.lead);
   out = putInteger(out, unsigned{sample.flags});
   out = putLead(out, stampLead_);

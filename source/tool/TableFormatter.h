@@ -34,6 +34,9 @@ class alignas(kCacheLine) TableFormatter {
   /// Records that were appended.
   std::uint64_t records() const { return records_; }
 
+  /// Says to which event the records belong that are appended from now on. REQUIRES: a style with events.
+  void setEvent(std::uint64_t number);
+
   /// Appends what opens a table: the line of names in CSV, the bracket in JSON.
   void appendHeader(fmt::memory_buffer& buffer) const;
   /// Appends what closes a table, if anything does.
@@ -93,6 +96,7 @@ class alignas(kCacheLine) TableFormatter {
   std::string_view close_;      ///< What ends a record.
   std::size_t recordRoom_ = 0;  ///< No record is longer, value texts not counted.
   std::uint64_t records_ = 0;
+  std::string event_;  ///< The field of the event's number with what comes before it; empty without.
   NumberText time_;
   NumberText stamp_;
 };

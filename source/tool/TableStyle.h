@@ -40,6 +40,7 @@ struct TableStyle {
   bool qualified = false;  ///< Every name with its stream, "2:Lat".
   CsvDialect csv;
   bool flags = false;       ///< A field of flags after each value; the long shape has it always.
+  bool events = false;      ///< The number of an event after the time.
   bool valueTexts = false;  ///< Texts in place of values, where a signal has them.
 };
 

@@ -46,6 +46,11 @@ void TableWriter::add(const Batch& batch, std::uint32_t firstField) {
   handOver();
 }
 
+void TableWriter::beginEvent(std::uint64_t number) {
+  if (!filling_.samples.empty()) handOver();
+  filling_.event = number;
+}
+
 void TableWriter::finish() {
   handOver();
   writeFormatted();
@@ -61,12 +66,14 @@ void TableWriter::handOver() {
   std::swap(filling_, formatting_);
   filling_.output = formatting_.output;
   filling_.formatter = formatting_.formatter;
+  filling_.event = formatting_.event;
   const SignalsBlocked blocked;
   formatted_ = std::async(std::launch::async, [this] { format(formatting_); });
 }
 
 void TableWriter::format(Block& block) const {
   block.text.clear();
+  if (block.event > 0) block.formatter->setEvent(block.event);
   if (isLong()) {
     block.formatter->appendRecords(block.text, block.samples);
   } else {

@@ -29,6 +29,8 @@ class TableWriter {
   ReadOptions readOptions(bool sparse) const;
   /// The samples of a batch whose first column is the formatter's field `firstField`. In a wide table that is 0.
   void add(const Batch& batch, std::uint32_t firstField);
+  /// What is added from now on belongs to this event.
+  void beginEvent(std::uint64_t number);
   /// Writes what is not written yet. The output is not finished by it.
   void finish();
 
@@ -38,6 +40,7 @@ class TableWriter {
   struct alignas(kCacheLine) Block {
     Output* output = nullptr;
     TableFormatter* formatter = nullptr;
+    std::uint64_t event = 0;  ///< 0 for none.
     Batch batch;
     std::vector<TableSample> samples;
     fmt::memory_buffer text;

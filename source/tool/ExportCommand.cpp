@@ -125,13 +125,13 @@ Span windowOf(const Change& change, const ExportOptions& options, const ReadOpti
   return window;
 }
 
-/// The rows round each change of a signal, with the change's number.
+/// The rows round each change of a signal in a span, with the change's number.
 template <class Write>
-void writeAround(File& file, const ExportOptions& options, const ReadOptions& reading, TableWriter& table,
-                 Write&& write) {
+void writeAround(File& file, const ExportOptions& options, const ChosenSpan& span, const ReadOptions& reading,
+                 TableWriter& table, Write&& write) {
   ReadOptions searching;
-  searching.start = reading.start;
-  searching.end = reading.end;
+  searching.start = span.start;
+  searching.end = span.end;
   searching.stop = reading.stop;
   searching.progress = reading.progress;
   std::uint64_t number = 0;
@@ -203,7 +203,7 @@ VrelExit exportSignals(const ExportOptions& options) {
   if (options.around.empty()) {
     write(reading);
   } else {
-    writeAround(file, options, reading, table, write);
+    writeAround(file, options, span, reading, table, write);
   }
   table.finish();
   TableWriter::endTable(output, formatter);

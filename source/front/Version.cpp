@@ -6,4 +6,8 @@ std::string_view version() {
   return KVEX_VERSION;
 }
 
+std::string_view build() {
+  return KVEX_BUILD;
+}
+
 }  // namespace Kvex

@@ -79,7 +79,9 @@ constexpr const char* kEventsHelp =
     "  damage   a place where data is damaged or lost, as \"vrel check\" tells it\n\n"
     "Events come in order of time, with UTC and seconds from the file's start. In JSON \"time\" and \"record\" are "
     "GPS\n"
-    "nanoseconds; \"record\" is the record that shows the event: of a gap the packet behind it.\n\n"
+    "nanoseconds; \"record\" is the record that shows the event: of a gap the packet behind it.";
+
+constexpr const char* kExample =
     "Example:\n"
     "  vrel events run.vrel --kind trigger --start +3m";
 
@@ -100,7 +102,7 @@ void addEventsCommand(CLI::App& app, Action& action) {
   addTimeOption(*command, "--start", options->span.start, "Only events from this time on");
   addTimeOption(*command, "--end", options->span.end, "Only events before this time");
   command->add_flag("--json", options->json, "Write a JSON array, one event on a line");
-  command->footer(fmt::format("{}\n\n{}", kEventsHelp, kTimeHelp));
+  command->footer(fmt::format("{}\n\n{}\n\n{}", kEventsHelp, kTimeHelp, kExample));
   command->callback([options, &action] { action = [options] { return showEvents(*options); }; });
 }
 

@@ -51,7 +51,8 @@ VrelExit run(int argc, char** argv) {
   app.footer(kFooter);
   app.require_subcommand(1);
   app.get_formatter()->column_width(kHelpColumn);
-  app.set_version_flag("--version", fmt::format("vrel {}", Kvex::version()), "Print the version and exit");
+  app.set_version_flag("--version", fmt::format("vrel {} ({})", Kvex::version(), Kvex::build()),
+                       "Print version and build, and exit");
   Action action;
   addInfoCommand(app, action);
   addSignalsCommand(app, action);

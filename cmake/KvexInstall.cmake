@@ -10,7 +10,7 @@ set_target_properties(kvex PROPERTIES LINKER_LANGUAGE CXX)
 target_compile_features(kvex PUBLIC cxx_std_20)
 target_include_directories(kvex PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                                        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-target_link_libraries(kvex PRIVATE PkgConfig::OGG Threads::Threads)
+target_link_libraries(kvex PRIVATE ${KVEX_OGG} Threads::Threads)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Kvex)
 install(TARGETS kvex EXPORT KvexTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})

@@ -57,7 +57,7 @@ std::string_view nameOf(EventKind kind) {
 }
 
 std::optional<EventKind> eventKind(std::string_view name) {
-  const auto found = std::ranges::find(kEventKinds, name);
+  const auto* const found = std::ranges::find(kEventKinds, name);
   if (found == kEventKinds.end()) return std::nullopt;
   return static_cast<EventKind>(found - kEventKinds.begin());
 }

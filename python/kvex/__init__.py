@@ -1,0 +1,36 @@
+"""Recordings of inertial and satellite navigation, for Python.
+
+>>> import kvex
+>>> with kvex.open("run.vrel") as run:
+...     speed = run["2:Speed2d"].read()
+...     frame = run.table(["2:Lat", "2:Lon"]).to_pandas()
+"""
+
+from ._errors import AmbiguousSignal, KvexError, NoSuchSignal
+from ._results import Damage, Event, EventList, Overview, Place, Reading, State, Statistics, StatisticsList
+from ._run import Run, SignalView, SignalViews, StreamView, open, version
+from ._samples import Samples
+from ._table import Table
+
+__all__ = [
+    "AmbiguousSignal",
+    "Damage",
+    "Event",
+    "EventList",
+    "KvexError",
+    "NoSuchSignal",
+    "Overview",
+    "Place",
+    "Reading",
+    "Run",
+    "Samples",
+    "SignalView",
+    "SignalViews",
+    "State",
+    "Statistics",
+    "StatisticsList",
+    "StreamView",
+    "Table",
+    "open",
+    "version",
+]

@@ -15,6 +15,7 @@ from ._times import TimeLike, gps_time, gps_times, nanos_of_seconds, utc_of
 
 if TYPE_CHECKING:
     import datetime as dt
+
     import numpy as np
     import pandas
 
@@ -333,7 +334,8 @@ class Run:
     ) -> StatisticsList:
         """One entry for each signal, and of an array one for each element. One walk of each stream."""
         asked = [signal._signal for signal in self._chosen(signals)]
-        return StatisticsList(self._statistics(entry) for entry in self._recording.statistics(asked, **self._span(start, end)))
+        entries = self._recording.statistics(asked, **self._span(start, end))
+        return StatisticsList(self._statistics(entry) for entry in entries)
 
     def states(self, signal: SignalLike, start: TimeLike | None = None, end: TimeLike | None = None) -> list[State]:
         """The intervals during which a signal held each value."""
@@ -391,7 +393,11 @@ class Run:
     def _statistics(self, entry: dict[str, Any]) -> Statistics:
         shown = {name: None if entry[name] is None else Reading(*entry[name]) for name in _READINGS}
         return Statistics(
-            SignalView(self, entry["signal"]), entry["samples"], entry["usable"], entry["rate"], changes=entry["changes"],
+            SignalView(self, entry["signal"]),
+            entry["samples"],
+            entry["usable"],
+            entry["rate"],
+            changes=entry["changes"],
             **shown,
         )
 
@@ -435,4 +441,3 @@ def _progress(
         bar.refresh()
 
     return report, bar.close
-

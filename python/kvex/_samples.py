@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from typing import TYPE_CHECKING, Any
 
-from . import _kvex
+from ._times import unix_times
 
 if TYPE_CHECKING:
     import numpy as np
@@ -39,5 +39,4 @@ class Samples:
 
 def utc_array(gps: NDArray[np.int64]) -> NDArray[np.datetime64]:
     """GPS times as UTC, in datetime64[ns]."""
-    unix: NDArray[np.int64] = _kvex.unix_times(gps)
-    return unix.view("datetime64[ns]")
+    return unix_times(gps).view("datetime64[ns]")

@@ -9,7 +9,6 @@ from typing import TYPE_CHECKING, Any
 from ._samples import utc_array
 
 if TYPE_CHECKING:
-    import numpy as np
     import pandas
     import polars
     import pyarrow

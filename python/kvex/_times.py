@@ -4,12 +4,13 @@ from __future__ import annotations
 
 import datetime as dt
 from collections.abc import Iterable
-from typing import TYPE_CHECKING, Any, TypeAlias
+from typing import TYPE_CHECKING, Any, TypeAlias, cast
 
 from . import _kvex
 
 if TYPE_CHECKING:
     import numpy as np
+    from numpy.typing import NDArray
 
 #: GPS nanoseconds as an int, a text as the commands take it, or a date and time; without a zone it is UTC.
 TimeLike: TypeAlias = "int | str | dt.datetime | np.datetime64"
@@ -22,7 +23,17 @@ def utc_of(gps: int) -> np.datetime64:
     """The UTC time of a GPS time; a leap second reads as the second after it."""
     import numpy as np
 
-    return np.datetime64(int(_kvex.unix_times([gps])[0]), "ns")
+    return cast("np.datetime64", np.datetime64(unix_of(gps), "ns"))
+
+
+def unix_of(gps: int) -> int:
+    """The Unix time of a GPS time, in nanoseconds."""
+    return int(unix_times([gps])[0])
+
+
+def unix_times(gps: Any) -> NDArray[np.int64]:
+    """The Unix times of GPS times."""
+    return cast("NDArray[np.int64]", _kvex.unix_times(gps))
 
 
 def gps_of_unix(unix: int) -> int:
@@ -30,8 +41,10 @@ def gps_of_unix(unix: int) -> int:
     shift = _GPS_ZERO_UNIX
     for _ in range(2):  # the second look is for a time close to a leap second
         gps = unix - shift
-        shift = int(_kvex.unix_times([gps])[0]) - gps
-    return unix - shift
+        shift = unix_of(gps) - gps
+    # A leap second and the second after it are the same Unix time, which means the latter.
+    later = unix - shift + 1_000_000_000
+    return later if unix_of(later) == unix else unix - shift
 
 
 def gps_time(time: TimeLike, recording: Any) -> int:
@@ -43,15 +56,16 @@ def gps_time(time: TimeLike, recording: Any) -> int:
     if isinstance(time, np.datetime64):
         return gps_of_unix(int(time.astype("datetime64[ns]").astype(np.int64)))
     if hasattr(time, "to_datetime64"):  # a pandas timestamp, which has nanoseconds that a datetime lacks
-        aware = time.tz_convert("UTC").tz_localize(None) if time.tzinfo is not None else time
-        return gps_time(aware.to_datetime64(), recording)
+        stamp: Any = time
+        naive = stamp if stamp.tzinfo is None else stamp.tz_convert("UTC").tz_localize(None)
+        return gps_time(naive.to_datetime64(), recording)
     if isinstance(time, dt.datetime):
         aware = time if time.tzinfo is not None else time.replace(tzinfo=dt.UTC)
         since = aware - dt.datetime(1970, 1, 1, tzinfo=dt.UTC)
         return gps_of_unix(((since.days * 86_400 + since.seconds) * 1_000_000 + since.microseconds) * 1_000)
     gps = _whole(time)
     if gps < _SMALLEST_GPS_TIME:
-        raise ValueError(f'{gps} is no time in GPS nanoseconds; "+{gps}" is {gps} seconds after the file\'s start')
+        raise ValueError(f'{gps} is no time; "+{gps}" is {gps} seconds after the file\'s start')
     return gps
 
 
@@ -79,4 +93,4 @@ def _whole(time: Any) -> int:
     try:
         return operator.index(time)
     except TypeError:
-        raise TypeError(f"{time!r} is no time: give GPS nanoseconds, a text, a datetime or a numpy.datetime64") from None
+        raise TypeError(f"{time!r} is no time: GPS nanoseconds, a text, a datetime or a numpy.datetime64 are") from None

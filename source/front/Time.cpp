@@ -36,7 +36,8 @@ std::string utcText(Nano time) {
 }
 
 std::int64_t unixNanos(Nano time) {
-  const std::int64_t shift = kUnixSecondsOfGpsZero - Lib::leapAt(split(time).seconds).offset;
+  const Lib::LeapState leap = Lib::leapAt(split(time).seconds);
+  const std::int64_t shift = kUnixSecondsOfGpsZero - leap.offset + (leap.inLeapSecond ? 1 : 0);
   std::int64_t result = 0;
   return __builtin_add_overflow(time, shift * kNanosPerSecond, &result) ? INT64_MAX : result;
 }

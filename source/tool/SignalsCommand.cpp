@@ -95,6 +95,7 @@ VrelExit showMany(const SignalsOptions& options) {
       output.write(jsonText({{"file", path}, {"signals", std::move(signals)}}) + '\n');
     } else {
       std::vector<std::string> names;
+      names.reserve(found.size());
       for (const ListedSignal& signal : found) names.push_back(printable(signal.signal.qualifiedName()));
       output.write(fmt::format("{}: {}\n", printable(path), fmt::join(names, ", ")));
     }

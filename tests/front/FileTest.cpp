@@ -70,6 +70,19 @@ TEST(FileTest, StopsAndReportsItsOpening) {
                std::runtime_error);
 }
 
+TEST(TimeTest, ALeapSecondReadsAsTheSecondAfterIt) {
+  const Nano before = *nanoFromUtc("2016-12-31T23:59:59.25Z");
+  const std::int64_t midnight = 1'483'228'800;
+  const std::pair<Nano, std::int64_t> cases[] = {{0, -750'000'000},
+                                                 {kNanosPerSecond, 250'000'000},
+                                                 {2 * kNanosPerSecond, 250'000'000},
+                                                 {3 * kNanosPerSecond, 1'250'000'000}};
+  for (const auto& [later, expected] : cases) {
+    EXPECT_EQ(unixNanos(before + later), midnight * kNanosPerSecond + expected);
+  }
+  EXPECT_EQ(utcText(before + kNanosPerSecond), "2016-12-31T23:59:60.250000000Z");
+}
+
 TEST(FileTest, JudgesAFile) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);

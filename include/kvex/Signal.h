@@ -48,7 +48,8 @@ class Signal {
  public:
   /// The id of the stream that it belongs to.
   std::uint32_t stream() const;
-  /// Its place in the stream's list of signals, from 0.
+  /// Its number among the signals of its stream, from 0, in the order in which they are defined: not its place in
+  /// `Stream::signals`, which is sorted by type and name.
   std::uint32_t ordinal() const;
   /// "Lat"; of an element "SatUsed[3]". Case counts. A stream may carry a name in several types.
   const std::string& name() const;

@@ -177,7 +177,8 @@ Metadata describe(const Signal& signal) {
   return {{"signal", signal.qualifiedName()},
           {"unit", signal.unit()},
           {"description", signal.description()},
-          {"table", signal.table()}};
+          {"table", signal.table()},
+          {"count", std::to_string(signal.count())}};
 }
 
 Field fieldOf(const Signal& signal, const std::string& name, bool asTexts) {

@@ -5,6 +5,7 @@
 #include <nanobind/stl/pair.h>
 #include <nanobind/stl/shared_ptr.h>
 #include <nanobind/stl/string.h>
+#include <nanobind/stl/unique_ptr.h>
 #include <nanobind/stl/vector.h>
 
 #include "ArrowStream.h"
@@ -293,6 +294,12 @@ void bindRecording(nb::module_& module) {
       .def(
           "search", [](const Recording& self, const std::string& words) { return self.about().search(words); },
           "words"_a)
+      .def(
+          "choose_all",
+          [](const Recording& self, const std::vector<std::string>& texts, const std::vector<std::uint32_t>& streams) {
+            return self.about().choose(texts, streams);
+          },
+          "texts"_a, "streams"_a)
       .def(
           "choose", [](const Recording& self, const std::string& text) { return self.about().choose({text}); },
           "text"_a)

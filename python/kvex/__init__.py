@@ -6,6 +6,7 @@
 ...     frame = run.table(["2:Lat", "2:Lon"]).to_pandas()
 """
 
+from ._convert import Conversion, convert
 from ._errors import AmbiguousSignal, KvexError, NoSuchSignal
 from ._results import Damage, Event, EventList, Overview, Place, Reading, State, Statistics, StatisticsList
 from ._run import Run, SignalView, SignalViews, StreamView, open, version
@@ -14,6 +15,7 @@ from ._table import Table
 
 __all__ = [
     "AmbiguousSignal",
+    "Conversion",
     "Damage",
     "Event",
     "EventList",
@@ -31,6 +33,7 @@ __all__ = [
     "StatisticsList",
     "StreamView",
     "Table",
+    "convert",
     "open",
     "version",
 ]

@@ -103,6 +103,12 @@ std::vector<std::pair<std::string, std::string>> attributesOf(const Signal& sign
           {"multiplexer", signal.multiplexer() ? signal.multiplexer()->text() : "none"}};
 }
 
+/// "{Kvex-Grouping} Name".
+std::string fieldName(const std::string& tag, const std::string& key) {
+  std::string name = tag;
+  return name.append(" ").append(key);
+}
+
 class Comparison {
  public:
   Comparison(File& first, File& second) : first_(first), second_(second) {}
@@ -153,7 +159,7 @@ class Comparison {
       const int number = ++seen[header.tag];
       const std::string tag = number == 1 ? header.tag : header.tag + " " + std::to_string(number);
       values.emplace(tag, "there");
-      for (const auto& [key, value] : header.values) values.insert_or_assign(tag + " " + key, value);
+      for (const auto& [key, value] : header.values) values.insert_or_assign(fieldName(tag, key), value);
     };
     addHeader(stream.header());
     std::ranges::for_each(stream.headers(), addHeader);

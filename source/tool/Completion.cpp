@@ -298,6 +298,7 @@ std::string answerBash(CLI::App& app, const std::string& breaks, const std::stri
                        const FileLookup& lookup) {
   const std::vector<ShellWord> typed = splitShellLine(before, breaks);
   std::vector<std::string> words;
+  words.reserve(typed.size());
   for (const ShellWord& word : typed) words.push_back(word.text);
   if (words.size() < 2) return {};
   const std::size_t current = words.size() - 1;

@@ -16,6 +16,7 @@ CLI::Validator oneOf(const std::vector<std::string>& values);
 template <class Value>
 CLI::Validator oneOf(const std::map<std::string, Value>& values) {
   std::vector<std::string> names;
+  names.reserve(values.size());
   for (const auto& [name, value] : values) names.push_back(name);
   return oneOf(names);
 }

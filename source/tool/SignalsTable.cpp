@@ -224,6 +224,7 @@ std::string signalsTable(const std::vector<ListedSignal>& signals, bool walked, 
   TextTable table;
   for (std::size_t row = 0; row <= signals.size(); ++row) {
     std::vector<std::string> cells;
+    cells.reserve(columns.size() + 1);
     for (const FilledColumn& column : columns) cells.push_back(column.cells[row]);
     if (described) {
       const std::string text = row == 0 ? "DESCRIPTION" : printable(descriptionOf(signals[row - 1].signal));

@@ -53,7 +53,7 @@ def test_column_files_have_the_values(run: kvex.Run, converted: dict[str, Path])
     (lat,) = [row for row in listing if row["name"] == "Lat"]
     assert (lat["folder"], lat["table"], lat["column"], lat["unit"]) == ("Quon-2", "position", "Lat", "°")
     assert len(listing) == sum(len(stream.signals) for stream in run.streams[:3])
-    (largest,) = duckdb.sql(f"select max(Lat) from '{converted['parquet']}/Quon-2/position.parquet'").fetchone() or ()
+    ((largest,),) = duckdb.sql(f"select max(Lat) from '{converted['parquet']}/Quon-2/position.parquet'").fetchall()
     assert largest == max(value for value in table["Lat"].to_pylist() if value is not None)
 
 

@@ -3,6 +3,7 @@
 
 #include "tool/Commands.h"
 #include "tool/DifferencesTable.h"
+#include "tool/JsonArray.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
 #include "tool/Text.h"
@@ -17,17 +18,6 @@ struct DiffOptions {
   bool json = false;
 };
 
-void writeJson(Output& output, const std::vector<Difference>& found) {
-  output.write("[");
-  std::string_view separator = "\n";
-  for (const Difference& difference : found) {
-    output.write(separator);
-    output.write(jsonText(differenceJson(difference)));
-    separator = ",\n";
-  }
-  output.write("\n]\n");
-}
-
 VrelExit showDifferences(const DiffOptions& options) {
   OpenedFile first(options.first);
   OpenedFile second(options.second);
@@ -36,7 +26,7 @@ VrelExit showDifferences(const DiffOptions& options) {
   first.progress.clear();
   Output output;
   if (options.json) {
-    writeJson(output, found);
+    writeJsonArray(output, found, differenceJson);
   } else {
     output.write(found.empty() ? "The two files do not differ in streams, signals, settings and times.\n"
                                : differencesTable(found));

@@ -5,6 +5,7 @@
 #include "tool/Commands.h"
 #include "tool/Completion.h"
 #include "tool/EventsTable.h"
+#include "tool/JsonArray.h"
 #include "tool/Messages.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
@@ -28,18 +29,6 @@ std::vector<std::string> kindNames() {
   return {names.begin(), names.end()};
 }
 
-/// An array with a line for each event.
-void writeJson(Output& output, const Events& events, Nano fileStart) {
-  output.write("[");
-  std::string_view separator = "\n";
-  for (const Event& event : events.list) {
-    output.write(separator);
-    output.write(jsonText(eventJson(event, fileStart)));
-    separator = ",\n";
-  }
-  output.write("\n]\n");
-}
-
 VrelExit showEvents(const EventsOptions& options) {
   OpenedFile opened(options.file);
   const ReadOptions watched = opened.watched();
@@ -56,7 +45,7 @@ VrelExit showEvents(const EventsOptions& options) {
   opened.progress.clear();
   Output output;
   if (options.json) {
-    writeJson(output, events, fileStart);
+    writeJsonArray(output, events.list, [&](const Event& event) { return eventJson(event, fileStart); });
   } else {
     output.write(eventsTable(events.list, fileStart));
   }

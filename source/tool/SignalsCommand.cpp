@@ -8,6 +8,7 @@
 
 #include "tool/Commands.h"
 #include "tool/FileByFile.h"
+#include "tool/JsonArray.h"
 #include "tool/Messages.h"
 #include "tool/OpenedFile.h"
 #include "tool/Output.h"
@@ -33,18 +34,6 @@ struct SignalsOptions {
   bool multiplexed = false;
   bool json = false;
 };
-
-/// An array with a line for each signal.
-void writeJson(Output& output, const std::vector<ListedSignal>& signals, bool walked) {
-  output.write("[");
-  std::string_view separator = "\n";
-  for (const ListedSignal& signal : signals) {
-    output.write(separator);
-    output.write(jsonText(signalJson(signal, walked)));
-    separator = ",\n";
-  }
-  output.write("\n]\n");
-}
 
 /// The width of the terminal that standard output goes to; 0 for none.
 std::size_t terminalWidth(const Output& output) {
@@ -74,7 +63,7 @@ VrelExit showOne(const SignalsOptions& options) {
   const std::vector<ListedSignal> listed = findSignals(opened, options);
   Output output;
   if (options.json) {
-    writeJson(output, listed, !options.fast);
+    writeJsonArray(output, listed, [&](const ListedSignal& signal) { return signalJson(signal, !options.fast); });
   } else {
     output.write(signalsTable(listed, !options.fast, terminalWidth(output)));
   }

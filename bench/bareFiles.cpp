@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Figures.h"
 #include "codecs.h"
 #include "nav/NavFraming.h"
 #include "nav/QuonDecoder.h"
@@ -142,8 +143,12 @@ void compare(const std::string& path, std::string_view title, std::vector<Work> 
   std::printf("%s: %.0f MiB, %llu packets; bare scanner %.1f ns per packet, %.0f MB/s\n", std::string(title).c_str(),
               size / kMebibyte, static_cast<unsigned long long>(packets), bare * 1e9 / static_cast<double>(packets),
               size / 1e6 / bare);
+  Bench::note(std::string(title), {"bare scanner", bare * 1e9 / static_cast<double>(packets), "ns per packet"});
   for (Work& work : works) {
     std::sort(work.ratios.begin(), work.ratios.end());
+    Bench::note(std::string(title),
+                {work.name + " against the " + (work.reference.empty() ? "bare scanner" : work.reference),
+                 work.ratios[work.ratios.size() / 2], "times", work.limit});
     std::printf("  %-44s %6.2f times the %s (at most %.1f)\n", work.name.c_str(), work.ratios[work.ratios.size() / 2],
                 work.reference.empty() ? "bare scanner" : work.reference.c_str(), work.limit);
   }

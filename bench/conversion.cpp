@@ -22,6 +22,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "Figures.h"
 #include "synth/RecordingWriter.h"
 #include "synth/VehicleDrive.h"
 
@@ -34,7 +35,7 @@ constexpr int kRuns = 5;
 
 /// One logical stream of the benchmark recording, with its share of the recording's bytes.
 struct Source {
-  Synth::LogicalWriter& writer;
+  Com::LogicalWriter& writer;
   double share;
   std::uint64_t written = 0;
 };
@@ -45,9 +46,9 @@ void writeRecording(const std::string& path, std::int64_t size) {
   std::ofstream file(path, std::ios::binary);
   Synth::RecordingWriter recording(file);
   const std::string definition = Synth::VehicleDrive::definition().headerPacket();
-  const auto zint = [&](std::uint32_t serial, std::size_t pageBytes) -> Synth::LogicalWriter& {
+  const auto zint = [&](std::uint32_t serial, std::size_t pageBytes) -> Com::LogicalWriter& {
     return recording.addStream({.serial = serial,
-                                .primary = Synth::primaryText("[Kvex-Zint]", 1),
+                                .primary = Com::primaryText("[Kvex-Zint]", 1),
                                 .headers = {definition},
                                 .bytesPerPage = pageBytes});
   };
@@ -198,6 +199,13 @@ int measure(const std::string& self, const std::string& vrel2fix, const std::str
   std::printf("ratio, median of %d pairs          %8.2f\n", kRuns, median(ratio));
   std::printf("peak memory of vrel2fix           %8.2f MiB;  %.2f MiB for a recording a tenth of the size\n",
               last.peakMebibytes, tenth.peakMebibytes);
+  for (const Bench::Figure& figure : {Bench::Figure{"vrel2fix, whole conversion", seconds, "s"},
+                                      {"bare packet walk", median(walk), "s"},
+                                      {"conversion against the bare packet walk", median(ratio), "times", 4},
+                                      {"peak memory of vrel2fix", last.peakMebibytes, "MiB"},
+                                      {"peak memory for a tenth of the recording", tenth.peakMebibytes, "MiB"}}) {
+    Bench::note("conversion", figure);
+  }
   return EXIT_SUCCESS;
 }
 

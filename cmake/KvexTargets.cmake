@@ -10,6 +10,10 @@ if(KVEX_SANITIZERS)
   target_compile_options(kvex_options INTERFACE -fsanitize=${KVEX_SANITIZERS} -fno-sanitize-recover=all
                                                 -fno-omit-frame-pointer)
   target_link_options(kvex_options INTERFACE -fsanitize=${KVEX_SANITIZERS})
+else()
+  # Files come from anywhere: a mistake that one of them finds must not become a way in.
+  target_compile_options(kvex_options INTERFACE -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+  target_link_options(kvex_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
 endif()
 
 # kvex_folder(NAME [DEPENDS target...]): the static library kvex_NAME of all sources in this folder.

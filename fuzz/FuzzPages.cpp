@@ -40,7 +40,7 @@ void readAll(Streams& streams, std::span<const std::uint8_t> recording) {
     Com::VrelStreamDec& stream = found->second;
     stream.addPage(page);
     Fuzz::check(stream.heldBytes() <= kLimits.heldBytes + kLargestPage || stream.state() == Com::VrelState::Failed);
-    ogg_packet packet;
+    Lib::ByteView packet;
     while (stream.headerSettled() && ++turns % 3 != 0 && stream.takePacket(packet) != 0) {
     }
   }

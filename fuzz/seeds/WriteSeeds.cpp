@@ -7,9 +7,9 @@
 #include <string>
 #include <tuple>
 
+#include "recording/OggPage.h"
 #include "synth/CanBus.h"
 #include "synth/NavPackets.h"
-#include "synth/OggPage.h"
 #include "synth/RangeChase.h"
 #include "synth/RecordingWriter.h"
 #include "synth/VehicleDrive.h"
@@ -17,6 +17,7 @@
 namespace {
 
 using namespace Kvex::Synth;
+using Kvex::Com::PageFlag;
 
 constexpr std::int64_t kStart = 1'417'651'425'000'000'000;
 
@@ -153,6 +154,14 @@ void writeDefinitions(const SeedFolder& folder) {
              R"({"ID":2,"IP":1,"DN":"Nano","BT":"S","BO":7,"BS":64,"MS":-3,"MO":5,"ML":-1.5,"MH":1e9}]})");
 }
 
+void writeTexts(const SeedFolder& folder) {
+  for (const char* text :
+       {"+1:02:03.5", "1h2m3.5s", "2024-12-08T00:03:27.5+02:00", "1417651425000000001", "-3m", "12.5e-3",
+        "0:GnssInt1_Lat*", "*:Lat [°]", "Lat,Lon", "SatUsed[3]", "1:[A-L]?[!x]*", "nano", "2:"}) {
+    folder.add(text);
+  }
+}
+
 /// Whole files, a byte ahead of each that says its kind.
 void writeFiles(const SeedFolder& folder) {
   for (const DamagePlan& plan : kDamages) folder.add('\0' + makeRecording(plan));
@@ -187,5 +196,6 @@ int main(int argc, char** argv) {
   writeNavPackets(SeedFolder(root / "FuzzQuon"), Kvex::Nav::kQuonProtocol);
   writeNavPackets(SeedFolder(root / "FuzzDask"), Kvex::Nav::kDaskProtocol);
   writeDefinitions(SeedFolder(root / "FuzzDefinition"));
-  for (const char* target : {"FuzzFile", "FuzzFront"}) writeFiles(SeedFolder(root / target));
+  writeTexts(SeedFolder(root / "FuzzTexts"));
+  for (const char* target : {"FuzzFile", "FuzzFront", "FuzzPageReader"}) writeFiles(SeedFolder(root / target));
 }

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "synth/OggPage.h"
+#include "recording/OggPage.h"
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
 
@@ -22,13 +22,13 @@ class RecordingMutator {
       : data_(data), size_(size), maxSize_(maxSize), random_(seed) {}
 
   std::size_t mutate() {
-    const std::vector<std::span<std::uint8_t>> pages = Synth::findPages({data_, size_});
+    const std::vector<std::span<std::uint8_t>> pages = Com::findPages({data_, size_});
     if (pages.empty() || draw(2) == 0) {
       size_ = LLVMFuzzerMutate(data_, size_, maxSize_);
     } else {
       mutatePage(pages[draw(pages.size())]);
     }
-    Synth::repairChecksums({data_, size_});
+    Com::repairChecksums({data_, size_});
     return size_;
   }
 
@@ -56,7 +56,7 @@ class RecordingMutator {
   void repeat(std::span<const std::uint8_t> page) {
     if (page.size() > maxSize_ - size_) return;
     const std::vector<std::uint8_t> copy(page.begin(), page.end());
-    const std::vector<std::span<std::uint8_t>> pages = Synth::findPages({data_, size_});
+    const std::vector<std::span<std::uint8_t>> pages = Com::findPages({data_, size_});
     std::uint8_t* place = pages[draw(pages.size())].data();
     std::memmove(place + copy.size(), place, static_cast<std::size_t>(data_ + size_ - place));
     std::copy(copy.begin(), copy.end(), place);

@@ -23,6 +23,8 @@ enum class ErrorCode : std::uint8_t {
   Ambiguous,        ///< Several signals have this name; `candidates` holds them.
   InvalidArgument,  ///< An argument that makes no sense, or a column read as another type than it has.
   Superseded,       ///< A later reading of the same file has taken the place of this one.
+  Unwritable,       ///< A file cannot be written; the reason says why.
+  Refused,          ///< What was asked for would not be true; the reason says what can be had.
 };
 
 /// "NoSuchSignal": the name of a code.

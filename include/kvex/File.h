@@ -17,6 +17,8 @@
 #include <kvex/Stream.h>
 #include <kvex/Time.h>
 #include <kvex/TimeText.h>
+#include <kvex/Track.h>
+#include <kvex/Writing.h>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -103,7 +105,9 @@ class File {
   /// What signals did in each of `slices` equal slices of a span: by default of all times of their streams. One walk of
   /// each stream. Throws `InvalidArgument` for no slices, for more than a million, for more slices of all signals than
   /// memory allows, and for an empty span, which is also that of streams whose last time lies before the first.
-  Overview overview(const SignalList& signals, std::size_t slices, const ReadOptions& options = {});
+  /// `watcher` is called a few times a second; what it throws ends the reading.
+  Overview overview(const SignalList& signals, std::size_t slices, const ReadOptions& options = {},
+                    const OverviewWatcher& watcher = {});
   /// One entry for each signal, and of an array one for each element. One walk of each stream.
   std::vector<Statistics> statistics(const SignalList& signals, const ReadOptions& options = {});
   /// The intervals during which a scalar signal or an element held each value, cut to the span asked for. Throws
@@ -120,6 +124,19 @@ class File {
   /// order of the records. A first value is no change, but for the count of a trigger's edges if the edge lies in the
   /// stream's time. Throws `InvalidArgument` for an array, and for more changes than a million.
   std::vector<Change> changes(const SignalList::Item& signal, const ReadOptions& options = {});
+  /// The streams that have positions, each with the signals from which its path is read.
+  std::vector<TrackSignals> tracks() const;
+  /// The path of a stream: its usable positions as the recording carried them, with what else is known there. Two walks
+  /// of the stream, the first one for its gaps. Throws `NoSuchStream`, and `NoSuchSignal` where the stream, or without
+  /// one every stream, has no positions.
+  void track(const TrackOptions& options, const TrackVisitor& visitor);
+
+  /// Writes a span of this file into a recording, or of a bare protocol file into one of its kind: see `Writing.h`.
+  /// Exporting the span from the cut gives the same rows, but for signals that depend on all packets since the start;
+  /// docs/cut.md names them. Streams without time are taken whole over the same part of the file. Throws
+  /// `InvalidArgument` for a span that is empty or meets no data and as `rescue` does for `out`, `NoSuchStream`,
+  /// `NoTime`, `Refused` where the times of a stream could not be known from the cut alone, `Unwritable`, `Cancelled`.
+  CutReport cut(const std::string& out, const CutOptions& options);
 
  private:
   struct Data;

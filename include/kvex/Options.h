@@ -17,6 +17,7 @@ enum class Activity : std::uint8_t {
   SecondPass,      ///< Opening: to the end of the file.
   Seek,            ///< Going to the time at which a reading starts.
   Reading,
+  Writing,  ///< Of a recording.
 };
 
 /// "second pass": the name of an activity.

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <kvex/Signal.h>
 #include <kvex/Time.h>
 #include <kvex/Value.h>
@@ -11,7 +12,7 @@
 namespace Kvex {
 
 /// What a signal did within one slice of time. The values are without type where there is none: `first` and `last`
-/// where no sample was usable, `smallest` and `largest` also where none was a number. Those two have no stamp.
+/// where no sample was usable, `smallest` and `largest` also where none was a number. They have no stamps.
 struct Slice {
   std::uint64_t samples = 0;
   std::uint64_t usable = 0;
@@ -43,5 +44,8 @@ class Overview {
 
   std::shared_ptr<const Data> data_;
 };
+
+/// Is shown an overview now and then while it is made: what of it the walk has found so far. For the time of the call.
+using OverviewWatcher = std::function<void(const Overview&)>;
 
 }  // namespace Kvex

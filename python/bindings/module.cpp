@@ -11,6 +11,7 @@
 #include "ArrowStream.h"
 #include "Objects.h"
 #include "Recording.h"
+#include "Writing.h"
 
 namespace Kvex::Python {
 
@@ -396,6 +397,7 @@ NB_MODULE(_kvex, module) {
   bindSignal(module);
   bindStream(module);
   bindRecording(module);
+  bindWriting(module);
   module.def("version", [] { return toStr(Kvex::version()); });
   module.def(
       "utc_text", [](Kvex::Nano time) { return Kvex::utcText(time); }, nb::arg("gps"));

@@ -7,23 +7,32 @@
 """
 
 from ._convert import Conversion, convert
+from ._dataset import Dataset, dataset
 from ._errors import AmbiguousSignal, KvexError, NoSuchSignal
 from ._results import Damage, Event, EventList, Overview, Place, Reading, State, Statistics, StatisticsList
 from ._run import Run, SignalView, SignalViews, StreamView, open, version
 from ._samples import Samples
 from ._table import Table
+from ._writing import Cut, CutStream, Merged, MergedStream, Rescued, RescuedStream, Track, merge, rescue
 
 __all__ = [
     "AmbiguousSignal",
     "Conversion",
+    "Cut",
+    "CutStream",
     "Damage",
+    "Dataset",
     "Event",
     "EventList",
     "KvexError",
+    "Merged",
+    "MergedStream",
     "NoSuchSignal",
     "Overview",
     "Place",
     "Reading",
+    "Rescued",
+    "RescuedStream",
     "Run",
     "Samples",
     "SignalView",
@@ -33,7 +42,11 @@ __all__ = [
     "StatisticsList",
     "StreamView",
     "Table",
+    "Track",
     "convert",
+    "dataset",
+    "merge",
     "open",
+    "rescue",
     "version",
 ]

@@ -24,7 +24,7 @@ def main(arguments: Sequence[str] | None = None) -> int:
     )
     command.add_argument("files", nargs="+", metavar="FILE")
     command.add_argument(
-        "-o", "--output", required=True, metavar="FOLDER", help="several files get a folder each in it"
+        "-o", "--output", required=True, metavar="FOLDER", help="of several files it becomes a dataset with a catalog"
     )
     command.add_argument("--to", required=True, choices=("parquet", "arrow", "mf4", "mat", "hdf5", "csv"))
     command.add_argument(
@@ -35,6 +35,11 @@ def main(arguments: Sequence[str] | None = None) -> int:
     command.add_argument("--start", metavar="TIME", help='"+90", "-3m", UTC')
     command.add_argument("--end", metavar="TIME")
     command.add_argument("--multiplexed", action="store_true", help="CAN values only from frames that select them")
+    many = command.add_argument_group("several files")
+    engine = many.add_mutually_exclusive_group()
+    engine.add_argument("--workers", type=_count, metavar="N", help="processes of this machine; all cores if not given")
+    engine.add_argument("--scheduler", metavar="ADDRESS", help="a Dask cluster that runs: tcp://HOST:PORT")
+    many.add_argument("--refresh", action="store_true", help="convert also what is there and unchanged")
     options = parser.parse_args(arguments)
     try:
         results = convert(
@@ -47,6 +52,10 @@ def main(arguments: Sequence[str] | None = None) -> int:
             start=options.start,
             end=options.end,
             multiplexed=options.multiplexed,
+            workers=options.workers,
+            scheduler=options.scheduler,
+            refresh=options.refresh,
+            progress=sys.stderr.isatty(),
             done=_tell,
         )
     except (KvexError, OSError, ValueError) as error:
@@ -56,11 +65,20 @@ def main(arguments: Sequence[str] | None = None) -> int:
         print("kvex: interrupted", file=sys.stderr)
         return 1
     failed = sum(result.error is not None for result in results)
+    unchanged = sum(result.unchanged for result in results)
     if len(results) > 1:
-        print(f"kvex: {len(results) - failed} of {len(results)} files converted", file=sys.stderr)
+        stood = f", {unchanged} of them unchanged" if unchanged else ""
+        print(f"kvex: {len(results) - failed} of {len(results)} files converted{stood}", file=sys.stderr)
     if failed == len(results):
         return 1
     return 3 if failed or any(result.damaged or result.warnings for result in results) else 0
+
+
+def _count(text: str) -> int:
+    number = int(text)
+    if number < 1:
+        raise argparse.ArgumentTypeError("at least one is needed")
+    return number
 
 
 def _tell(result: Conversion) -> None:

@@ -2,15 +2,15 @@
 
 from __future__ import annotations
 
+import json
 import os
 from collections import Counter
 from collections.abc import Callable, Iterable, Iterator
-from dataclasses import dataclass, field
+from dataclasses import asdict, dataclass, field
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
 from ._errors import KvexError
-from ._names import UniqueNames, safe_file_name
 from ._run import Run, SignalView
 from ._run import open as open_run
 from ._times import TimeLike, nanos_of_seconds
@@ -18,19 +18,59 @@ from ._times import TimeLike, nanos_of_seconds
 if TYPE_CHECKING:
     import pyarrow
 
-    from ._formats import TableInfo
+    from ._formats import TableInfo, Writer
 
 
 @dataclass
 class Conversion:
     """What became of one recording: the files that were written, whether its data is damaged, what a format could not
-    hold, and the error that kept it from being converted."""
+    hold, and the error that kept it from being converted. ``unchanged``: it stood in the dataset already, and nothing
+    was written."""
 
     path: str
     files: list[Path] = field(default_factory=list)
     damaged: bool = False
     warnings: list[str] = field(default_factory=list)
-    error: KvexError | OSError | None = None
+    error: Exception | None = None
+    unchanged: bool = False
+
+
+@dataclass(frozen=True)
+class Options:
+    """What of a recording is written, and how."""
+
+    to: str
+    signals: tuple[str, ...] = ()
+    streams: tuple[int, ...] = ()
+    period: float | None = None
+    start: TimeLike | None = None
+    end: TimeLike | None = None
+    multiplexed: bool = False
+
+    def text(self) -> str:
+        """The same for the same options."""
+        return json.dumps(asdict(self), default=str)
+
+    def open(self, path: str) -> Run:
+        return open_run(path, multiplexed=self.multiplexed)
+
+    def tables(self, run: Run, streams: Iterable[int] | None = None, taken: tuple[str, ...] = ("time",)) -> list[Any]:
+        """The tables to write, of all streams or of these, with columns that are called none of ``taken``: those of
+        each stream, or with a period the one of all."""
+        chosen = [SignalView(run, one) for one in run._recording.choose_all(list(self.signals), list(self.streams))]
+        if self.period is not None:
+            return [_info("", Path(run.path).stem, chosen, taken)]
+        infos = []
+        for stream in run.streams:
+            if streams is not None and stream.id not in streams:
+                continue
+            tables: dict[str, list[SignalView]] = {}
+            for signal in chosen:
+                if signal.stream == stream.id:
+                    tables.setdefault(signal.table, []).append(signal)
+            folder = f"{stream.codec}-{stream.id}"
+            infos += [_info(folder, name, group, taken) for name, group in tables.items()]
+        return infos
 
 
 def convert(
@@ -44,111 +84,122 @@ def convert(
     start: TimeLike | None = None,
     end: TimeLike | None = None,
     multiplexed: bool = False,
+    workers: int | None = None,
+    scheduler: str | None = None,
+    refresh: bool = False,
+    progress: bool = False,
     done: Callable[[Conversion], None] | None = None,
 ) -> list[Conversion]:
     """Writes recordings into a folder, as "parquet", "arrow", "csv", "mf4", "mat" or "hdf5".
 
     All native samples, a table for each kind of record of each stream; with ``period`` (seconds) one table of values at
-    regular times. Several recordings get a folder each, and one that fails does not keep the others from being written:
-    see ``Conversion.error``.
-    """
-    from ._formats import FORMATS
+    regular times.
 
-    if to not in FORMATS:
-        raise ValueError(f'"{to}" is none of {", ".join(FORMATS)}')
-    paths = [files] if isinstance(files, str | os.PathLike) else list(files)
+    Several recordings, or one more for a folder that has a catalog, make a dataset (see ``kvex.dataset``) by
+    ``workers`` processes, the machine's cores unless said, or by those of a Dask ``scheduler`` ("tcp://..."). What
+    stands there already is not converted again, but with ``refresh``. A recording that fails does not keep the others
+    from being written: see ``Conversion.error``. A script that calls this needs ``if __name__ == "__main__":``, as
+    whatever starts processes.
+    """
+    if to not in _PACKAGES:
+        raise ValueError(f'"{to}" is none of {", ".join(_PACKAGES)}')
+    _check_installed(to)
+    if workers is not None and workers < 1:
+        raise ValueError("at least one worker is needed")
+    if workers is not None and scheduler is not None:
+        raise ValueError("a scheduler has its own workers: give one of the two")
+    paths = [os.fspath(path) for path in ([files] if isinstance(files, str | os.PathLike) else files)]
+    options = Options(to, tuple(signals), tuple(streams), period, start, end, multiplexed)
     folder = Path(output)
-    names = UniqueNames()
-    results = []
-    for path in paths:
-        result = Conversion(os.fspath(path))
-        stem = Path(path).stem
-        into = folder if len(paths) == 1 else folder / names.add(safe_file_name(stem))
-        try:
-            _convert_one(result, into, stem, to, list(signals), list(streams), period, start, end, multiplexed)
-        except (KvexError, OSError) as error:
-            if len(paths) == 1:
-                raise
-            result.error = error
-        results.append(result)
+    if len(paths) == 1 and not (folder / "catalog.parquet").exists():
+        result = _convert_alone(paths[0], folder, options)
         if done is not None:
             done(result)
-    return results
+        return [result]
+    from ._fleet import convert_many
+
+    return convert_many(paths, folder, options, workers, scheduler, refresh, progress, done)
 
 
-def _convert_one(
-    result: Conversion,
-    folder: Path,
-    stem: str,
-    to: str,
-    patterns: list[str],
-    streams: list[int],
-    period: float | None,
-    start: TimeLike | None,
-    end: TimeLike | None,
-    multiplexed: bool,
-) -> None:
+# By format: the package that writes it, beside pyarrow, and the extra that brings it.
+_PACKAGES = {
+    "parquet": ("pyarrow", "arrow"),
+    "arrow": ("pyarrow", "arrow"),
+    "csv": ("pyarrow", "arrow"),
+    "mf4": ("asammdf", "mdf"),
+    "mat": ("scipy", "mat"),
+    "hdf5": ("h5py", "hdf5"),
+}
+
+
+def _check_installed(to: str) -> None:
+    from importlib.util import find_spec
+
+    package, extra = _PACKAGES[to]
+    for needed in ("pyarrow", package):
+        if find_spec(needed) is None:
+            raise KvexError(f"--to {to} needs {needed}, which is not installed: pip install 'kvex[{extra}]'")
+
+
+def _convert_alone(path: str, folder: Path, options: Options) -> Conversion:
     from ._formats import writer_of
 
-    with open_run(result.path, multiplexed=multiplexed) as run:
-        result.damaged = run.damage.judgement == "damaged"
-        chosen = [SignalView(run, one) for one in run._recording.choose_all(patterns, streams)]
-        writer = writer_of(to, folder, stem, run)
-        utc = to in ("parquet", "arrow", "csv")
-        span = run._span(start, end)
-        infos: list[TableInfo] = []
-        try:
-            walk = (
-                _grid(run, chosen, stem, period, span, utc) if period is not None else _native(run, chosen, span, utc)
-            )
-            for info, batch in walk:
-                if info not in infos:
-                    infos.append(info)
-                if batch is not None:
-                    writer.add(info, batch)
-            result.files = writer.finish(listing(infos))
-        except BaseException:
-            writer.discard()
-            raise
-        result.warnings = writer.warnings
+    with options.open(path) as run:
+        return write_recording(run, writer_of(options.to, folder, Path(path).stem, run), options, options.tables(run))
+
+
+def write_recording(run: Run, writer: Writer, options: Options, tables: list[TableInfo]) -> Conversion:
+    """Writes these tables of a recording: all of it becomes visible, or nothing."""
+    result = Conversion(run.path, damaged=run.damage.judgement == "damaged")
+    try:
+        for info, batch in _walk(run, options, tables):
+            writer.add(info, batch)
+        result.files = writer.finish(listing(tables))
+    except BaseException:
+        writer.discard()
+        raise
+    result.warnings = writer.warnings
+    return result
+
+
+def _walk(run: Run, options: Options, tables: list[TableInfo]) -> Iterator[tuple[TableInfo, pyarrow.RecordBatch]]:
+    span = run._span(options.start, options.end)
+    utc = options.to in ("parquet", "arrow", "csv")
+    if options.period is not None:
+        yield from _grid(run, tables[0], options.period, span, utc)
+        return
+    streams: dict[str, list[TableInfo]] = {}
+    for info in tables:
+        streams.setdefault(info.folder, []).append(info)
+    for group in streams.values():
+        yield from _native(run, group, span, utc)
 
 
 def _native(
-    run: Run, signals: list[SignalView], span: dict[str, int | None], utc: bool
-) -> Iterator[tuple[TableInfo, pyarrow.RecordBatch | None]]:
-    """Each table of each stream, its streams one after the other, each in one walk: first all tables without a batch,
-    so that those without a sample are known too."""
-    for stream in run.streams:
-        tables: dict[str, list[SignalView]] = {}
-        for signal in signals:
-            if signal.stream == stream.id:
-                tables.setdefault(signal.table, []).append(signal)
-        if not tables:
-            continue
-        infos = [_info(f"{stream.codec}-{stream.id}", name, group) for name, group in tables.items()]
-        yield from ((info, None) for info in infos)
-        batches = run._recording.batches(
-            [[signal._signal for _, signal in info.signals] for info in infos],
-            [[name for name, _ in info.signals] for info in infos],
-            utc=utc,
-            texts=False,
-            **span,
-        )
-        while (found := batches.next()) is not None:
-            place, schema, array = found
-            yield infos[place], _batch(infos[place], schema, array)
+    run: Run, tables: list[TableInfo], span: dict[str, int | None], utc: bool
+) -> Iterator[tuple[TableInfo, pyarrow.RecordBatch]]:
+    """The tables of a stream, in one walk."""
+    batches = run._recording.batches(
+        [[signal._signal for _, signal in info.signals] for info in tables],
+        [[name for name, _ in info.signals] for info in tables],
+        utc=utc,
+        texts=False,
+        **span,
+    )
+    while (found := batches.next()) is not None:
+        place, schema, array = found
+        yield tables[place], _batch(schema, array)
 
 
 def _grid(
-    run: Run, signals: list[SignalView], stem: str, period: float, span: dict[str, int | None], utc: bool
-) -> Iterator[tuple[TableInfo, pyarrow.RecordBatch | None]]:
+    run: Run, info: TableInfo, period: float, span: dict[str, int | None], utc: bool
+) -> Iterator[tuple[TableInfo, pyarrow.RecordBatch]]:
     """One table of values at regular times."""
     import pyarrow
 
-    info = _info("", stem, signals)
     reader = pyarrow.RecordBatchReader._import_from_c_capsule(
         run._recording.stream(
-            [signal._signal for signal in signals],
+            [signal._signal for _, signal in info.signals],
             [name for name, _ in info.signals],
             utc=utc,
             texts=False,
@@ -156,32 +207,31 @@ def _grid(
             **span,
         )
     )
-    info.schema = reader.schema
     for batch in reader:
         yield info, batch
 
 
-def _info(folder: str, name: str, signals: list[SignalView]) -> TableInfo:
+def _info(folder: str, name: str, signals: list[SignalView], taken: tuple[str, ...]) -> TableInfo:
     from ._formats import TableInfo
 
     count = Counter(signal.name for signal in signals)
-    count["time"] += 1
+    count.update(taken)
     named = [(one.name if count[one.name] == 1 else one.qualified_name, one) for one in signals]
-    return TableInfo(folder, name, named, None)
+    return TableInfo(folder, name, named)
 
 
-def _batch(info: TableInfo, schema: Any, array: Any) -> pyarrow.RecordBatch:
+def _batch(schema: Any, array: Any) -> pyarrow.RecordBatch:
     import pyarrow
 
-    batch = pyarrow.RecordBatch._import_from_c_capsule(schema, array)
-    info.schema = batch.schema
-    return batch
+    return pyarrow.RecordBatch._import_from_c_capsule(schema, array)
+
+
+def texts_of(signal: SignalView) -> str | None:
+    return json.dumps(signal.texts, ensure_ascii=False) if signal.texts else None
 
 
 def listing(tables: list[TableInfo]) -> pyarrow.Table:
     """What the columns of all tables are."""
-    import json
-
     import pyarrow
 
     rows = [(info, name, signal) for info in tables for name, signal in info.signals]
@@ -196,9 +246,6 @@ def listing(tables: list[TableInfo]) -> pyarrow.Table:
             "type": pyarrow.array([signal.type for _, _, signal in rows], pyarrow.string()),
             "count": pyarrow.array([signal.count for _, _, signal in rows], pyarrow.uint32()),
             "description": pyarrow.array([signal.description for _, _, signal in rows], pyarrow.string()),
-            "texts": pyarrow.array(
-                [json.dumps(signal.texts, ensure_ascii=False) if signal.texts else None for _, _, signal in rows],
-                pyarrow.string(),
-            ),
+            "texts": pyarrow.array([texts_of(signal) for _, _, signal in rows], pyarrow.string()),
         }
     )

@@ -5,7 +5,7 @@ from __future__ import annotations
 import json
 import os
 from collections.abc import Callable
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from pathlib import Path
 from typing import TYPE_CHECKING, Any, Protocol
 
@@ -15,12 +15,15 @@ from pyarrow import compute
 
 from ._errors import KvexError
 from ._names import UniqueNames, safe_file_name, variable_name
+from ._schemas import SignalKey, TableLayout, column_type
 from ._times import unix_times
 
 if TYPE_CHECKING:
     from ._run import Run, SignalView
 
 _EXACT_DOUBLES = 2**53
+_GROUP_BYTES = 32 << 20  #: A row group of a table.
+_WAITING_BYTES = 256 << 20  #: What may wait for this in all tables together.
 
 
 @dataclass(eq=False)
@@ -30,7 +33,6 @@ class TableInfo:
     folder: str  #: "Quon-2": the stream that it is of; empty for a grid.
     name: str
     signals: list[tuple[str, SignalView]]  #: With the names of their columns.
-    schema: pyarrow.Schema
 
 
 class Writer(Protocol):
@@ -48,7 +50,10 @@ class _Part:
     """A file that has another name until it is whole."""
 
     path: Path
+    table: TableInfo
     sink: Any = None
+    waiting: list[pyarrow.RecordBatch] = field(default_factory=list)
+    size: int = 0  #: Bytes that wait.
 
     @property
     def temporary(self) -> Path:
@@ -56,50 +61,145 @@ class _Part:
 
 
 class ColumnFiles:
-    """Parquet, Arrow and CSV: a file for each table, written batch by batch, and a ``signals`` table beside them."""
+    """Parquet, Arrow and CSV: a file for each table, written in groups of batches, and ``signals`` beside them."""
 
-    def __init__(self, folder: Path, stem: str, ending: str, begin: Callable[[Path, pyarrow.Schema], Any]) -> None:
+    def __init__(self, folder: Path, ending: str, begin: Callable[[Path, pyarrow.Schema], Any]) -> None:
         self.warnings: list[str] = []
+        self.rows = 0
         self._folder = folder
-        self._stem = stem
         self._ending = ending
         self._begin = begin
         self._parts: dict[tuple[str, str], _Part] = {}
         self._names: dict[str, UniqueNames] = {}
+        self._waiting = 0
 
     def add(self, table: TableInfo, batch: pyarrow.RecordBatch) -> None:
-        batch = flattened(batch) if self._ending == ".csv" else batch
         key = (table.folder, table.name)
         if key not in self._parts:
-            self._parts[key] = self._open(table, batch.schema)
-        self._parts[key].sink.write(batch)
+            self._parts[key] = _Part(self.place(table), table)
+        part = self._parts[key]
+        part.waiting.append(batch)
+        part.size += batch.nbytes
+        self.rows += batch.num_rows
+        self._waiting += batch.nbytes
+        if part.size >= _GROUP_BYTES:
+            self._flush(part)
+        elif self._waiting >= _WAITING_BYTES:
+            self._flush(max(self._parts.values(), key=lambda one: one.size))
 
     def finish(self, listing: pyarrow.Table) -> list[Path]:
-        info = TableInfo("", "signals", [], listing.schema)
+        info = TableInfo("", "signals", [])
         for batch in listing.to_batches():
             self.add(info, batch)
+        return self.close()
+
+    def close(self) -> list[Path]:
+        """All files under their names."""
         for part in self._parts.values():
+            self._flush(part)
+        written = [part for part in self._parts.values() if part.sink is not None]
+        for part in written:
             part.sink.close()
-        for part in self._parts.values():
+        for part in written:
             part.temporary.replace(part.path)
-        return [part.path for part in self._parts.values()]
+        return [part.path for part in written]
 
     def discard(self) -> None:
         for part in self._parts.values():
-            part.sink.close()
+            if part.sink is not None:
+                part.sink.close()
             part.temporary.unlink(missing_ok=True)
 
-    def _open(self, table: TableInfo, schema: pyarrow.Schema) -> _Part:
-        folder = self._folder / table.folder
-        folder.mkdir(parents=True, exist_ok=True)
+    def fitted(self, table: TableInfo, batch: pyarrow.RecordBatch) -> pyarrow.RecordBatch:
+        """The batch as the file has it."""
+        return flattened(batch) if self._ending == ".csv" else batch
+
+    def place(self, table: TableInfo) -> Path:
+        """Where the file of a table goes."""
         names = self._names.setdefault(table.folder, UniqueNames())
-        part = _Part(folder / names.add(safe_file_name(table.name), self._ending))
-        units = {name: signal.unit for name, signal in table.signals}
-        kept = dict(schema.metadata or {})
-        part.sink = self._begin(
-            part.temporary, schema.with_metadata({**kept, b"kvex.units": json.dumps(units).encode()})
+        return self._folder / table.folder / names.add(safe_file_name(table.name), self._ending)
+
+    def metadata(self, table: TableInfo) -> dict[bytes, bytes]:
+        """What stands beside the schema's own metadata."""
+        return {b"kvex.units": json.dumps({name: signal.unit for name, signal in table.signals}).encode()}
+
+    def _flush(self, part: _Part) -> None:
+        # Batches are small, and what is to be done with them takes as long for a small one as for a large one.
+        for batch in pyarrow.Table.from_batches(part.waiting).combine_chunks().to_batches() if part.waiting else []:
+            fitted = self.fitted(part.table, batch)
+            if part.sink is None:
+                part.path.parent.mkdir(parents=True, exist_ok=True)
+                schema = fitted.schema.with_metadata({**(fitted.schema.metadata or {}), **self.metadata(part.table)})
+                part.sink = self._begin(part.temporary, schema)
+            part.sink.write(pyarrow.Table.from_batches([fitted]))
+        self._waiting -= part.size
+        part.waiting = []
+        part.size = 0
+
+
+class PartFiles(ColumnFiles):
+    """The parts that a recording adds to the tables of a dataset: ``places`` has the folder of each table, with the
+    columns that all of its parts have."""
+
+    def __init__(self, folder: Path, recording: str, places: dict[tuple[str, str], tuple[str, TableLayout]]) -> None:
+        super().__init__(folder, ".parquet", _begin_parquet)
+        self._recording = recording
+        self._places = places
+
+    def finish(self, listing: pyarrow.Table) -> list[Path]:
+        return self.close()  # the dataset lists the signals of all recordings
+
+    def place(self, table: TableInfo) -> Path:
+        folder, _ = self._places[table.folder, table.name]
+        path = self._folder / folder / f"recording={self._recording}"
+        if table.folder:
+            path /= f"stream={table.signals[0][1].stream}"
+        return path / "part-0.parquet"
+
+    def metadata(self, table: TableInfo) -> dict[bytes, bytes]:
+        _, layout = self._places[table.folder, table.name]
+        keys = {name: signal_key(name, signal) for name, signal in table.signals}
+        return part_metadata(
+            {layout.columns[key]: key for key in keys.values()},
+            {layout.columns[keys[name]]: signal.unit for name, signal in table.signals},
         )
-        return part
+
+    def fitted(self, table: TableInfo, batch: pyarrow.RecordBatch) -> pyarrow.RecordBatch:
+        _, layout = self._places[table.folder, table.name]
+        have = {layout.columns[signal_key(name, signal)]: name for name, signal in table.signals}
+        return conformed(batch, layout, have)
+
+
+def part_metadata(keys: dict[str, SignalKey], units: dict[str, str]) -> dict[bytes, bytes]:
+    """Of a part of a dataset: the signals in its columns, and their units."""
+    return {
+        b"kvex.signals": json.dumps({column: list(key) for column, key in keys.items()}).encode(),
+        b"kvex.units": json.dumps(units).encode(),
+    }
+
+
+def conformed(batch: pyarrow.RecordBatch, layout: TableLayout, have: dict[str, str]) -> pyarrow.RecordBatch:
+    """The batch with the columns of a layout: where ``have`` names none of its own for one of them, nulls."""
+    fields = [batch.schema.field("time")]
+    arrays = [batch.column("time")]
+    for wanted in list(layout.schema())[1:]:
+        if wanted.name in have:
+            about = batch.schema.field(have[wanted.name])
+            values = batch.column(have[wanted.name])
+            kind = wanted.type
+            if pyarrow.types.is_list(kind) and pyarrow.types.is_list(about.type):
+                kind = pyarrow.list_(about.type.value_field.with_type(kind.value_type))
+            fields.append(pyarrow.field(wanted.name, kind, metadata=about.metadata))
+            arrays.append(values if values.type == kind else values.cast(kind, safe=True))
+        else:
+            fields.append(wanted)
+            arrays.append(pyarrow.nulls(batch.num_rows, wanted.type))
+    return pyarrow.RecordBatch.from_arrays(arrays, schema=pyarrow.schema(fields, metadata=batch.schema.metadata))
+
+
+def signal_key(column: str, signal: SignalView) -> SignalKey:
+    """How a signal stands in the tables of a dataset; ``column`` is its column where it stands alone."""
+    return SignalKey(column, signal.unit, column_type(signal.type, signal.is_array))
 
 
 class OneFile:
@@ -110,7 +210,7 @@ class OneFile:
     def __init__(self, folder: Path, stem: str, run: Run) -> None:
         self.warnings: list[str] = []
         self.run = run
-        self._part = _Part(folder / f"{safe_file_name(stem)}{self.ending}")
+        self._part = _Part(folder / f"{safe_file_name(stem)}{self.ending}", TableInfo("", stem, []))
         self._tables: dict[tuple[str, str], tuple[TableInfo, list[pyarrow.RecordBatch]]] = {}
 
     def add(self, table: TableInfo, batch: pyarrow.RecordBatch) -> None:
@@ -216,7 +316,7 @@ class HdfFile(OneFile):
 def writer_of(kind: str, folder: Path, stem: str, run: Run) -> Writer:
     """The writer of a format."""
     if kind in _COLUMN_FORMATS:
-        return ColumnFiles(folder, stem, *_COLUMN_FORMATS[kind])
+        return ColumnFiles(folder, *_COLUMN_FORMATS[kind])
     return _WHOLE_FORMATS[kind](folder, stem, run)
 
 
@@ -242,7 +342,6 @@ _COLUMN_FORMATS: dict[str, tuple[str, Callable[[Path, pyarrow.Schema], Any]]] = 
     "csv": (".csv", _begin_csv),
 }
 _WHOLE_FORMATS: dict[str, type[OneFile]] = {"mf4": MdfFile, "mat": MatFile, "hdf5": HdfFile}
-FORMATS = (*_COLUMN_FORMATS, *_WHOLE_FORMATS)
 
 
 def flattened(batch: pyarrow.RecordBatch) -> pyarrow.RecordBatch:

@@ -12,6 +12,7 @@ from ._results import Damage, Event, EventList, Overview, Place, Reading, State,
 from ._samples import Samples
 from ._table import Table
 from ._times import TimeLike, gps_time, gps_times, nanos_of_seconds, utc_of
+from ._writing import Cut, Track, cut
 
 if TYPE_CHECKING:
     import datetime as dt
@@ -356,6 +357,36 @@ class Run:
         wanted = [kinds] if isinstance(kinds, str) else list(kinds)
         ids = [streams] if isinstance(streams, int) else list(streams)
         return EventList(Event(*event) for event in self._recording.events(wanted, ids, **self._span(start, end)))
+
+    def cut(
+        self,
+        out: str | os.PathLike[str],
+        start: TimeLike | None = None,
+        end: TimeLike | None = None,
+        streams: int | Iterable[int] = (),
+        lead: float | None = None,
+        force: bool = False,
+    ) -> Cut:
+        """Writes a span into a recording of its own, packets byte for byte. Streams begin ``lead`` seconds ahead, by
+        default as far as the slowest of what they send needs, 60 s at the most."""
+        ids = [streams] if isinstance(streams, int) else list(streams)
+        ahead = None if lead is None else nanos_of_seconds(lead) if lead else 0
+        return cut(self._recording, out, ids, ahead, force, self._span(start, end))
+
+    def track(
+        self,
+        stream: int | None = None,
+        start: TimeLike | None = None,
+        end: TimeLike | None = None,
+        period: float | None = None,
+        tolerance: float = 0,
+    ) -> Track:
+        """The path of a stream, by default of the first one that has positions: its usable positions, at most one in
+        ``period`` seconds, and only those that lines within ``tolerance`` metres of all need."""
+        span = self._span(start, end)
+        nanos = nanos_of_seconds(period) if period else 0
+        arrays: Any = _kvex.track(self._recording, stream, span["start"], span["end"], nanos, float(tolerance))
+        return Track(arrays)
 
     def overview(
         self,

@@ -45,6 +45,22 @@ const CanMessage* CanDecoder::decodeFrame(std::uint32_t id, Lib::ByteView data, 
   return message;
 }
 
+void CanDecoder::addKinds(std::uint32_t id, Lib::ByteView data, std::vector<std::uint64_t>& kinds) const {
+  const CanMessage* const message = database_.find(id);
+  if (message == nullptr) return;
+  std::uint64_t kind = message->index;
+  CanFrameData frame;
+  bool assigned = false;
+  std::uint32_t lastSwitch = CanSignal::kNoSwitch;
+  for (const CanSignal& signal : database_.signalsOf(*message)) {
+    if (signal.muxSwitch == CanSignal::kNoSwitch || signal.muxSwitch == lastSwitch) continue;
+    if (!std::exchange(assigned, true)) frame.assign(data);
+    lastSwitch = signal.muxSwitch;
+    kind = kind * 0x9E3779B97F4A7C15 + extractions_[signal.muxSwitch].bits(frame) + 1;
+  }
+  kinds.push_back(kind);
+}
+
 void CanDecoder::extract(std::vector<CanField>& fields) {
   for (const std::uint32_t index : pendingFrames_) {
     newest_[index].pending = false;

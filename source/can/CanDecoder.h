@@ -34,6 +34,8 @@ class CanDecoder {
   void decode(Lib::ByteView packet, Nano time, std::vector<CanField>& fields);
   /// Takes one frame in. Gives its message; null for an id that the database does not have.
   const CanMessage* decodeFrame(std::uint32_t id, Lib::ByteView data, Nano time, std::vector<CanField>& fields);
+  /// Appends a number for what a frame brings: its message, and for each of its multiplexers what that selects.
+  void addKinds(std::uint32_t id, Lib::ByteView data, std::vector<std::uint64_t>& kinds) const;
   /// Reads the signals of all frames that came since the last call.
   void extract(std::vector<CanField>& fields);
 

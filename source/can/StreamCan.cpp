@@ -129,6 +129,10 @@ bool StreamCan::take(ByteView packet, Pass) {
   return false;
 }
 
+void StreamCan::addKinds(ByteView packet, std::vector<std::uint64_t>& kinds) const {
+  Can::forEachFrame(packet, [&](std::uint32_t id, ByteView data) { decoder_.addKinds(id, data, kinds); });
+}
+
 std::size_t StreamCan::takeStep(ByteView packet, std::size_t from) {
   stepMessage_ = SignalRow::kNoMessage;
   if (from == 0) {

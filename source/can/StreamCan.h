@@ -20,6 +20,7 @@ class StreamCan final : public RecordStream<Can::CanRecord> {
  public:
   explicit StreamCan(const StreamIdentity& identity);
 
+  void addKinds(ByteView packet, std::vector<std::uint64_t>& kinds) const override;
   bool take(ByteView packet, Pass pass) override;
   /// The packet's time is a step of its own, and then each frame is one.
   std::size_t takeStep(ByteView packet, std::size_t from) override;

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <kvex/File.h>
 
+#include "front/Cut.h"
 #include "front/EventSearch.h"
 #include "front/GridSource.h"
 #include "front/NativeSource.h"
@@ -9,6 +10,7 @@
 #include "front/SignalStatistics.h"
 #include "front/SpanChoice.h"
 #include "front/StatesSource.h"
+#include "front/TrackWalk.h"
 
 namespace Kvex {
 
@@ -112,10 +114,11 @@ Reader File::grid(const SignalList& signals, const Grid& grid, const ReadOptions
   return ReaderAccess::make(std::make_unique<Front::GridSource>(data_, data_->readable(signals), grid, options));
 }
 
-Overview File::overview(const SignalList& signals, std::size_t slices, const ReadOptions& options) {
-  std::vector<Signal> elements = Front::elementsOf(data_->readable(signals));
+Overview File::overview(const SignalList& signals, std::size_t slices, const ReadOptions& options,
+                        const OverviewWatcher& watcher) {
+  const std::vector<Signal> elements = Front::elementsOf(data_->readable(signals));
   Front::Reading reading(data_, options);
-  return OverviewAccess::read(reading, std::move(elements), slices);
+  return OverviewAccess::read(reading, elements, slices, watcher);
 }
 
 std::vector<Statistics> File::statistics(const SignalList& signals, const ReadOptions& options) {
@@ -140,6 +143,29 @@ Events File::events(const EventOptions& options) {
 
 std::vector<Change> File::changes(const SignalList::Item& signal, const ReadOptions& options) {
   return Front::findChanges(data_, data_->readableScalar(signal, "changes"), options);
+}
+
+std::vector<TrackSignals> File::tracks() const {
+  std::vector<TrackSignals> found;
+  for (const Stream& known : streams()) {
+    if (std::optional<TrackSignals> signals = Front::trackSignals(known)) found.push_back(*std::move(signals));
+  }
+  return found;
+}
+
+void File::track(const TrackOptions& options, const TrackVisitor& visitor) {
+  if (options.stream) (void)stream(*options.stream);
+  for (const TrackSignals& signals : tracks()) {
+    if (options.stream.value_or(signals.stream) == signals.stream) {
+      return Front::walkTrack(*this, signals, options, visitor);
+    }
+  }
+  const std::string which = options.stream ? "stream " + std::to_string(*options.stream) + " has" : "no stream has";
+  throw Error(ErrorCode::NoSuchSignal, which + (options.stream ? " no positions" : " positions"), path());
+}
+
+CutReport File::cut(const std::string& out, const CutOptions& options) {
+  return Front::cutFile(*this, data_, out, options);
 }
 
 }  // namespace Kvex

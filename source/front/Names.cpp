@@ -27,15 +27,15 @@ std::string_view nameOf(ValueType type) {
 }
 
 std::string_view nameOf(ErrorCode code) {
-  static constexpr std::array<std::string_view, 11> kNames{
-      "NotFound",     "Unreadable",   "UnknownKind", "Empty",           "NoTime",    "Cancelled",
-      "NoSuchStream", "NoSuchSignal", "Ambiguous",   "InvalidArgument", "Superseded"};
+  static constexpr std::array<std::string_view, 13> kNames{
+      "NotFound",     "Unreadable", "UnknownKind",     "Empty",      "NoTime",     "Cancelled", "NoSuchStream",
+      "NoSuchSignal", "Ambiguous",  "InvalidArgument", "Superseded", "Unwritable", "Refused"};
   return nameIn(kNames, code);
 }
 
 std::string_view nameOf(Activity activity) {
-  static constexpr std::array<std::string_view, 5> kNames{"identification", "first pass", "second pass", "seek",
-                                                          "reading"};
+  static constexpr std::array<std::string_view, 6> kNames{"identification", "first pass", "second pass",
+                                                          "seek",           "reading",    "writing"};
   return nameIn(kNames, activity);
 }
 

@@ -15,6 +15,7 @@ constexpr std::size_t kWholeBlock = Sto::NativeReader::kBlockSteps;
 
 /// The lowest `count` steps of a set.
 Steps lowest(Steps steps, std::size_t count) {
+  if (static_cast<std::size_t>(std::popcount(steps)) <= count) return steps;
   Steps taken = 0;
   for (; count > 0 && steps != 0; --count, steps &= steps - 1) taken |= steps & -steps;
   return taken;
@@ -23,6 +24,7 @@ Steps lowest(Steps steps, std::size_t count) {
 /// Of the steps of `rows`, in order, those that are in `set`: a bit for each row.
 Steps rowsIn(Steps set, Steps rows) {
   if (rows == ~Steps{0}) return set;
+  if (set == rows) return (Steps{1} << std::popcount(rows)) - 1;
   Steps result = 0;
   Steps row = 1;
   for (; rows != 0; rows &= rows - 1, row <<= 1) {
@@ -173,6 +175,7 @@ bool NativeSource::next(Batch& batch) {
   for (;;) {
     for (; current_ < tables_.size(); ++current_) {
       Table& table = tables_[current_];
+      if (table.waiting == 0 && !ended_) continue;
       append(table);
       // A batch ends with a block: rows of a whole block are the quickest to append.
       const bool full =

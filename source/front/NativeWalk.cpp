@@ -32,7 +32,6 @@ NativeWalk::NativeWalk(Reading& reading, const std::vector<Signal>& signals, Det
   file.native.reset();
   file.native = file.store.openNative(streamId, listings, detail);
   reader_ = file.native.get();
-  if (detail == Detail::Tally) reader_->tallyWithin(span_.start, span_.end);
   for (std::size_t asked = 0; asked < signals.size(); ++asked) {
     elements_.push_back(reader_->firstElement(walkedAs[asked]) + signals[asked].element().value_or(0));
   }

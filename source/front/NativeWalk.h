@@ -12,11 +12,7 @@
 
 namespace Kvex::Front {
 
-/// Calls `visitor(step)` for each step of a set, bit N for step N, in order.
-template <class Visitor>
-void forEachStep(std::uint64_t steps, Visitor&& visitor) {
-  for (; steps != 0; steps &= steps - 1) visitor(static_cast<std::size_t>(std::countr_zero(steps)));
-}
+using Sto::forEachStep;
 
 /// The walk through one stream that gives all samples of some of its signals, in blocks of steps: what every reading
 /// but the grid consumes.

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstring>
 #include <kvex/Error.h>
 #include <kvex/Overview.h>
@@ -88,9 +89,33 @@ class Slicer {
   Span current_{0, 0};  ///< Of the slice found last; none yet.
 };
 
+/// Shows an overview to its watcher a few times a second.
+class Watch {
+ public:
+  explicit Watch(const OverviewWatcher& watcher) : watcher_(watcher) {}
+
+  void show(const Overview& overview) {
+    if (!watcher_ || ++blocks_ % kBlocksBetween != 0) return;
+    const Clock::time_point now = Clock::now();
+    if (now - shown_ < kPause) return;
+    watcher_(overview);
+    shown_ = Clock::now();
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  static constexpr std::uint32_t kBlocksBetween = 64;  ///< Looking at the clock takes time too.
+  static constexpr std::chrono::milliseconds kPause{250};
+
+  const OverviewWatcher& watcher_;
+  std::uint32_t blocks_ = 0;
+  Clock::time_point shown_ = Clock::now();
+};
+
 }  // namespace
 
-Overview OverviewAccess::read(Front::Reading& reading, std::vector<Signal> elements, std::size_t slices) {
+Overview OverviewAccess::read(Front::Reading& reading, const std::vector<Signal>& elements, std::size_t slices,
+                              const OverviewWatcher& watcher) {
   const Span span = spanOf(reading, elements);
   const auto fail = [&](const char* reason) { throw Error(ErrorCode::InvalidArgument, reason, reading.file().path); };
   if (slices == 0 || slices > kMaxSlices) fail("an overview has 1 to 1000000 slices");
@@ -101,6 +126,9 @@ Overview OverviewAccess::read(Front::Reading& reading, std::vector<Signal> eleme
   data->slices = slices;
   data->span = span;
   data->cells.resize(slices * elements.size());
+  data->signals = elements;
+  Overview overview(data);
+  Watch watch(watcher);
   for (const Front::StreamPart& part : Front::partsByStream(elements)) {
     Front::NativeWalk walk(reading, part.signals, Front::NativeWalk::Detail::Value);
     Slicer slicer(span, slices);
@@ -120,10 +148,10 @@ Overview OverviewAccess::read(Front::Reading& reading, std::vector<Signal> eleme
           });
         });
       }
+      watch.show(overview);
     }
   }
-  data->signals = std::move(elements);
-  return Overview(std::move(data));
+  return overview;
 }
 
 const std::vector<Signal>& Overview::signals() const {

@@ -32,7 +32,8 @@ struct Overview::Data {
 class OverviewAccess {
  public:
   /// REQUIRES: scalars and elements that can be read.
-  static Overview read(Front::Reading& reading, std::vector<Signal> elements, std::size_t slices);
+  static Overview read(Front::Reading& reading, const std::vector<Signal>& elements, std::size_t slices,
+                       const OverviewWatcher& watcher);
 };
 
 }  // namespace Kvex

@@ -20,19 +20,19 @@ void addBlock(Statistics& statistics, const NativeWalk& walk, std::size_t elemen
 }
 
 /// Takes over what the usable samples came to. A usable sample has no flags: one without a real stamp is no sample.
-void addTally(Statistics& statistics, const Sto::SampleTally& tally, std::size_t element) {
-  if (!tally.hasAny(element)) return;
-  Lib::withType(tally.type(element), [&](auto tag) {
+void addTally(Statistics& statistics, const Sto::SampleTally& tally, Lib::ValueType type) {
+  if (!tally.hasAny) return;
+  Lib::withType(type, [&](auto tag) {
     using T = typename decltype(tag)::Type;
     const auto valueOf = [](Sto::SampleTally::Stamped stamped) {
       return Value(Sto::SampleTally::valueOf<T>(stamped.bits), stamped.stamp);
     };
-    statistics.first = valueOf(tally.first(element));
-    statistics.last = valueOf(tally.last(element));
-    statistics.changes = tally.changes(element);
-    if (!tally.hasNumber(element)) return;
-    statistics.smallest = valueOf(tally.smallest(element));
-    statistics.largest = valueOf(tally.largest(element));
+    statistics.first = valueOf(tally.first);
+    statistics.last = valueOf(tally.last);
+    statistics.changes = tally.changes;
+    if (!tally.hasNumber) return;
+    statistics.smallest = valueOf(tally.smallest);
+    statistics.largest = valueOf(tally.largest);
   });
 }
 
@@ -61,14 +61,17 @@ std::vector<Statistics> readStatistics(Reading& reading, const std::vector<Signa
   tallies.reserve(elements.size());
   for (const Signal& element : elements) tallies.push_back({.signal = element});
   for (const StreamPart& part : partsByStream(elements)) {
-    NativeWalk walk(reading, part.signals, NativeWalk::Detail::Tally);
+    NativeWalk walk(reading, part.signals, NativeWalk::Detail::ValueAndStamp);
+    std::vector<Sto::SampleTally> samples(walk.samples().elements());
     while (walk.nextBlock()) {
+      walk.samples().tally(walk.steps(), samples);
       for (std::size_t asked = 0; asked < part.signals.size(); ++asked) {
         addBlock(tallies[part.places[asked]], walk, walk.elementOf(asked));
       }
     }
     for (std::size_t asked = 0; asked < part.signals.size(); ++asked) {
-      addTally(tallies[part.places[asked]], walk.samples().tally(), walk.elementOf(asked));
+      const std::size_t element = walk.elementOf(asked);
+      addTally(tallies[part.places[asked]], samples[element], walk.samples().type(element));
     }
   }
   for (Statistics& tally : tallies) settleRate(tally);

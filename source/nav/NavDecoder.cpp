@@ -175,6 +175,14 @@ bool NavDecoder::isGoodPacket(ByteView bytes) const {
   return Lib::byteSum(bytes.data() + 1, protocol.packetSize - 2) == bytes.u8(protocol.packetSize - 1);
 }
 
+std::uint64_t NavDecoder::kindOf(ByteView packet) const {
+  const std::uint8_t mode = packet.u8(Offset::kNavMode);
+  const std::uint64_t extraKind = mode == kExtra ? packet.u8(Offset::kExtraKind) : 0;
+  const std::uint8_t channel = packet.u8(protocol.channelOffset);
+  const std::uint64_t kept = keptFields(channel, packet.from(protocol.channelOffset + 1, 8));
+  return kept << 24 | extraKind << 16 | std::uint64_t{mode} << 8 | channel;
+}
+
 FeedResult NavDecoder::feedPacket(ByteView packet, bool check) {
   if (packet.size() != protocol.packetSize || (check && !isGoodPacket(packet))) return FeedResult::Nothing;
   return decodePacket(packet);

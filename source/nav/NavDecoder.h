@@ -36,6 +36,9 @@ class NavDecoder : public NavState {
   /// Whether the bytes begin with a good packet: length, sync byte and checksum.
   bool isGoodPacket(Lib::ByteView bytes) const;
 
+  /// A number for what a packet brings: its channel, and what kind of packet it is.
+  std::uint64_t kindOf(Lib::ByteView packet) const;
+
   /// Begins a new pass, which ends the first one if that still runs. `fill` lays the first known values into the record
   /// as a starting point, each marked as provisional.
   void finishScan(bool fill);

@@ -221,6 +221,19 @@ std::optional<Lib::Nano> decodeChannel(NavState& state, std::uint8_t channel, By
   return state.channels.newEvent;
 }
 
+std::uint64_t keptFields(std::uint8_t channel, ByteView bytes) {
+  std::uint64_t kept = 0;
+  if (channel >= kChannelCount) return kept;
+  const std::uint64_t word = bytes.u64(0);
+  unsigned place = 0;
+  for (const ChannelRow& row : channelRows(channel)) {
+    if (row.form.missing != Missing::Keep) continue;
+    if (isMissing(row, extract(row, word), word)) kept |= std::uint64_t{1} << place;
+    ++place;
+  }
+  return kept;
+}
+
 void expireValues(NavState& state) {
   constexpr Lib::Nano kLifetime = 60 * Lib::kNanosPerSecond;
   constexpr NavField<double> NavRecord::*kIntermittent[] = {

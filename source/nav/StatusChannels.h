@@ -15,6 +15,9 @@ namespace Kvex::Nav {
 /// Returns the time of the event where the channel reports a trigger event that it has not reported before.
 std::optional<Lib::Nano> decodeChannel(NavState& state, std::uint8_t channel, Lib::ByteView bytes);
 
+/// A bit for each field of the channel that keeps its old value since these bytes hold none for it.
+std::uint64_t keptFields(std::uint8_t channel, Lib::ByteView bytes);
+
 /// Marks innovations that have not been renewed for a minute as expired.
 void expireValues(NavState& state);
 

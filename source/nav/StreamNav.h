@@ -14,6 +14,12 @@ template <class Decoder>
 class StreamNav : public RecordStream<Nav::NavRecord> {
  public:
   bool take(ByteView packet, Pass pass) final;
+  void addKinds(ByteView packet, std::vector<std::uint64_t>& kinds) const final {
+    // In a recording it stands behind eight bytes, in a bare range file behind its source.
+    const std::size_t size = decoder_.protocol.packetSize;
+    const std::size_t before = packet.size() > size ? packet.size() - size : 0;
+    kinds.push_back(decoder_.kindOf(packet.from(resourceKind() == ResourceKind::Recording ? 8 : before)));
+  }
   std::size_t takeStep(ByteView packet, std::size_t) final {
     decoder_.reportedChannel = SignalRow::kNoMessage;
     StreamNav::take(packet, Pass::Walk);

@@ -15,8 +15,6 @@ namespace {
 using Lib::Flag::kNotAvailable;
 using Lib::Flag::kNoValue;
 
-constexpr std::size_t kRecordHead = 8;
-
 void writeProduct(RangeState& state) {
   RangeBody& body = state.record.body;
   state.write(body.ProductFamily, 7);

@@ -23,6 +23,8 @@ enum class PacketType : std::uint8_t {
 /// A frame begins with this byte; the four bytes of its head do not count in the length that stands in them.
 inline constexpr std::uint8_t kFrameSync = 'W';
 inline constexpr std::size_t kFrameHead = 4;
+/// A recorded packet stands behind this many bytes.
+inline constexpr std::size_t kRecordHead = 8;
 
 /// The whole size of a frame, by the length in its head.
 inline std::size_t frameSize(ByteView head) {

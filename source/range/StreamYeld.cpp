@@ -41,6 +41,21 @@ bool StreamYeld::take(ByteView packet, Pass) {
   return fed == Rng::RangeDecoder::Feed::PassDone;
 }
 
+void StreamYeld::addKinds(ByteView packet, std::vector<std::uint64_t>& kinds) const {
+  const ByteView bytes = resourceKind() == ResourceKind::Recording ? packet.from(Rng::kRecordHead) : packet;
+  const std::optional<Rng::PacketHead> head = Rng::readHead(bytes);
+  if (!head) return;
+  std::uint64_t part = 0;
+  if (head->isTimed()) {
+    part = bytes.u8(head->channelOffset);
+  } else if (head->type == Rng::PacketType::Source) {
+    part = bytes.u32(4);
+  } else {
+    part = bytes.u8(6) << 8 | bytes.u8(8);  // points of a vehicle, from an index on
+  }
+  kinds.push_back(static_cast<std::uint64_t>(head->pair()) << 32 | part);
+}
+
 void StreamYeld::prepareScan() {
   decoder_.setWants(identityWants());
 }

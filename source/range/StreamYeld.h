@@ -10,6 +10,7 @@ class StreamYeld final : public RecordStream<Rng::RangeRecord>, private RangeSou
  public:
   explicit StreamYeld(const StreamIdentity& identity);
 
+  void addKinds(ByteView packet, std::vector<std::uint64_t>& kinds) const override;
   bool take(ByteView packet, Pass pass) override;
   void reset() override { decoder_.reset(); }
   void want(const std::vector<const SignalRow*>& rows) override;

@@ -10,9 +10,8 @@ namespace {
 constexpr std::size_t kHeaderTypeOffset = 5;
 constexpr std::uint8_t kFlaggedPage = 0x08;
 
-TaggedPacket parseTagged(const ogg_packet& packet) {
-  return TaggedPacket(
-      std::string(reinterpret_cast<const char*>(packet.packet), static_cast<std::size_t>(packet.bytes)));
+TaggedPacket parseTagged(Lib::ByteView packet) {
+  return TaggedPacket(std::string(reinterpret_cast<const char*>(packet.data()), packet.size()));
 }
 
 /// Number of header packets that a primary packet announces; 0 where it does not say.
@@ -24,7 +23,7 @@ std::uint32_t announcedHeaders(const TaggedPacket& primary) {
 
 }  // namespace
 
-bool VrelStreamDec::addPage(const ogg_page& page) {
+bool VrelStreamDec::addPage(const ogg_page& page, PageBytes bytes) {
   beforeLastPage_ = lastPage_;
   currentPage_ = static_cast<std::int32_t>(ogg_page_pageno(&page));
   pageClass_ = classify();
@@ -48,16 +47,9 @@ bool VrelStreamDec::addPage(const ogg_page& page) {
     ++pageCounters_.eosPages;
   } else {
     ++pageCounters_.middlePages;
-    addMiddlePage(page);
+    addMiddlePage(page, bytes);
   }
   return true;
-}
-
-int VrelStreamDec::takePacket(ogg_packet& packet) {
-  const int result = assembler_.takePacket(packet);
-  if (result > 0) ++packetCounters_.dataPackets;
-  if (result < 0) ++packetCounters_.dataHoles;
-  return result;
 }
 
 PageClass VrelStreamDec::classify() const {
@@ -80,7 +72,7 @@ void VrelStreamDec::addBosPage(const ogg_page& page) {
   }
 }
 
-void VrelStreamDec::addMiddlePage(const ogg_page& page) {
+void VrelStreamDec::addMiddlePage(const ogg_page& page, PageBytes bytes) {
   switch (state_) {
     case VrelState::ReadHeaders:
       return readHeaders(page, {headers_, packetCounters_.headerPackets, packetCounters_.headerHoles,
@@ -91,7 +83,7 @@ void VrelStreamDec::addMiddlePage(const ogg_page& page) {
     case VrelState::HeaderComplete:
     case VrelState::ReadData:
     case VrelState::RepeatComplete:
-      return addData(page);
+      return addData(page, bytes);
     default:
       return fail();
   }
@@ -116,8 +108,9 @@ void VrelStreamDec::readRepeatPrimary(const ogg_page& page) {
 }
 
 std::optional<TaggedPacket> VrelStreamDec::takeFirstPacket(const ogg_page& page, std::uint64_t& holes) {
-  ogg_packet packet;
-  const int result = assembler_.reset() && assembler_.addPage(page) ? assembler_.takePacket(packet) : 0;
+  Lib::ByteView packet;
+  const int result =
+      assembler_.reset() && assembler_.addPage(page, PageBytes::Pass) ? assembler_.takePacket(packet) : 0;
   if (result > 0) return parseTagged(packet);
   if (result < 0) {
     ++holes;
@@ -128,8 +121,8 @@ std::optional<TaggedPacket> VrelStreamDec::takeFirstPacket(const ogg_page& page,
 }
 
 void VrelStreamDec::readHeaders(const ogg_page& page, BlockReading reading) {
-  if (!assembler_.addPage(page)) return fail();
-  ogg_packet packet;
+  if (!assembler_.addPage(page, PageBytes::Pass)) return fail();
+  Lib::ByteView packet;
   int result = 0;
   while ((result = assembler_.takePacket(packet)) > 0) {
     ++reading.packets;
@@ -146,15 +139,15 @@ void VrelStreamDec::readHeaders(const ogg_page& page, BlockReading reading) {
   if (reading.block.complete()) enter(reading.complete);
 }
 
-bool VrelStreamDec::keepHeader(const ogg_packet& packet) {
-  headerBytes_ += static_cast<std::size_t>(packet.bytes) + VrelLimits::kHeaderOverhead;
+bool VrelStreamDec::keepHeader(Lib::ByteView packet) {
+  headerBytes_ += packet.size() + VrelLimits::kHeaderOverhead;
   if (headerBytes_ > limits_.headerBytes) return false;
   header_.addHeader(parseTagged(packet));
   return true;
 }
 
-void VrelStreamDec::addData(const ogg_page& page) {
-  if (!assembler_.addPage(page)) return fail();
+void VrelStreamDec::addData(const ogg_page& page, PageBytes bytes) {
+  if (!assembler_.addPage(page, bytes)) return fail();
   enter(VrelState::ReadData);
   if (assembler_.heldBytes() <= limits_.heldBytes) return;
   ++packetCounters_.dataHoles;

@@ -32,13 +32,22 @@ class VrelStreamDec : public VrelStream {
   /// Makes ready for a file's first page, which must bring the primary packet.
   void expectPrimary() { enter(VrelState::AwaitPrimary); }
 
+  using PageBytes = PacketAssembler::PageBytes;
+
   /// Takes the next page of this stream; true when it was accepted.
-  /// REQUIRES: a whole page, as libogg's sync state gives it out.
-  bool addPage(const ogg_page& page);
+  /// REQUIRES: a whole page, as `PageReader` gives it out.
+  bool addPage(const ogg_page& page, PageBytes bytes = PageBytes::Pass);
+
+  /// Copies what waits to be taken from pages that do not stay any longer.
+  void keepData() {
+    if (!assembler_.keep()) fail();
+  }
 
   /// Takes the next data packet: above 0 a packet, valid until the next page; 0: more pages are needed; below 0: a
   /// hole, after which the taking goes on. Packets and holes are counted here.
-  int takePacket(ogg_packet& packet);
+  int takePacket(Lib::ByteView& packet) { return count(assembler_.takePacket(packet)); }
+  /// The same with what libogg knows of the packet. REQUIRES: no page stays.
+  int takePacket(ogg_packet& packet) { return count(assembler_.takePacket(packet)); }
 
   /// Bytes that wait to be taken as packets, the begun packet included.
   std::size_t heldBytes() const { return assembler_.heldBytes(); }
@@ -62,20 +71,25 @@ class VrelStreamDec : public VrelStream {
     bool kept;
   };
 
+  int count(int taken) {
+    packetCounters_.dataPackets += taken > 0 ? 1 : 0;
+    packetCounters_.dataHoles += taken < 0 ? 1 : 0;
+    return taken;
+  }
   PageClass classify() const;
   void fail() { enter(VrelState::Failed); }
 
   void addBosPage(const ogg_page& page);
-  void addMiddlePage(const ogg_page& page);
+  void addMiddlePage(const ogg_page& page, PageBytes bytes);
   void readPrimary(const ogg_page& page);
   void readRepeatPrimary(const ogg_page& page);
   void readHeaders(const ogg_page& page, BlockReading reading);
-  void addData(const ogg_page& page);
+  void addData(const ogg_page& page, PageBytes bytes);
 
   /// The packet with which a BOS page opens. None for a hole, which is counted, and for a failure.
   std::optional<TaggedPacket> takeFirstPacket(const ogg_page& page, std::uint64_t& holes);
   /// Appends a header packet. False where the header grows beyond its limit.
-  bool keepHeader(const ogg_packet& packet);
+  bool keepHeader(Lib::ByteView packet);
 
   const VrelLimits limits_;
   std::size_t headerBytes_ = 0;

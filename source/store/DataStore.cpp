@@ -104,6 +104,18 @@ std::unique_ptr<NativeReader> DataStore::openNative(std::uint32_t streamId, std:
   return locked<Changing>([&] { return DataStoreImpl::openNative(streamId, signals, detail); });
 }
 
+StoreStatus DataStore::walkPackets(std::uint32_t streamId, const PacketVisitor& visitor) {
+  return locked<Changing>([&] { return DataStoreImpl::walkPackets(streamId, visitor); });
+}
+
+bool DataStore::copyPackets(std::uint32_t streamId, const PacketRanges& ranges, const PacketWriter& write) {
+  return locked<Changing>([&] { return DataStoreImpl::copyPackets(streamId, ranges, write); });
+}
+
+bool DataStore::extract(std::uint32_t streamId, const std::string& outputPath, Nano start, Nano end) {
+  return locked<Changing>([&] { return DataStoreImpl::extract(streamId, outputPath, start, end); });
+}
+
 void DataStore::setMultiplexed(bool multiplexed) {
   return locked<Changing>([&] { return DataStoreImpl::setMultiplexed(multiplexed); });
 }

@@ -70,6 +70,20 @@ class DataStore : private DataStoreImpl {
   std::unique_ptr<NativeReader> openNative(std::uint32_t streamId, std::span<const SignalListing> signals,
                                            NativeReader::Detail detail);
 
+  /// Walks one Stream from its start, which decodes its time and no more, and calls `visitor` with each packet and the
+  /// clock behind it, until that gives false. NotFound for an unknown Stream and for one without packets or time,
+  /// Cancelled where `cancel` has been called. Reading by time needs a new `seekAll` after it. The visitor is called
+  /// under the store's lock.
+  StoreStatus walkPackets(std::uint32_t streamId, const PacketVisitor& visitor);
+  /// Copies packets of a bare protocol file, whole and in order, to `write`: of each Stream, by serial, those of a
+  /// range of places among its packets. False for a recording, and where `cancel` has been called.
+  bool copyPackets(std::uint32_t streamId, const PacketRanges& ranges, const PacketWriter& write);
+  /// Writes the packets of a bare protocol file between two times, cut to those of its Streams, to a new file, without
+  /// what came before; what is there under that name is overwritten. The first packet is that at which the clock of its
+  /// Stream reaches `start`, the last one that at which it reaches `end`. False for a recording, and where the file
+  /// cannot be written.
+  bool extract(std::uint32_t streamId, const std::string& outputPath, Nano start, Nano end);
+
   /// Whether what is read from now on takes multiplexed signals only from records that select them. Reading by time
   /// needs a new `seekAll` after it. Of files that are added later it holds only when it is said again.
   void setMultiplexed(bool multiplexed);

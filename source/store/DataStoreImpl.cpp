@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <utility>
 
@@ -316,6 +317,60 @@ std::unique_ptr<NativeReader> DataStoreImpl::openNative(std::uint32_t streamId, 
     rows.push_back(row);
   }
   return std::make_unique<NativeReader>(*stored.stream, stored.walker, rows, detail, cancel_);
+}
+
+StoreStatus DataStoreImpl::walkPackets(std::uint32_t streamId, const PacketVisitor& visitor) {
+  if (streamId >= streams_.size() || !streams_[streamId].walker.canWalk()) {
+    return {StoreStatus::NotFound, Reason::kTimelessStream};
+  }
+  auto& [stream, walker, pendingSeek] = streams_[streamId];
+  stream->want({});
+  walker.restart();
+  walker.forgetPlace();
+  for (ByteView packet; walker.nextPacket(packet);) {
+    if (cancel_.load(std::memory_order_relaxed)) return {StoreStatus::Cancelled, Reason::kCancelled};
+    stream->take(packet, Pass::Walk);
+    walker.followTime();
+    if (!visitor(*stream, packet, walker.clock())) break;
+  }
+  walker.close();
+  return {};
+}
+
+bool DataStoreImpl::copyPackets(std::uint32_t streamId, const PacketRanges& ranges, const PacketWriter& write) {
+  const Resource* resource = streamId < streams_.size() ? resourceOf(*streams_[streamId].stream) : nullptr;
+  return resource != nullptr && resource->copyPackets(ranges, write);
+}
+
+bool DataStoreImpl::extract(std::uint32_t streamId, const std::string& outputPath, Nano start, Nano end) {
+  const Resource* resource = streamId < streams_.size() ? resourceOf(*streams_[streamId].stream) : nullptr;
+  if (resource == nullptr || resource->kind == ResourceKind::Recording) return false;
+  Nano earliest = INT64_MAX;
+  Nano latest = 0;
+  for (const auto& [serial, stream] : resource->streams) {
+    if (!stream->hasTime()) continue;
+    earliest = std::min(earliest, stream->info().startTime);
+    latest = std::max(latest, stream->info().endTime);
+  }
+  start = std::clamp(start, std::min(earliest, latest), latest);
+  end = std::clamp(end, start, latest);
+  PacketRanges ranges;
+  for (const auto& [serial, stream] : resource->streams) {
+    PacketRange range;
+    std::uint64_t place = 0;
+    walkPackets(static_cast<std::uint32_t>(stream->entry.index), [&](const Stream&, ByteView, Nano clock) {
+      if (clock < start) range.first = place + 1;
+      range.end = ++place;
+      return clock < end;
+    });
+    ranges.emplace(serial, range);
+  }
+  std::ofstream output(outputPath, std::ios::binary);
+  const bool copied = resource->copyPackets(ranges, [&](ByteView packet) {
+    output.write(reinterpret_cast<const char*>(packet.data()), static_cast<std::streamsize>(packet.size()));
+  });
+  output.close();
+  return copied && output.good();
 }
 
 void DataStoreImpl::setMultiplexed(bool multiplexed) {

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -27,6 +28,9 @@ namespace Kvex::Sto {
 inline constexpr std::uint32_t kDirectMode = 0;
 inline constexpr std::uint32_t kRetainMode = 1;
 
+/// Is given a Stream, one of its packets and the Stream's clock behind it; false ends the walk.
+using PacketVisitor = std::function<bool(const Stream& stream, ByteView packet, Nano clock)>;
+
 /// The work of the data store, without its locks: see `DataStore` for the contracts.
 class DataStoreImpl {
  public:
@@ -50,6 +54,9 @@ class DataStoreImpl {
   StoreStatus readSamples(const SignalQuery& query, Nano time, std::vector<Sample>& out);
   std::unique_ptr<NativeReader> openNative(std::uint32_t streamId, std::span<const SignalListing> signals,
                                            NativeReader::Detail detail);
+  StoreStatus walkPackets(std::uint32_t streamId, const PacketVisitor& visitor);
+  bool copyPackets(std::uint32_t streamId, const PacketRanges& ranges, const PacketWriter& write);
+  bool extract(std::uint32_t streamId, const std::string& outputPath, Nano start, Nano end);
   void setMultiplexed(bool multiplexed);
   void closeFiles();
 

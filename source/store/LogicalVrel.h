@@ -35,8 +35,8 @@ class LogicalVrel final : public Logical {
   bool readMore();
   bool readBlock();
   bool hopBlock();
-  /// The bytes of the file at `offset`, at least `count` of them; null where the file ends first.
-  const std::uint8_t* peek(std::int64_t offset, std::size_t count);
+  /// `count` bytes of the file at `offset`; none where the file ends first.
+  Lib::ByteView peek(std::int64_t offset, std::size_t count);
 
   Com::VrelStreamDec pages_;
   Com::PageReader reader_;

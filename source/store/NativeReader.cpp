@@ -21,11 +21,10 @@ constexpr std::size_t kFieldBytes = kValueOffset + sizeof(std::uint64_t);
 constexpr std::uint16_t kFlagBits = 0xFF;
 constexpr std::uint16_t kWrittenBit = 0x100;
 
-/// Blocks between two looks at which signals most steps write.
+/// Blocks between two looks at which signals are written together.
 constexpr std::uint32_t kBlocksPerStrips = 16;
 /// A longer strip of scalars would be looked at element by element too often.
 constexpr std::size_t kMaxStripScalars = 16;
-constexpr std::size_t kMaxIdle = 32;
 
 template <class T>
 constexpr bool kHasLayout = sizeof(Lib::NavField<T>) == kFieldBytes&& offsetof(Lib::NavField<T>, stamp) ==
@@ -76,8 +75,8 @@ void NativeReader::layOut(const std::vector<const SignalRow*>& rows) {
       for (std::uint32_t element = 0; element < row.count; ++element) {
         fields[element].written = false;
         fields_.push_back(reinterpret_cast<std::byte*>(fields + element));
-        expected_.push_back(fields[element].flags);
-        if (detail_ == Detail::Tally) tally_.addElement(row.valueType);
+        knownFlags_.push_back(fields[element].flags);
+        types_.push_back(row.valueType);
       }
     });
     const auto groupIndex = static_cast<std::size_t>(row.message + 1);
@@ -93,11 +92,12 @@ void NativeReader::layOut(const std::vector<const SignalRow*>& rows) {
   const std::size_t elements = fields_.size();
   samples_.resize(elements);
   usable_.resize(elements);
-  if (detail_ == Detail::Tally) return;
-  values_.resize(elements * kLine);
-  if (detail_ == Detail::Value) return;
-  flags_.resize(elements * kLine);
-  stamps_.resize(elements * kLine);
+  // Rows at a multiple of a page would share few lines of the processor's cache.
+  rowWords_ = elements | 8;
+  const std::size_t places = rowWords_ * kBlockSteps;
+  values_.resize(places);
+  if (detail_ != Detail::Value) stamps_.resize(places);
+  if (detail_ == Detail::FlagsAndStamp) flags_.resize(places);
 }
 
 bool NativeReader::advance() {
@@ -113,32 +113,20 @@ bool NativeReader::advance() {
 
 /// Cuts a group into strips, by the samples of the last block.
 void NativeReader::layStrips(Group& group) {
-  const auto busy = [&](std::uint64_t samples) { return 2 * std::popcount(samples) > std::popcount(group.steps); };
   std::vector<Strip>& strips = group.strips;
   strips.clear();
   for (std::size_t element = group.scalars.begin; element < group.scalars.end; ++element) {
-    const bool isBusy = busy(samples_[element]);
-    const bool goesOn =
-        !strips.empty() && strips.back().busy == isBusy &&
-        strips.back().count < (isBusy ? kMaxStripScalars : kMaxIdle) &&
-        strips.back().fields + strips.back().count * kFieldBytes == fields_[element] &&
-        (detail_ != Detail::Tally || !isBusy || tally_.type(strips.back().element) == tally_.type(element));
+    const bool goesOn = !strips.empty() && strips.back().count < kMaxStripScalars &&
+                        strips.back().fields + strips.back().count * kFieldBytes == fields_[element] &&
+                        samples_[strips.back().element] == samples_[element];
     if (goesOn) {
       ++strips.back().count;
     } else {
-      strips.push_back({fields_[element], element, 1, false, isBusy});
+      strips.push_back({fields_[element], element, 1, false});
     }
   }
   for (const Range& array : group.arrays) {
-    std::uint64_t all = ~std::uint64_t{0};
-    for (std::size_t element = array.begin; element < array.end; ++element) all &= samples_[element];
-    strips.push_back({fields_[array.begin], array.begin, array.end - array.begin, true, busy(all)});
-  }
-  for (const Strip& strip : strips) {
-    for (std::size_t element = strip.element; element < strip.element + strip.count; ++element) {
-      expected_[element] &= kFlagBits;
-      if (strip.busy) expected_[element] |= kWrittenBit;
-    }
+    strips.push_back({fields_[array.begin], array.begin, array.end - array.begin, true});
   }
 }
 
@@ -157,9 +145,7 @@ bool NativeReader::readBlock() {
 }
 
 void NativeReader::takeStep() {
-  const Nano time = walker_.clock();
-  times_[steps_] = time;
-  tallied_ = time >= tallyStart_ && (time < tallyEnd_ || tallyEnd_ == INT64_MAX);
+  times_[steps_] = walker_.clock();
   takeGroup(groups_[0]);
   const std::int32_t message = stream_.stepMessage();
   if (message == SignalRow::kAnyMessage) {
@@ -171,23 +157,29 @@ void NativeReader::takeStep() {
 
 namespace {
 
-inline std::uint32_t changeOf(const std::byte* field, std::uint32_t expected) {
-  std::uint32_t state;  // with the padding behind it: nothing need be cut off for each field
-  std::memcpy(&state, field + kStateOffset, sizeof state);
-  return state ^ expected;
-}
+/// How the states of some fields differ from the flags that they had, the mark of a write included: bits that any
+/// differs in, and bits that all differ in.
+struct Changes {
+  std::uint32_t any = 0;
+  std::uint32_t all = ~std::uint32_t{0};
 
-/// Whether all of some fields are in the states expected.
-inline bool areExpected(const std::byte* field, const std::uint32_t* expected, std::size_t count) {
-  std::uint32_t change = 0;
-  for (; count >= 8; count -= 8, field += 8 * kFieldBytes, expected += 8) {
-    change |= changeOf(field, expected[0]) | changeOf(field + kFieldBytes, expected[1]) |
-              changeOf(field + 2 * kFieldBytes, expected[2]) | changeOf(field + 3 * kFieldBytes, expected[3]);
-    change |= changeOf(field + 4 * kFieldBytes, expected[4]) | changeOf(field + 5 * kFieldBytes, expected[5]) |
-              changeOf(field + 6 * kFieldBytes, expected[6]) | changeOf(field + 7 * kFieldBytes, expected[7]);
+  void add(const std::byte* field, std::uint32_t flags) {
+    std::uint32_t state;  // with the padding behind it: nothing need be cut off for each field
+    std::memcpy(&state, field + kStateOffset, sizeof state);
+    any |= state ^ flags;
+    all &= state ^ flags;
   }
-  for (; count > 0; --count, field += kFieldBytes, ++expected) change |= changeOf(field, *expected);
-  return (change & (kFlagBits | kWrittenBit)) == 0;
+  bool none() const { return (any & (kFlagBits | kWrittenBit)) == 0; }
+  bool allWritten() const { return (any & kFlagBits) == 0 && (all & kWrittenBit) != 0; }
+};
+
+inline Changes changesOf(const std::byte* field, const std::uint32_t* flags, std::size_t count) {
+  Changes changes;
+  for (; count >= 4; count -= 4, field += 4 * kFieldBytes, flags += 4) {
+    for (std::size_t i = 0; i < 4; ++i) changes.add(field + i * kFieldBytes, flags[i]);
+  }
+  for (; count > 0; --count, field += kFieldBytes, ++flags) changes.add(field, *flags);
+  return changes;
 }
 
 }  // namespace
@@ -195,10 +187,12 @@ inline bool areExpected(const std::byte* field, const std::uint32_t* expected, s
 void NativeReader::takeGroup(Group& group) {
   group.steps |= std::uint64_t{1} << steps_;
   for (Strip& strip : group.strips) {
-    if (!areExpected(strip.fields, &expected_[strip.element], strip.count)) {
-      takeChanged(strip);
-    } else if (strip.busy) {
+    const Changes changes = changesOf(strip.fields, &knownFlags_[strip.element], strip.count);
+    if (changes.none()) continue;
+    if (changes.allWritten()) {
       takeWritten(strip);
+    } else {
+      takeChanged(strip);
     }
   }
 }
@@ -206,43 +200,36 @@ void NativeReader::takeGroup(Group& group) {
 /// All elements were written, and have the flags that they had.
 inline void NativeReader::takeWritten(Strip& strip) {
   strip.written |= std::uint64_t{1} << steps_;
-  if (detail_ == Detail::Tally) return takeTallied(strip);
-  std::byte* field = strip.fields;
-  std::size_t to = place(strip.element, steps_);
-  if (detail_ == Detail::Value) {
-    const std::size_t count = strip.count;
-    // A write to a field could change any object, as the compiler sees it: so this is at hand, and not read anew.
-    std::uint64_t* const values = values_.data();
-    for (std::size_t i = 0; i < count; ++i, field += kFieldBytes, to += kLine) {
-      field[kWrittenOffset] = std::byte{0};
-      std::memcpy(&values[to], field + kValueOffset, sizeof *values);
-    }
-    return;
-  }
-  for (std::size_t i = 0; i < strip.count; ++i, field += kFieldBytes, to += kLine) {
-    field[kWrittenOffset] = std::byte{0};
-    keepField(field, to);
+  switch (detail_) {
+    case Detail::Value:
+      return keepFields<Detail::Value>(strip);
+    case Detail::ValueAndStamp:
+      return keepFields<Detail::ValueAndStamp>(strip);
+    case Detail::FlagsAndStamp:
+      return keepFields<Detail::FlagsAndStamp>(strip);
   }
 }
 
-void NativeReader::takeTallied(Strip& strip) {
-  const bool steady = strip.steady && tallied_;
-  bool allSteady = tallied_;
-  Lib::withType(tally_.type(strip.element), [&](auto tag) {
-    auto* const fields = reinterpret_cast<Lib::NavField<typename decltype(tag)::Type>*>(strip.fields);
-    if (steady) return tally_.addWritten(strip.element, fields, strip.count);
-    for (std::size_t i = 0; i < strip.count; ++i) {
-      fields[i].written = false;
-      const bool taken = tallied_ && fields[i].flags == 0;
-      if (taken) tally_.add(strip.element + i, fields[i]);
-      allSteady = allSteady && taken && tally_.hasNumber(strip.element + i);
-    }
-  });
-  if (tallied_) strip.steady = allSteady;
+template <NativeReader::Detail kept>
+void NativeReader::keepFields(const Strip& strip) {
+  // A write to a field could change any object, as the compiler sees it: so these are at hand, and not read anew.
+  std::byte* const fields = strip.fields;
+  const std::size_t count = strip.count;
+  const std::size_t to = place(strip.element, steps_);
+  std::uint64_t* const values = values_.data() + to;
+  // What is not kept has no room.
+  [[maybe_unused]] Nano* const stamps = kept != Detail::Value ? stamps_.data() + to : nullptr;
+  [[maybe_unused]] std::uint8_t* const flags = kept == Detail::FlagsAndStamp ? flags_.data() + to : nullptr;
+  for (std::size_t i = 0; i < count; ++i) {
+    std::byte* const field = fields + i * kFieldBytes;
+    std::memcpy(values + i, field + kValueOffset, sizeof *values);
+    if constexpr (kept != Detail::Value) std::memcpy(stamps + i, field + kStampOffset, sizeof *stamps);
+    if constexpr (kept == Detail::FlagsAndStamp) flags[i] = static_cast<std::uint8_t>(field[kStateOffset]);
+    field[kWrittenOffset] = std::byte{0};
+  }
 }
 
 void NativeReader::takeChanged(Strip& strip) {
-  strip.steady = false;
   enterWritten(strip);
   const std::size_t end = strip.element + strip.count;
   if (!strip.isArray) {
@@ -260,30 +247,25 @@ void NativeReader::takeChanged(Strip& strip) {
 inline bool NativeReader::takeState(std::size_t element) {
   std::byte* const field = fields_[element];
   const std::uint16_t now = stateOf(field);
-  const auto before = static_cast<std::uint16_t>(expected_[element] & kFlagBits);
+  const auto before = static_cast<std::uint16_t>(knownFlags_[element]);
   if (now == before) return false;
-  expected_[element] = static_cast<std::uint16_t>((expected_[element] & kWrittenBit) | (now & kFlagBits));
+  knownFlags_[element] = now & kFlagBits;
   field[kWrittenOffset] = std::byte{0};
   return now > kFlagBits || (usableState(before) && !usableState(now));
 }
 
 inline void NativeReader::keepSample(std::size_t element) {
-  const auto state = static_cast<std::uint16_t>(expected_[element]);
+  const auto state = static_cast<std::uint16_t>(knownFlags_[element]);
   if ((state & Lib::Flag::kUntimed) != 0) return;
   samples_[element] |= std::uint64_t{1} << steps_;
   usable_[element] |= std::uint64_t{usableState(state)} << steps_;
-  if (detail_ != Detail::Tally) return keepField(fields_[element], place(element, steps_));
-  if (!tallied_ || !usableState(static_cast<std::uint16_t>(state & kFlagBits))) return;
-  Lib::withType(tally_.type(element), [&](auto tag) {
-    tally_.add(element, *reinterpret_cast<const Lib::NavField<typename decltype(tag)::Type>*>(fields_[element]));
-  });
+  keepField(fields_[element], place(element, steps_));
 }
 
 void NativeReader::keepField(const std::byte* field, std::size_t place) {
   std::memcpy(&values_[place], field + kValueOffset, sizeof values_[place]);
-  if (detail_ == Detail::Value) return;
-  flags_[place] = static_cast<std::uint8_t>(stateOf(field));
-  std::memcpy(&stamps_[place], field + kStampOffset, sizeof stamps_[place]);
+  if (detail_ != Detail::Value) std::memcpy(&stamps_[place], field + kStampOffset, sizeof stamps_[place]);
+  if (detail_ == Detail::FlagsAndStamp) flags_[place] = static_cast<std::uint8_t>(stateOf(field));
 }
 
 /// Before its flags change and at the end of a block, what was written to a strip becomes samples of its elements.
@@ -291,10 +273,103 @@ void NativeReader::enterWritten(Strip& strip) {
   const std::uint64_t written = std::exchange(strip.written, 0);
   if (written == 0) return;
   for (std::size_t element = strip.element; element < strip.element + strip.count; ++element) {
-    const auto state = static_cast<std::uint16_t>(expected_[element]);
+    const auto state = static_cast<std::uint16_t>(knownFlags_[element]);
     if ((state & Lib::Flag::kUntimed) != 0) continue;
     samples_[element] |= written;
     if (usableState(state)) usable_[element] |= written;
+  }
+}
+
+namespace {
+
+// Two of a kind that the processor handles at once.
+using Doubles = double __attribute__((vector_size(16)));
+using Words = std::int64_t __attribute__((vector_size(16)));
+
+}  // namespace
+
+void NativeReader::tally(std::uint64_t steps, std::vector<SampleTally>& tallies) const {
+  for (std::size_t element = 0; element < elements();) {
+    const std::uint64_t taken = usableIn(element, steps);
+    if (taken == 0) {
+      ++element;
+      continue;
+    }
+    std::size_t alike = 0;
+    while (alike < 4 && element + alike < elements() && types_[element + alike] == Lib::ValueType::Double &&
+           tallies[element + alike].hasNumber && usableIn(element + alike, steps) == taken) {
+      ++alike;
+    }
+    if (alike == 4) {
+      tallyDoubles<4>(element, taken, &tallies[element]);
+      element += 4;
+    } else if (alike >= 2) {
+      tallyDoubles<2>(element, taken, &tallies[element]);
+      element += 2;
+    } else {
+      tallyEach(element, taken, tallies[element]);
+      ++element;
+    }
+  }
+}
+
+void NativeReader::tallyEach(std::size_t element, std::uint64_t steps, SampleTally& tally) const {
+  Lib::withType(types_[element], [&](auto tag) {
+    forEachStep(steps, [&](std::size_t step) {
+      const std::size_t at = place(element, step);
+      tally.add<typename decltype(tag)::Type>({values_[at], stamps_[at]});
+    });
+  });
+}
+
+/// Adds the same steps of some neighbours that were numbers before. A block rarely has values that are no numbers:
+/// these are added one by one.
+template <std::size_t kLanes>
+void NativeReader::tallyDoubles(std::size_t element, std::uint64_t steps, SampleTally* tallies) const {
+  const auto valueOf = SampleTally::valueOf<double>;
+  constexpr std::size_t kPairs = kLanes / 2;
+  std::array<Doubles, kPairs> smallest;
+  std::array<Doubles, kPairs> largest;
+  std::array<Doubles, kPairs> last;
+  std::array<Words, kPairs> changes{};
+  std::array<Words, kPairs> noNumbers{};
+  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+    smallest[lane / 2][lane % 2] = valueOf(tallies[lane].smallest.bits);
+    largest[lane / 2][lane % 2] = valueOf(tallies[lane].largest.bits);
+    last[lane / 2][lane % 2] = valueOf(tallies[lane].last.bits);
+  }
+  for (std::size_t pair = 0; pair < kPairs; ++pair) noNumbers[pair] = last[pair] != last[pair];
+  forEachStep(steps, [&](std::size_t step) {
+    for (std::size_t pair = 0; pair < kPairs; ++pair) {
+      Doubles values;
+      std::memcpy(&values, &values_[place(element + 2 * pair, step)], sizeof values);
+      smallest[pair] = values < smallest[pair] ? values : smallest[pair];
+      largest[pair] = values > largest[pair] ? values : largest[pair];
+      changes[pair] -= values != last[pair];
+      noNumbers[pair] |= values != values;
+      last[pair] = values;
+    }
+  });
+  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+    SampleTally& tally = tallies[lane];
+    if (noNumbers[lane / 2][lane % 2] != 0) {
+      tallyEach(element + lane, steps, tally);
+      continue;
+    }
+    const auto sampleAt = [&](std::size_t step) {
+      const std::size_t at = place(element + lane, step);
+      return SampleTally::Stamped{values_[at], stamps_[at]};
+    };
+    const auto firstOf = [&](double sought) {
+      auto step = static_cast<std::size_t>(std::countr_zero(steps));
+      while ((steps >> step & 1) == 0 || valueOf(sampleAt(step).bits) != sought) ++step;
+      return sampleAt(step);
+    };
+    if (smallest[lane / 2][lane % 2] < valueOf(tally.smallest.bits))
+      tally.smallest = firstOf(smallest[lane / 2][lane % 2]);
+    if (largest[lane / 2][lane % 2] > valueOf(tally.largest.bits)) tally.largest = firstOf(largest[lane / 2][lane % 2]);
+    tally.changes += static_cast<std::uint64_t>(changes[lane / 2][lane % 2]);
+    tally.last = sampleAt(static_cast<std::size_t>(std::bit_width(steps) - 1));
   }
 }
 

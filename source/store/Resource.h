@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -35,6 +36,16 @@ struct FileHealth {
   bool sound() const { return gaps.skippedBytes == 0 && scan.junkBytes == 0 && truncatedBytes == 0; }
 };
 
+/// Places of packets among those of their Stream.
+struct PacketRange {
+  std::uint64_t first = 0;
+  std::uint64_t end = 0;  ///< Behind the last one.
+
+  bool holds(std::uint64_t place) const { return place >= first && place < end; }
+};
+using PacketRanges = std::map<std::uint32_t, PacketRange>;  ///< By serial.
+using PacketWriter = std::function<void(ByteView packet)>;
+
 /// One opened input file: finds out which Streams it holds, makes them, and drives them through the scan that gives
 /// each its first and last record. Owns its Streams. The file is read up to three times over; one block of it is held.
 class Resource {
@@ -51,6 +62,9 @@ class Resource {
   virtual void linkStreams() {}
   /// What feeds the Stream of a serial, or null.
   Logical* logical(std::uint32_t serial) const;
+
+  /// Copies packets of a bare file, see `DataStore::copyPackets`.
+  virtual bool copyPackets(const PacketRanges&, const PacketWriter&) const { return false; }
 
   const std::uint32_t index;  ///< Place in the store's list.
   const ResourceKind kind;

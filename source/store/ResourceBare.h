@@ -22,6 +22,26 @@ class ResourceBare : public Resource {
     secondPass(stream);
   }
 
+  bool copyPackets(const PacketRanges& ranges, const PacketWriter& write) const override {
+    AnyReader reader(path);
+    reader.resume();
+    PacketRanges counted;
+    std::size_t open = ranges.size();
+    for (ByteView packet; open > 0 && reader.next(packet);) {
+      if (cancelled()) return false;
+      const auto range = ranges.find(serialOf(reader.packetType(), packet));
+      if (range == ranges.end()) continue;
+      const std::uint64_t place = counted[range->first].end++;
+      if (range->second.holds(place)) write(packet);
+      if (place == range->second.end) --open;
+    }
+    return true;
+  }
+
+ protected:
+  /// The serial of the Stream that a packet is of.
+  virtual std::uint32_t serialOf(std::uint32_t, ByteView) const { return 0; }
+
  private:
   using AnyReader = LogicalPackets<Framing, AnyPacket>;
   using OwnReader = LogicalPackets<Framing, OwnPackets>;

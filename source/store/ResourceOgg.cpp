@@ -21,10 +21,10 @@ std::uint32_t serialOf(const ogg_page& page) {
 /// Gives `visitor` the data packets at hand until it answers true. Gives whether it did.
 template <class Visitor>
 bool takePackets(LogicalVrel& logical, Visitor&& visitor) {
-  ogg_packet packet;
+  ByteView packet;
   while (const int result = logical.pages().takePacket(packet)) {
     if (result < 0) continue;  // a hole; counted there
-    if (visitor(ByteView(packet.packet, static_cast<std::size_t>(packet.bytes)))) return true;
+    if (visitor(packet)) return true;
   }
   return false;
 }
@@ -167,7 +167,7 @@ void ResourceOgg::firstPass() {
 
 void ResourceOgg::scanPackets(Member& member) {
   Stream& stream = *member.stream;
-  ogg_packet packet;
+  ByteView packet;
   while (const int result = member.logical->pages().takePacket(packet)) {
     if (result < 0) {
       member.gaps.reach(stream.knownTime());
@@ -175,7 +175,7 @@ void ResourceOgg::scanPackets(Member& member) {
     }
     // The packets of a Stream without an accepted header are taken all the same, so that they do not pile up.
     if (!stream.headerAccepted()) continue;
-    stream.take(ByteView(packet.packet, static_cast<std::size_t>(packet.bytes)), Pass::Scan);
+    stream.take(packet, Pass::Scan);
     if (member.gaps.expects()) member.gaps.read(stream.knownTime());
   }
 }
@@ -185,7 +185,7 @@ void ResourceOgg::scanPage(Member& member, const ogg_page& page) {
   const std::uint64_t lostBefore = pages.pageCounters().pagesLost;
   const std::uint64_t holesBefore = pages.packetCounters().dataHoles;
   const Com::VrelState before = pages.state();
-  pages.addPage(page);
+  pages.addPage(page, Com::VrelStreamDec::PageBytes::Stay);
   const auto note = [&](DamageKind kind, std::uint64_t count) {
     if (count == 0) return;
     damage.note({kind, count, member.stream, member.stream->knownTime()}, kind == DamageKind::PagesLate);

@@ -60,6 +60,11 @@ class ResourceRng final : public ResourceBare<Format, ResourceKind::RangeFile, O
 
   void linkStreams() override { linkRangeStreams(this->streams, this->context_.codecs); }
 
+ protected:
+  std::uint32_t serialOf(std::uint32_t type, ByteView packet) const override {
+    return type == Format::kSourceType ? Format::sourceId(packet) : 0;
+  }
+
  private:
   using PassProgress = typename Base::PassProgress;
   using AllReader = LogicalPackets<Format, AllSourcePackets<Format>>;

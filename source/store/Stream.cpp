@@ -43,6 +43,10 @@ std::string Stream::grouping() const {
   return text;
 }
 
+void Stream::addKinds(ByteView, std::vector<std::uint64_t>& kinds) const {
+  kinds.push_back(0);
+}
+
 std::size_t Stream::takeStep(ByteView packet, std::size_t) {
   take(packet, Pass::Walk);
   liveRecord();

@@ -113,6 +113,9 @@ class Stream {
   virtual std::size_t takeStep(ByteView packet, std::size_t from);
   /// The message that the last step decoded, as in `SignalRow::message`; `kAnyMessage` where the protocol has none.
   virtual std::int32_t stepMessage() const { return SignalRow::kAnyMessage; }
+  /// Appends a number for each kind of content that a packet brings: packets of one kind bring the same fields, so that
+  /// of all that came before a time the newest packet of each kind says all. Looks at the packet alone.
+  virtual void addKinds(ByteView packet, std::vector<std::uint64_t>& kinds) const;
   /// End of the first pass: keeps the first record and sets the decoder up for the second pass.
   virtual void endProbe() = 0;
   /// End of the second pass: keeps the last record, adds the "{Kvex-StreamScan}" packet, settles `hasTime`.

@@ -9,11 +9,14 @@
 #include <vector>
 
 #include "library/NavField.h"
-#include "synth/LogicalWriter.h"
+#include "recording/LogicalWriter.h"
 #include "synth/NavPackets.h"
 #include "synth/RangePackets.h"
 
 namespace Kvex::Synth {
+
+using Com::primaryText;
+using Com::StreamForm;
 
 /// One packet of a chase.
 struct ChasePacket {

@@ -4,10 +4,16 @@
 #include <ostream>
 #include <string_view>
 
-#include "synth/LogicalWriter.h"
-#include "synth/PageSink.h"
+#include "recording/LogicalWriter.h"
+#include "recording/OggPage.h"
+#include "synth/DamagedPages.h"
 
 namespace Kvex::Synth {
+
+using Com::bytesOf;
+using Com::LogicalWriter;
+using Com::primaryText;
+using Com::StreamForm;
 
 /// Writes a recording of any number of logical streams to a stream of bytes, into a file or into memory. Holds no more
 /// than the page that each stream has begun.
@@ -36,7 +42,7 @@ class RecordingWriter {
   std::uint64_t bytesWritten() const { return sink_.bytesWritten(); }
 
  private:
-  PageSink sink_;
+  DamagedPages sink_;
   std::deque<LogicalWriter> streams_;
 };
 

@@ -63,6 +63,8 @@ constexpr SignalRow::Want wantOf(Setter) {
 class SignalTable {
  public:
   static constexpr std::uint32_t kMaxOrdinals = 1000;
+  /// Bytes of a name, and of what else a row says in words: the rows of a table share no texts.
+  static constexpr std::size_t kMaxText = 4096;
 
   /// `firstOrdinal`: the ordinal of the first row; a second table of a stream goes on where the first one ended.
   explicit SignalTable(std::uint32_t firstOrdinal = 0) : firstOrdinal_(firstOrdinal) {}
@@ -74,8 +76,11 @@ class SignalTable {
   std::uint32_t count() const { return static_cast<std::uint32_t>(rows_.size()); }
 
   /// Inserts a row and gives it the next ordinal. Refuses, giving false and changing nothing, a row beyond the limit of
-  /// `kMaxOrdinals` and a name that a row of the same type and shape has already.
+  /// `kMaxOrdinals`, a name of more than `kMaxText` bytes, and one that a row of the same type and shape has already.
+  /// Longer descriptions, units and table names are cut.
   bool insert(SignalRow row);
+  /// Whether a scalar row of this type and name would be taken.
+  bool takesScalar(ValueType type, std::string_view name) const;
 
   /// The row of exactly this name, type and shape, or none.
   const SignalRow* find(Lib::Run run, std::string_view name) const;

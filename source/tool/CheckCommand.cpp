@@ -1,9 +1,8 @@
 #include <algorithm>
-#include <filesystem>
 #include <fmt/format.h>
 #include <memory>
-#include <span>
 
+#include "tool/CheckJson.h"
 #include "tool/Commands.h"
 #include "tool/Counters.h"
 #include "tool/FileByFile.h"
@@ -16,8 +15,6 @@ namespace Kvex::Tool {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 struct CheckOptions {
   std::vector<std::string> files;
   bool json = false;
@@ -25,72 +22,6 @@ struct CheckOptions {
 
 /// Places that are shown one by one; of further ones only their number.
 constexpr std::size_t kMaxPlacesShown = 20;
-
-std::uint64_t sizeOf(const File& file) {
-  std::error_code ignored;
-  return std::filesystem::file_size(file.path(), ignored);
-}
-
-Json countersJson(std::span<const Counter> counters) {
-  Json json = Json::object();
-  for (const Counter& counter : counters) json[counter.name] = counter.count;
-  return json;
-}
-
-Json timeJson(Nano time) {
-  return time == kNoTime ? Json() : Json(time);
-}
-
-Json utcJson(Nano time) {
-  return time == kNoTime ? Json() : Json(utcText(time));
-}
-
-/// Seconds from one time to another.
-Json secondsJson(Nano from, Nano to) {
-  if (from == kNoTime || to == kNoTime) return nullptr;
-  return secondsBetween(from, to);
-}
-
-Json placeJson(const Place& place, Nano fileStart) {
-  return {{"kind", nameOf(place.kind)},
-          {"stream", place.stream ? Json(*place.stream) : Json()},
-          {"count", place.count},
-          {"lost", place.lost},
-          {"from", timeJson(place.from)},
-          {"to", timeJson(place.to)},
-          {"fromUtc", utcJson(place.from)},
-          {"toUtc", utcJson(place.to)},
-          {"fromSeconds", secondsJson(fileStart, place.from)},
-          {"toSeconds", secondsJson(fileStart, place.to)},
-          {"secondsLost", secondsJson(place.from, place.to)},
-          {"text", place.text}};
-}
-
-Json reportJson(const File& file) {
-  Json streams = Json::array();
-  for (const Stream& stream : file.streams()) {
-    streams.push_back({{"id", stream.id()},
-                       {"serial", stream.serial()},
-                       {"codec", stream.codec()},
-                       {"name", stream.name()},
-                       {"secondsLost", secondsJson(0, file.damage().timeLost(stream.id()))},
-                       {"counters", countersJson(ownCounters(stream, file))}});
-  }
-  const Damage& damage = file.damage();
-  Json places = Json::array();
-  const Nano fileStart = file.hasTime() ? file.span().start : kNoTime;
-  for (const Place& place : damage.places()) places.push_back(placeJson(place, fileStart));
-  return {{"file", file.path()},
-          {"size", sizeOf(file)},
-          {"judgement", nameOf(file.judgement())},
-          {"lost", damage.lost()},
-          {"verdict", damage.sentence()},
-          {"counters", countersJson(damage.counters())},
-          {"streams", std::move(streams)},
-          {"placesInAll", damage.placesInAll()},
-          {"places", std::move(places)},
-          {"notes", damage.notes()}};
-}
 
 std::string streamsText(const File& file) {
   TextTable table;
@@ -137,7 +68,7 @@ VrelExit exitFor(const File& file) {
 VrelExit checkOne(const CheckOptions& options) {
   const OpenedFile opened(options.files.front());
   Output output;
-  output.write(options.json ? jsonText(reportJson(opened.file), 2) + '\n' : reportText(opened.file));
+  output.write(options.json ? jsonText(checkJson(opened.file), 2) + '\n' : reportText(opened.file));
   output.finish();
   return exitFor(opened.file);
 }
@@ -147,7 +78,7 @@ VrelExit checkMany(const CheckOptions& options) {
   const FilesDone done = doEach(options.files, [&](const std::string& path) {
     const OpenedFile opened(path);
     const File& file = opened.file;
-    output.write(options.json ? jsonText(reportJson(file)) + '\n'
+    output.write(options.json ? jsonText(checkJson(file)) + '\n'
                               : fmt::format("{}: {}\n", printable(path), printable(file.damage().sentence())));
     return exitFor(file);
   });

@@ -21,6 +21,12 @@ void addEventsCommand(CLI::App& app, Action& action);
 void addDiffCommand(CLI::App& app, Action& action);
 void addExportCommand(CLI::App& app, Action& action);
 void addCheckCommand(CLI::App& app, Action& action);
+void addReportCommand(CLI::App& app, Action& action);
+void addViewCommand(CLI::App& app, Action& action);
+void addTrackCommand(CLI::App& app, Action& action);
+void addCutCommand(CLI::App& app, Action& action);
+void addMergeCommand(CLI::App& app, Action& action);
+void addRescueCommand(CLI::App& app, Action& action);
 void addSynthCommand(CLI::App& app, Action& action);
 void addCompletionCommand(CLI::App& app, Action& action);
 

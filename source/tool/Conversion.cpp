@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fmt/format.h>
 #include <fstream>
-#include <iomanip>
 #include <iostream>
 #include <optional>
 #include <vector>
@@ -35,18 +35,21 @@ std::optional<std::uint32_t> findZintStream(const Sto::DataStore& store, const s
 }
 
 /// The format of a column goes by its place alone: a signal that the stream lacks moves the later ones forward.
-void writeLine(std::ostream& out, const std::vector<Sample>& samples) {
+void writeLine(std::ostream& out, const std::vector<Sample>& samples, fmt::memory_buffer& line) {
+  line.clear();
+  const auto end = std::back_inserter(line);
   for (std::size_t column = 0; column < samples.size(); ++column) {
     const Sample& sample = samples[column];
     if (column == 0) {
-      out << sample.asInteger();
+      fmt::format_to(end, "{}", sample.asInteger());
     } else if (column == kAltitudeColumn) {
-      out << ';' << std::setprecision(kAltitudeDigits) << sample.as<float>();
+      fmt::format_to(end, ";{:.{}f}", static_cast<double>(sample.as<float>()), kAltitudeDigits);
     } else {
-      out << ';' << std::setprecision(kAngleDigits) << sample.as<double>();
+      fmt::format_to(end, ";{:.{}f}", sample.as<double>(), kAngleDigits);
     }
   }
-  out << '\n' << std::flush;
+  line.push_back('\n');
+  out.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
 }
 
 int failOutput(const std::filesystem::path& path) {
@@ -95,15 +98,15 @@ int convert(const ConversionOptions& options) {
   }
   std::ofstream out(options.outputPath);
   if (!out) return failOutput(options.outputPath);
-  out << std::fixed;
 
   std::uint32_t lineCount = 0;
   store.seekAll(start);
   const Nano step = std::int64_t{options.secondsPerSample} * Lib::kNanosPerSecond;
   std::vector<Sample> samples;
+  fmt::memory_buffer line;
   for (Nano t = start; t < end; t += step) {
     store.readSamples(query, t, samples);
-    writeLine(out, samples);
+    writeLine(out, samples, line);
     if (!out) return failOutput(options.outputPath);
     ++lineCount;
     if (t > INT64_MAX - step) break;

@@ -12,6 +12,7 @@ Failure failureFrom(const Error& error) {
     case ErrorCode::Unreadable:
     case ErrorCode::UnknownKind:
     case ErrorCode::Empty:
+    case ErrorCode::Unwritable:
       return Failure(printable(error.what()));
     case ErrorCode::InvalidArgument:
       return Failure(printable(error.reason()), VrelExit::WrongUsage);

@@ -38,6 +38,8 @@ std::string_view titleOf(Activity activity) {
       return "Seeking";
     case Activity::Reading:
       return "Exporting";
+    case Activity::Writing:
+      return "Writing";
   }
   return "Working";
 }

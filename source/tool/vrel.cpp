@@ -61,6 +61,12 @@ VrelExit run(int argc, char** argv) {
   addExportCommand(app, action);
   addCheckCommand(app, action);
   addDiffCommand(app, action);
+  addReportCommand(app, action);
+  addViewCommand(app, action);
+  addTrackCommand(app, action);
+  addCutCommand(app, action);
+  addMergeCommand(app, action);
+  addRescueCommand(app, action);
   addSynthCommand(app, action);
   addCompletionCommand(app, action);
   if (argc > 1 && std::string_view(argv[1]) == "__complete") {

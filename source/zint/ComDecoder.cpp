@@ -25,25 +25,25 @@ void ComDecoder::setDefinitions(const nlohmann::json& document) {
       signal->addSlot(data_);
     }
   }
-  buildInboxes();
+  buildPlans();
   data_.reset();
   state_ = State::Probing;
   firstTime_ = Lib::kNoTime;
 }
 
-void ComDecoder::buildInboxes() {
+void ComDecoder::buildPlans() {
   plans_.clear();
-  inboxes_.clear();
-  inboxById_.clear();
+  planById_.clear();
   carriers_.assign(definitions_.carriedSignals.size(), {});
-  std::map<const std::vector<Signal*>*, const Plan*> planOf;  // messages that share a list share its plan
+  std::map<const std::vector<Signal*>*, Plan*> planOf;  // messages that share a list share its plan
   for (const Message& message : definitions_.messages) {
     if (message.id > UINT16_MAX) break;  // no packet can carry such an id
-    const Plan*& plan = planOf[message.signals.get()];
+    Plan*& plan = planOf[message.signals.get()];
     if (plan == nullptr) {
       auto built = std::make_unique<Plan>();
       built->number = static_cast<std::int32_t>(plans_.size());
-      noteCarriers(message, built->number);
+      built->name = message.name->empty() ? "Message " + std::to_string(message.id) : *message.name;
+      noteCarriers(message, *built);
       for (const Signal* signal : *message.signals) {
         built->payloadReach = std::max(built->payloadReach, signal->payloadReach());
         if (signal == timeSignal_) {
@@ -54,28 +54,34 @@ void ComDecoder::buildInboxes() {
       }
       plan = plans_.emplace_back(std::move(built)).get();
     }
-    inboxById_.resize(message.id + 1, kNoInbox);
-    inboxById_.back() = static_cast<std::uint32_t>(inboxes_.size());
-    inboxes_.push_back({.plan = plan});
+    planById_.resize(message.id + 1, nullptr);
+    planById_.back() = plan;
   }
   waiting_.clear();
-  waiting_.reserve(inboxes_.size());
+  waiting_.reserve(plans_.size());
 }
 
-void ComDecoder::noteCarriers(const Message& message, std::int32_t list) {
+void ComDecoder::noteCarriers(const Message& message, const Plan& plan) {
   for (const Signal* signal : *message.signals) {
     Carrier& carrier = carriers_[signal->listIndex];
-    const bool first = carrier.name.empty();
-    carrier.list = first ? list : kNoList;
-    if (first) carrier.name = message.name.empty() ? "Message " + std::to_string(message.id) : message.name;
+    const bool first = carrier.name == nullptr;
+    carrier.list = first ? plan.number : kNoList;
+    if (first) carrier.name = &plan.name;
   }
 }
 
-ComDecoder::Inbox* ComDecoder::inboxOf(ByteView packet) {
+void ComDecoder::keepSignals(const std::function<bool(const Signal&)>& isWanted) {
+  const auto unwanted = [&](const Signal* signal) { return !isWanted(*signal); };
+  for (const auto& plan : plans_) {
+    std::erase_if(plan->beforeTime, unwanted);
+    std::erase_if(plan->afterTime, unwanted);
+  }
+}
+
+ComDecoder::Plan* ComDecoder::planOf(ByteView packet) {
   if (packet.size() < kMinPacket) return nullptr;
   const std::uint16_t id = packet.u16(0);
-  if (id >= inboxById_.size() || inboxById_[id] == kNoInbox) return nullptr;
-  return &inboxes_[inboxById_[id]];
+  return id < planById_.size() ? planById_[id] : nullptr;
 }
 
 TimeMark ComDecoder::mark() const {
@@ -91,8 +97,8 @@ void ComDecoder::takeTime(ByteView payload) {
 }
 
 void ComDecoder::probe(ByteView packet) {
-  const Inbox* inbox = inboxOf(packet);
-  if (inbox == nullptr || !inbox->plan->hasTime) return;
+  const Plan* plan = planOf(packet);
+  if (plan == nullptr || !plan->hasTime) return;
   takeTime(packet.from(kIdSize));
   if (!time().usable()) return;
   state_ = State::Timed;
@@ -100,33 +106,32 @@ void ComDecoder::probe(ByteView packet) {
 }
 
 void ComDecoder::decode(ByteView packet) {
-  Inbox* inbox = inboxOf(packet);
+  Plan* plan = planOf(packet);
   lastList_ = kIgnored;
-  if (inbox == nullptr) return;
-  const Plan& plan = *inbox->plan;
-  lastList_ = plan.number;
-  const ByteView payload = packet.from(kIdSize, plan.payloadReach);
-  inbox->before = mark();
-  if (plan.hasTime) takeTime(payload);
-  inbox->after = mark();
-  if (inbox->payload.size() < payload.size()) inbox->payload.resize(payload.size());
-  std::copy(payload.data(), payload.data() + payload.size(), inbox->payload.data());
-  inbox->payloadSize = payload.size();
-  inbox->arrival = ++arrivals_;
-  if (!inbox->waiting) {
-    inbox->waiting = true;
-    waiting_.push_back(inbox);
+  if (plan == nullptr) return;
+  lastList_ = plan->number;
+  const ByteView payload = packet.from(kIdSize, plan->payloadReach);
+  plan->before = mark();
+  if (plan->hasTime) takeTime(payload);
+  plan->after = mark();
+  if (plan->payload.size() < payload.size()) plan->payload.resize(payload.size());
+  std::copy(payload.data(), payload.data() + payload.size(), plan->payload.data());
+  plan->payloadSize = payload.size();
+  plan->arrival = ++arrivals_;
+  if (!plan->waiting) {
+    plan->waiting = true;
+    waiting_.push_back(plan);
   }
 }
 
 void ComDecoder::extractWaiting() {
-  // A signal can belong to several messages: the packet that came last must be extracted last.
-  std::sort(waiting_.begin(), waiting_.end(), [](const Inbox* a, const Inbox* b) { return a->arrival < b->arrival; });
-  for (Inbox* inbox : waiting_) {
-    const ByteView payload(inbox->payload.data(), inbox->payloadSize);
-    for (const Signal* signal : inbox->plan->beforeTime) signal->capture(data_, inbox->before, payload);
-    for (const Signal* signal : inbox->plan->afterTime) signal->capture(data_, inbox->after, payload);
-    inbox->waiting = false;
+  // A signal can stand in several lists: the packet that came last must be extracted last.
+  std::sort(waiting_.begin(), waiting_.end(), [](const Plan* a, const Plan* b) { return a->arrival < b->arrival; });
+  for (Plan* plan : waiting_) {
+    const ByteView payload(plan->payload.data(), plan->payloadSize);
+    for (const Signal* signal : plan->beforeTime) signal->capture(data_, plan->before, payload);
+    for (const Signal* signal : plan->afterTime) signal->capture(data_, plan->after, payload);
+    plan->waiting = false;
   }
   waiting_.clear();
 }
@@ -138,7 +143,7 @@ ComData& ComDecoder::data() {
 
 void ComDecoder::reset() {
   if (state_ == State::Probing) state_ = State::Untimed;
-  for (Inbox* inbox : waiting_) inbox->waiting = false;
+  for (Plan* plan : waiting_) plan->waiting = false;
   waiting_.clear();
   data_.reset();
   if (state_ == State::Timed) data_.time() = {.stamp = firstTime_, .flags = 0, .stamp2 = 0, .value = firstTime_};

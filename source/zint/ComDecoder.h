@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
@@ -30,6 +31,8 @@ class ComDecoder {
 
   /// Takes in a definition document; one that defines nothing leaves the decoder with no signals.
   void setDefinitions(const nlohmann::json& document);
+  /// From now on nobody asks for values of signals that `isWanted` is not true of.
+  void keepSignals(const std::function<bool(const Signal&)>& isWanted);
   /// Feeds a packet while only the time is wanted.
   void probe(ByteView packet);
   /// Feeds a packet. One of fewer than 3 bytes or of an unknown id is ignored.
@@ -41,7 +44,7 @@ class ComDecoder {
   struct Carrier {
     /// Number of the one list of signals that has it; `kNoList` where several have it.
     std::int32_t list = kNoList;
-    std::string name;  ///< Of the first message that carries it.
+    const std::string* name = nullptr;  ///< Of the first message that carries it, or "Message 7" if that has none.
   };
   static constexpr std::int32_t kNoList = -1;
   static constexpr std::int32_t kIgnored = -2;  ///< A packet that was ignored.
@@ -67,11 +70,9 @@ class ComDecoder {
     bool hasTime = false;
     std::size_t payloadReach = 0;  ///< Payload bytes that the signals read.
     std::int32_t number = 0;       ///< In the order of the first messages.
-  };
+    std::string name;              ///< Of the first message.
 
-  /// The newest packet of a message.
-  struct Inbox {
-    const Plan* plan = nullptr;
+    // The newest packet.
     std::vector<std::uint8_t> payload;  ///< Grows to the largest payload that came.
     std::size_t payloadSize = 0;
     TimeMark before;
@@ -81,11 +82,10 @@ class ComDecoder {
   };
 
   static constexpr std::size_t kIdSize = 2;
-  static constexpr std::uint32_t kNoInbox = UINT32_MAX;
 
-  void buildInboxes();
-  void noteCarriers(const Message& message, std::int32_t list);
-  Inbox* inboxOf(ByteView packet);
+  void buildPlans();
+  void noteCarriers(const Message& message, const Plan& plan);
+  Plan* planOf(ByteView packet);
   TimeMark mark() const;
   void takeTime(ByteView payload);
   void extractWaiting();
@@ -96,9 +96,8 @@ class ComDecoder {
   const Signal* timeSignal_ = nullptr;
   ComData data_;
   std::vector<std::unique_ptr<Plan>> plans_;
-  std::vector<Inbox> inboxes_;
-  std::vector<std::uint32_t> inboxById_;  ///< Index in `inboxes_` by message id.
-  std::vector<Inbox*> waiting_;           ///< Those that hold a packet not extracted yet.
+  std::vector<Plan*> planById_;  ///< By message id; null where no message has it.
+  std::vector<Plan*> waiting_;   ///< Those that hold a packet not extracted yet.
   std::uint64_t arrivals_ = 0;
   std::vector<Carrier> carriers_;
   std::int32_t lastList_ = kIgnored;

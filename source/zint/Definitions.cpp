@@ -6,6 +6,7 @@
 #include <optional>
 #include <set>
 #include <string_view>
+#include <unordered_map>
 
 namespace Kvex::Zint {
 
@@ -114,9 +115,21 @@ std::optional<std::string> asUpperText(const json* value) {
   return text;
 }
 
-void readText(const json* value, std::string& out) {
-  if (value != nullptr && value->is_string()) out = value->get<std::string>();
-}
+/// The texts of a document, one copy of each value for all entries that have it or inherit it.
+class Texts {
+ public:
+  /// Empty for a value that is no text.
+  SharedText of(const json* value) {
+    if (value == nullptr || !value->is_string()) return kEmpty;
+    SharedText& text = texts_[value];
+    if (text == nullptr) text = std::make_shared<const std::string>(value->get_ref<const std::string&>());
+    return text;
+  }
+
+ private:
+  const SharedText kEmpty = std::make_shared<const std::string>();
+  std::unordered_map<const json*, SharedText> texts_;
+};
 
 /// The narrowest of the given types, in rising width from 8 bits, that holds `bits`.
 ValueType narrowest(std::uint32_t bits, const std::array<ValueType, 4>& types) {
@@ -180,10 +193,12 @@ void buildSignals(const Entries& entries, Definitions& definitions) {
   const auto sizes = entries.values("BS");
   const auto bases = entries.values("BT");
   const auto mappedTypes = entries.values("MT");
+  Texts texts;
   for (std::size_t i = 0; i < entries.size(); ++i) {
     const auto form = resolveForm(entries.id(i), offsets[i], sizes[i], bases[i], mappedTypes[i]);
     if (!form) continue;
-    auto signal = makeSignal(*form, {names[i], units[i], comments[i], scales[i], mapOffsets[i], lows[i], highs[i]});
+    auto signal = makeSignal(*form, {texts.of(names[i]), texts.of(units[i]), texts.of(comments[i]), scales[i],
+                                     mapOffsets[i], lows[i], highs[i]});
     if (signal != nullptr) definitions.signals.emplace(entries.id(i), std::move(signal));
   }
 }
@@ -205,10 +220,10 @@ std::shared_ptr<const std::vector<Signal*>> linkSignals(const json* ids, const D
 
 void buildMessages(const Entries& entries, Definitions& definitions) {
   const auto names = entries.values("DN");
-  const auto comments = entries.values("DC");
   const auto signalIds = entries.values("BS");
   std::map<const json*, std::shared_ptr<const std::vector<Signal*>>> lists;
   std::set<std::uint64_t> carried;
+  Texts texts;
   for (std::size_t i = 0; i < entries.size(); ++i) {
     auto& list = lists[signalIds[i]];
     if (list == nullptr) {
@@ -216,10 +231,7 @@ void buildMessages(const Entries& entries, Definitions& definitions) {
       for (const Signal* signal : *list) carried.insert(signal->id());
     }
     if (list->empty()) continue;
-    Message message{.id = entries.id(i), .name = {}, .comment = {}, .signals = list};
-    readText(names[i], message.name);
-    readText(comments[i], message.comment);
-    definitions.messages.push_back(std::move(message));
+    definitions.messages.push_back({.id = entries.id(i), .name = texts.of(names[i]), .signals = list});
   }
   for (const std::uint64_t id : carried) {
     Signal* signal = definitions.signals.at(id).get();

@@ -14,8 +14,7 @@ namespace Kvex::Zint {
 /// A message of a self-describing stream: what a data packet with its id carries.
 struct Message {
   std::uint64_t id = 0;
-  std::string name;
-  std::string comment;
+  SharedText name;  ///< Empty where it has none.
   /// The signals carried, in rising id order; the order in which they are decoded. Messages that inherit one list from
   /// a common parent share it.
   std::shared_ptr<const std::vector<Signal*>> signals;

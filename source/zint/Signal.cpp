@@ -96,8 +96,9 @@ T extract(ByteView payload, std::size_t firstByte, unsigned shiftLeft, unsigned 
   return extractWhole<T>(padded.data(), shiftLeft, shiftRight);
 }
 
-void readText(const nlohmann::json* value, std::string& out) {
-  if (value != nullptr && value->is_string()) out = value->get<std::string>();
+SharedText orEmpty(const SharedText& text) {
+  static const SharedText kEmpty = std::make_shared<const std::string>();
+  return text != nullptr ? text : kEmpty;
 }
 
 /// Floating values take any number, signed integers whole numbers, unsigned ones only numbers without a sign.
@@ -229,9 +230,9 @@ Signal::Signal(const SignalForm& form) : form_(form), firstByte_(form.bitOffset 
 }
 
 void Signal::load(const SignalTexts& texts) {
-  readText(texts.name, name_);
-  readText(texts.unit, unit_);
-  readText(texts.comment, comment_);
+  name_ = orEmpty(texts.name);
+  unit_ = orEmpty(texts.unit);
+  comment_ = orEmpty(texts.comment);
 }
 
 void Signal::describe(std::ostream& out) const {
@@ -242,12 +243,12 @@ void Signal::describe(std::ostream& out) const {
   } else {
     out << std::setw(3) << listIndex << ". ";
   }
-  out << std::setw(3) << slot << " " << std::left << std::setw(24) << name_ << std::right << " (" << std::setw(2)
+  out << std::setw(3) << slot << " " << std::left << std::setw(24) << *name_ << std::right << " (" << std::setw(2)
       << form_.bitSize << " " << std::setw(3) << form_.bitOffset << ") [" << std::setw(2) << endByte - firstByte_ << " "
       << std::setw(2) << firstByte_ << "] (" << std::setw(2) << shiftLeft_ << " " << std::setw(2) << shiftRight_ << ") "
       << std::left << std::setw(8) << Lib::kValueTypeNames.name(static_cast<std::uint8_t>(form_.rawType)) << " "
       << std::setw(8) << Lib::kValueTypeNames.name(static_cast<std::uint8_t>(form_.mappedType)) << " " << std::setw(8)
-      << unit_ << std::right;
+      << *unit_ << std::right;
 }
 
 std::unique_ptr<Signal> makeSignal(const SignalForm& form, const SignalTexts& texts) {

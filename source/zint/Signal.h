@@ -25,11 +25,14 @@ struct SignalForm {
   std::uint32_t bitOffset = 0;  ///< Of the lowest bit, from the start of the payload.
 };
 
+/// A text of a definition. All entries that inherit one text share it.
+using SharedText = std::shared_ptr<const std::string>;
+
 /// The descriptive values of a signal's definition; null where the definition has none.
 struct SignalTexts {
-  const nlohmann::json* name = nullptr;
-  const nlohmann::json* unit = nullptr;
-  const nlohmann::json* comment = nullptr;
+  SharedText name;
+  SharedText unit;
+  SharedText comment;
   const nlohmann::json* scale = nullptr;
   const nlohmann::json* offset = nullptr;
   const nlohmann::json* low = nullptr;
@@ -65,9 +68,9 @@ class Signal {
 
   std::uint64_t id() const { return form_.id; }
   const SignalForm& form() const { return form_; }
-  const std::string& name() const { return name_; }
-  const std::string& unit() const { return unit_; }
-  const std::string& comment() const { return comment_; }
+  const std::string& name() const { return *name_; }
+  const std::string& unit() const { return *unit_; }
+  const std::string& comment() const { return *comment_; }
   /// Payload bytes that this signal reads, counted from the first byte of the payload.
   std::size_t payloadReach() const { return firstByte_ + spanBytes_; }
 
@@ -84,9 +87,9 @@ class Signal {
   std::uint32_t shiftRight_ = 0;
 
  private:
-  std::string name_;
-  std::string unit_;
-  std::string comment_;
+  SharedText name_;
+  SharedText unit_;
+  SharedText comment_;
 };
 
 /// Makes the signal of a form with its descriptive values. None for a pair of types that cannot be mapped: 44 pairs

@@ -1,6 +1,7 @@
 #include "zint/StreamZint.h"
 
 #include <utility>
+#include <vector>
 
 namespace Kvex::Sto {
 
@@ -17,11 +18,17 @@ bool StreamZint::readHeader() {
   if (definition == nullptr) return false;
   decoder_.setDefinitions(std::exchange(definition->document, nullptr));  // not needed any more, and may be large
   const auto& carried = decoder_.definitions().carriedSignals;
-  for (const Zint::Signal* signal : carried) insertRow(*signal, decoder_.carriers()[signal->listIndex]);
+  std::vector<bool> shown;  // by place among the carried signals
+  shown.reserve(carried.size());
+  for (const Zint::Signal* signal : carried) {
+    shown.push_back(insertRow(*signal, decoder_.carriers()[signal->listIndex]));
+  }
+  decoder_.keepSignals([&](const Zint::Signal& signal) { return shown[signal.listIndex]; });
   return true;
 }
 
-void StreamZint::insertRow(const Zint::Signal& signal, const Zint::ComDecoder::Carrier& carrier) {
+bool StreamZint::insertRow(const Zint::Signal& signal, const Zint::ComDecoder::Carrier& carrier) {
+  if (!table_.takesScalar(signal.form().mappedType, signal.name())) return false;
   SignalRow row;
   row.name = signal.name();
   row.valueType = signal.form().mappedType;
@@ -32,7 +39,7 @@ void StreamZint::insertRow(const Zint::Signal& signal, const Zint::ComDecoder::C
   row.rangeLow = signal.rangeLow();
   row.rangeHigh = signal.rangeHigh();
   row.groupMask = kDefinedGroup;
-  row.table = carrier.name;
+  if (carrier.name != nullptr) row.table = *carrier.name;
   row.message = carrier.list;
   row.blockIndex = signal.slot;
   Lib::withType(row.valueType, [&](auto tag) {
@@ -40,7 +47,7 @@ void StreamZint::insertRow(const Zint::Signal& signal, const Zint::ComDecoder::C
     row.accessor = accessorOf<Zint::ComData>(
         [](const Zint::ComData& data, std::uint32_t slot) -> const Lib::NavField<T>& { return data.at<T>(slot); });
   });
-  table_.insert(std::move(row));  // refused beyond the table's limit and for a repeated name
+  return table_.insert(std::move(row));
 }
 
 bool StreamZint::take(ByteView packet, Pass) {

@@ -11,6 +11,7 @@ class StreamZint final : public RecordStream<Zint::ComData> {
  public:
   explicit StreamZint(const StreamIdentity& identity);
 
+  void addKinds(ByteView packet, std::vector<std::uint64_t>& kinds) const override { kinds.push_back(packet.u16(0)); }
   bool take(ByteView packet, Pass pass) override;
   std::int32_t stepMessage() const override { return decoder_.lastList(); }
   void reset() override { decoder_.reset(); }
@@ -21,7 +22,8 @@ class StreamZint final : public RecordStream<Zint::ComData> {
   Zint::ComData& live() override { return decoder_.data(); }
 
  private:
-  void insertRow(const Zint::Signal& signal, const Zint::ComDecoder::Carrier& carrier);
+  /// False where the table has no room for it.
+  bool insertRow(const Zint::Signal& signal, const Zint::ComDecoder::Carrier& carrier);
 
   Zint::ComDecoder decoder_;
   SignalTable table_;

@@ -111,6 +111,7 @@ TEST(CanDatabaseTest, ReadsNumbersInAllForms) {
       {"18446744073709551616", false, 0, 0, 18446744073709551616.0},
       {"-9223372036854775808", false, std::uint64_t{1} << 63, INT64_MIN, -0x1p63},
       {" - 3 ", false, UINT64_MAX - 2, -3, -3},
+      {"\t1\n2\v3\f4\r", false, 1234, 1234, 1234},
       {"+7", false, 7, 7, 7},
       {".5", true, 0, 0, 0.5},
       {"2.", true, 2, 2, 2},
@@ -128,7 +129,20 @@ TEST(CanDatabaseTest, ReadsNumbersInAllForms) {
     EXPECT_EQ(number->asSigned, expected.asSigned);
     EXPECT_EQ(number->asDouble, expected.asDouble);
   }
-  for (const char* text : {"", " ", "x1", "-", ".", "nan", "--1"}) EXPECT_FALSE(CanNumber::parse(text)) << text;
+  for (std::size_t digits = 1; digits <= 8; ++digits) {  // a blank at any place, and what is next to blanks
+    const std::string ones(digits, '1');
+    const auto whole = CanNumber::parse(ones)->asUnsigned;
+    for (const char blank : {' ', '\t', '\n', '\v', '\f', '\r'}) {
+      EXPECT_EQ(CanNumber::parse(ones + blank + '2')->asUnsigned, 10 * whole + 2) << digits << ' ' << +blank;
+    }
+    for (const char other : {'\b', '\x0E', '!'}) {
+      EXPECT_EQ(CanNumber::parse(ones + other + '2')->asUnsigned, whole) << digits << ' ' << +other;
+    }
+  }
+  for (const char* text : {"", " ", "x1", "-", ".", "nan", "--1", "\b1",
+                           "\x0E"
+                           "1"})
+    EXPECT_FALSE(CanNumber::parse(text)) << text;
 }
 
 TEST(CanDatabaseTest, KeepsMessagesAndDropsTheirSignalsWithThem) {

@@ -25,17 +25,17 @@ constexpr Nano kStart = 1'384'035'200'000'000'000;
 std::string makeRecording() {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  std::vector<Synth::LogicalWriter*> streams;
+  std::vector<Com::LogicalWriter*> streams;
   for (const std::uint32_t serial : {1U, 2U}) {
     streams.push_back(&writer.addStream({.serial = serial,
-                                         .primary = Synth::primaryText("[Kvex-Zint]", 1),
+                                         .primary = Com::primaryText("[Kvex-Zint]", 1),
                                          .headers = {Testing::countDefinition().headerPacket()},
                                          .packetsPerPage = 1}));
   }
-  for (Synth::LogicalWriter* stream : streams) stream->writeHeader();
+  for (Com::LogicalWriter* stream : streams) stream->writeHeader();
   for (std::uint32_t second = 0; second <= 20; ++second) {
     const auto packet = Testing::countPacket(kStart + second * kNanosPerSecond, second);
-    for (Synth::LogicalWriter* stream : streams) {
+    for (Com::LogicalWriter* stream : streams) {
       if (stream == streams.front() || second <= 10) stream->add(packet);
     }
   }
@@ -107,10 +107,10 @@ TEST(DamageTest, MissesAStreamWhoseFirstPageIsLost) {
 TEST(DamageTest, LeavesStreamsOfAnotherKindAlone) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  Synth::LogicalWriter& own = writer.addStream({.serial = 1,
-                                                .primary = Synth::primaryText("[Kvex-Zint]", 1),
-                                                .headers = {Testing::countDefinition().headerPacket()}});
-  Synth::LogicalWriter& other = writer.addStream({.serial = 9, .primary = "OpusHead", .headers = {"tags"}});
+  Com::LogicalWriter& own = writer.addStream({.serial = 1,
+                                              .primary = Com::primaryText("[Kvex-Zint]", 1),
+                                              .headers = {Testing::countDefinition().headerPacket()}});
+  Com::LogicalWriter& other = writer.addStream({.serial = 9, .primary = "OpusHead", .headers = {"tags"}});
   own.writeHeader();
   other.writeHeader();
   own.add(Testing::countPacket(kStart, 1));

@@ -37,18 +37,18 @@ std::string make(const Made& made) {
   definition.messages = {{.id = 1, .signals = {1, 2, 3}}};
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  std::vector<Synth::LogicalWriter*> streams;
+  std::vector<Com::LogicalWriter*> streams;
   for (std::uint32_t serial = 1; serial <= (made.second ? 2U : 1U); ++serial) {
     streams.push_back(&writer.addStream(
-        {.serial = serial, .primary = Synth::primaryText("[Kvex-Zint]", 1), .headers = {definition.headerPacket()}}));
+        {.serial = serial, .primary = Com::primaryText("[Kvex-Zint]", 1), .headers = {definition.headerPacket()}}));
   }
-  for (Synth::LogicalWriter* stream : streams) stream->writeHeader();
+  for (Com::LogicalWriter* stream : streams) stream->writeHeader();
   for (std::uint32_t i = 0; i <= made.seconds; ++i) {
     Synth::ZintPacket packet(1, 16);
     packet.setBits(0, 64, static_cast<std::uint64_t>(kStart + i * kNanosPerSecond));
     packet.setBits(64, 32, i);
     packet.setBits(96, 32, made.gain + (made.gainChanges && i == 3 ? 1 : 0));
-    for (Synth::LogicalWriter* stream : streams) stream->add({packet.bytes().begin(), packet.bytes().end()});
+    for (Com::LogicalWriter* stream : streams) stream->add({packet.bytes().begin(), packet.bytes().end()});
   }
   writer.end();
   return out.str();

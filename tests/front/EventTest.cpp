@@ -82,10 +82,10 @@ TEST(EventTest, GapsAndDamageStandWhereTheDataEnds) {
   constexpr Nano kStart = 1'384'035'200'000'000'000;
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  Synth::LogicalWriter& stream = writer.addStream({.serial = 1,
-                                                   .primary = Synth::primaryText("[Kvex-Zint]", 1),
-                                                   .headers = {Testing::countDefinition().headerPacket()},
-                                                   .packetsPerPage = 1});
+  Com::LogicalWriter& stream = writer.addStream({.serial = 1,
+                                                 .primary = Com::primaryText("[Kvex-Zint]", 1),
+                                                 .headers = {Testing::countDefinition().headerPacket()},
+                                                 .packetsPerPage = 1});
   stream.writeHeader();
   for (std::uint32_t i = 0; i < 40; ++i) {
     const Nano pause = i < 20 ? 0 : 6 * kNanosPerSecond;

@@ -55,6 +55,51 @@ TEST(FileTest, FailsToOpenWithACodeAndTheFile) {
   }
 }
 
+TEST(FileTest, FirstAndLastValuesAreOfEachType) {
+  constexpr Nano kTime = 1'417'651'425'000'000'000;
+  const struct {
+    ValueType type;
+    const char* base;
+    std::uint32_t bits;
+    const char* mapped;
+  } kinds[] = {
+      {ValueType::Bool, "B", 1, "B"},     {ValueType::Float, "U", 8, "R32"},  {ValueType::Double, "U", 8, "R64"},
+      {ValueType::UInt8, "U", 8, "U8"},   {ValueType::UInt16, "U", 8, "U16"}, {ValueType::UInt32, "U", 8, "U32"},
+      {ValueType::UInt64, "U", 8, "U64"}, {ValueType::Int8, "S", 8, "S8"},    {ValueType::Int16, "S", 8, "S16"},
+      {ValueType::Int32, "S", 8, "S32"},  {ValueType::Int64, "S", 64, "S64"}};
+  Synth::ZintDefinition definition = Testing::countDefinition();
+  for (std::uint64_t id = 10; const auto& kind : kinds) {
+    definition.signals.push_back({.id = id,
+                                  .name = kind.mapped,
+                                  .bitOffset = 96,
+                                  .bitSize = kind.bits,
+                                  .base = kind.base,
+                                  .mapped = kind.mapped});
+    definition.messages.front().signals.push_back(id++);
+  }
+  std::ostringstream out;
+  Synth::RecordingWriter writer(out);
+  auto& stream = writer.addStream(
+      {.serial = 1, .primary = Com::primaryText("[Kvex-Zint]", 1), .headers = {definition.headerPacket()}});
+  stream.writeHeader();
+  for (const std::uint8_t value : {3, 1}) {
+    std::vector<std::uint8_t> packet = Testing::countPacket(kTime + value, 0, 8);
+    packet[2 + 12] = value;
+    stream.add(packet);
+  }
+  writer.end();
+  const TempFile path("types.vrel", out.str());
+  const File file(path.path());
+  for (const auto& kind : kinds) {
+    const Signal signal = file.signal(kind.mapped);
+    const bool isBool = kind.type == ValueType::Bool;
+    ASSERT_TRUE(signal.first() && signal.last()) << kind.mapped;
+    EXPECT_EQ(signal.first()->type(), kind.type) << kind.mapped;
+    EXPECT_EQ(signal.last()->type(), kind.type) << kind.mapped;
+    EXPECT_EQ(signal.last()->text(), isBool ? "true" : "1") << kind.mapped;
+  }
+}
+
 TEST(FileTest, StopsAndReportsItsOpening) {
   const std::string path = dataPath("range_recording_11.vrel");
   std::stop_source stop;
@@ -86,10 +131,10 @@ TEST(TimeTest, ALeapSecondReadsAsTheSecondAfterIt) {
 TEST(FileTest, JudgesAFile) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  Synth::LogicalWriter& stream = writer.addStream({.serial = 1,
-                                                   .primary = Synth::primaryText("[Kvex-Zint]", 1),
-                                                   .headers = {Testing::countDefinition().headerPacket()},
-                                                   .packetsPerPage = 1});
+  Com::LogicalWriter& stream = writer.addStream({.serial = 1,
+                                                 .primary = Com::primaryText("[Kvex-Zint]", 1),
+                                                 .headers = {Testing::countDefinition().headerPacket()},
+                                                 .packetsPerPage = 1});
   stream.writeHeader();
   for (std::uint32_t i = 1; i <= 20; ++i) stream.add(Testing::countPacket(i, i));
   const std::string unclosed = out.str();

@@ -87,10 +87,10 @@ TEST(SpanTest, WithoutDataNamesThatOfTheFile) {
 TEST(SpanTest, FileWithoutTimeHasNone) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  Synth::LogicalWriter& stream = writer.addStream({.serial = 1,
-                                                   .primary = Synth::primaryText("[Kvex-Zint]", 1),
-                                                   .headers = {Testing::countDefinition().headerPacket()},
-                                                   .packetsPerPage = 1});
+  Com::LogicalWriter& stream = writer.addStream({.serial = 1,
+                                                 .primary = Com::primaryText("[Kvex-Zint]", 1),
+                                                 .headers = {Testing::countDefinition().headerPacket()},
+                                                 .packetsPerPage = 1});
   stream.writeHeader();
   writer.end();
   const Testing::TempFile recording("span-no-time.vrel", out.str());

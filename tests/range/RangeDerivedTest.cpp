@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "range/RangeDerived.h"
+#include "range/RangeIso.h"
 
 namespace Kvex::Rng {
 namespace {
@@ -193,6 +194,22 @@ TEST(RangeDerivedTest, AnglesBetweenFrames) {
   expectField(s.body.Hunter_Range2HunterRoll, std::nullopt, "Hunter_Range2HunterRoll");
   expectField(s.t.Range2TargetHeading, std::nullopt, "Range2TargetHeading");
   expectField(s.t.Hunter2TargetRelHeading, std::nullopt, "Hunter2TargetRelHeading");
+}
+
+TEST(RangeDerivedTest, LanesAreCopiedIntoIsoAxesFromTheirOwnSignals) {
+  Scene s;
+  double next = 1;
+  const auto number = [&](NavField<double>& field) { Scene::put(field, next++, kLow); };
+#define KVEX_LANE_ISO(Name, Own, Group, How) number(s.body.Own);
+#include "range/RangeIsoSignals.def"
+  copyLaneToIso(s.state);
+  const auto expectCopied = [](const NavField<double>& iso, const NavField<double>& own, const char* name) {
+    EXPECT_EQ(std::abs(iso.value), own.value) << name;
+    EXPECT_EQ(iso.flags, iso.value < 0 ? kHigh : kLow) << name;
+    EXPECT_TRUE(iso.written) << name;
+  };
+#define KVEX_LANE_ISO(Name, Own, Group, How) expectCopied(s.body.Name, s.body.Own, #Name);
+#include "range/RangeIsoSignals.def"
 }
 
 TEST(RangeDerivedTest, EachCopyIntoIsoAxesIsAWrite) {

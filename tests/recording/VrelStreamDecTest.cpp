@@ -4,15 +4,15 @@
 #include <string>
 #include <vector>
 
+#include "recording/OggPage.h"
 #include "recording/VrelStreamDec.h"
 #include "support/Pages.h"
-#include "synth/OggPage.h"
 
 namespace Kvex::Com {
 namespace {
 
-using Synth::PageFlag;
-using Synth::PageForm;
+using Com::PageFlag;
+using Com::PageForm;
 using testing::ElementsAre;
 using Texts = std::vector<std::string>;
 
@@ -38,8 +38,8 @@ struct Reading {
   }
 
   bool add(const PageForm& form) {
-    std::string bytes = Synth::makePage(form);
-    const bool accepted = stream.addPage(Synth::pageView(Synth::bytesOf(bytes)));
+    std::string bytes = Com::makePage(form);
+    const bool accepted = stream.addPage(Com::pageView(Com::bytesOf(bytes)));
     if (stream.headerSettled()) {
       for (std::string packet; !(packet = Testing::takeData(stream)).empty();) data.push_back(packet);
     }
@@ -258,8 +258,8 @@ std::size_t addEndlessPacket(VrelStreamDec& stream, std::uint32_t& number) {
   const std::string part(255 * 255, 'x');
   std::size_t most = 0;
   for (std::size_t total = 0; total < 2 * kSmall.heldBytes; total += part.size()) {
-    std::string bytes = Synth::makePage(open(page(number++, {part}, total == 0 ? 0 : PageFlag::kContinued)));
-    stream.addPage(Synth::pageView(Synth::bytesOf(bytes)));
+    std::string bytes = Com::makePage(open(page(number++, {part}, total == 0 ? 0 : PageFlag::kContinued)));
+    stream.addPage(Com::pageView(Com::bytesOf(bytes)));
     most = std::max(most, stream.heldBytes());
   }
   return most;

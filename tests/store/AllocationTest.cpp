@@ -1,61 +1,28 @@
-// Whether reading a file allocates for each packet. Counts what goes through operator new; libogg's buffers, which do
-// not, grow to the largest page and stay.
+// Whether reading a file allocates for each packet.
 
-#include <atomic>
-#include <cstdlib>
 #include <gtest/gtest.h>
-#include <new>
 #include <sstream>
 
+#include "support/Allocations.h"
 #include "support/StoreReading.h"
 #include "synth/RecordingWriter.h"
 #include "synth/VehicleDrive.h"
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-
-namespace {
-
-std::atomic<std::uint64_t> allocations = 0;
-
-void* allocate(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  return allocate(size);
-}
-void* operator new[](std::size_t size) {
-  return allocate(size);
-}
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
+#ifdef KVEX_COUNTS_ALLOCATIONS
 
 namespace Kvex::Sto {
 namespace {
 
+using Testing::allocations;
 using Testing::StoreReading;
 using Testing::TempFile;
 
 std::string drive(int packets) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  Synth::LogicalWriter& stream = writer.addStream({.serial = 1,
-                                                   .primary = Synth::primaryText("[Kvex-Zint]", 1),
-                                                   .headers = {Synth::VehicleDrive::definition().headerPacket()}});
+  Com::LogicalWriter& stream = writer.addStream({.serial = 1,
+                                                 .primary = Com::primaryText("[Kvex-Zint]", 1),
+                                                 .headers = {Synth::VehicleDrive::definition().headerPacket()}});
   stream.writeHeader();
   Synth::VehicleDrive vehicle(0);
   for (int i = 0; i < packets; ++i) stream.add(vehicle.next());
@@ -70,18 +37,18 @@ struct Counts {
 
 Counts count(const std::string& bytes) {
   const TempFile file("allocations.vrel", bytes);
-  Counts counts{allocations, 0};
+  Counts counts{allocations(), 0};
   StoreReading reading(file.path());
-  counts.scan = allocations - counts.scan;
+  counts.scan = allocations() - counts.scan;
   reading.subscribeAll();
   std::vector<Lib::Sample> samples;
   Lib::Nano end = 0;
   reading.store.endTime(end);
   reading.store.seekAll(0);
-  counts.walk = allocations;
+  counts.walk = allocations();
   constexpr int kSteps = 100;
   for (int i = 0; i < kSteps; ++i) reading.store.readSamples(reading.query, end / kSteps * i, samples);
-  counts.walk = allocations - counts.walk;
+  counts.walk = allocations() - counts.walk;
   return counts;
 }
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 #include <sstream>
 
+#include "recording/OggPage.h"
 #include "support/StoreReading.h"
-#include "synth/OggPage.h"
 #include "synth/RecordingWriter.h"
 
 namespace Kvex::Sto {
@@ -28,10 +28,10 @@ std::string recording(const std::vector<Source>& sources) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
   for (const Source& source : sources) {
-    Synth::StreamForm form{.serial = source.serial, .headers = {countDefinition().headerPacket()}};
+    Com::StreamForm form{.serial = source.serial, .headers = {countDefinition().headerPacket()}};
     if (!source.grouping.empty()) form.headers.push_back("{Kvex-Grouping}Grouping=" + source.grouping);
-    form.primary = Synth::primaryText("[Kvex-Zint]", form.headers.size());
-    Synth::LogicalWriter& stream = writer.addStream(form);
+    form.primary = Com::primaryText("[Kvex-Zint]", form.headers.size());
+    Com::LogicalWriter& stream = writer.addStream(form);
     stream.writeHeader();
     for (const Lib::Nano time : source.times) stream.add(countPacket(time, 1));
   }
@@ -115,8 +115,8 @@ TEST(DataStoreTest, FilesThatAreNone) {
   const TempFile empty("empty.vrel");
   const TempFile junk("junk.vrel", std::string(300'000, 'O'));
   const TempFile noCodec("no-codec.vrel",
-                         Synth::makePage({.flags = Synth::PageFlag::kBos, .serial = 1, .packets = {"[Kvex-Zin]"}}));
-  const TempFile noFirst("no-first.vrel", Synth::makePage({.serial = 1, .packets = {"[Kvex-Zint]"}}));
+                         Com::makePage({.flags = Com::PageFlag::kBos, .serial = 1, .packets = {"[Kvex-Zin]"}}));
+  const TempFile noFirst("no-first.vrel", Com::makePage({.serial = 1, .packets = {"[Kvex-Zint]"}}));
   StoreReading reading;
   for (const std::string& path : {std::string(), std::string("."), std::string("directory.vrel"), unknown.path(),
                                   none.path(), empty.path(), junk.path(), noCodec.path(), noFirst.path()}) {

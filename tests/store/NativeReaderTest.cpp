@@ -23,9 +23,9 @@ std::vector<SignalListing> signalsOf(const DataStore& store, std::uint32_t id) {
 std::string countRecording(std::uint32_t packets) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  Synth::LogicalWriter& stream = writer.addStream({.serial = 1,
-                                                   .primary = Synth::primaryText("[Kvex-Zint]", 1),
-                                                   .headers = {Testing::countDefinition().headerPacket()}});
+  Com::LogicalWriter& stream = writer.addStream({.serial = 1,
+                                                 .primary = Com::primaryText("[Kvex-Zint]", 1),
+                                                 .headers = {Testing::countDefinition().headerPacket()}});
   stream.writeHeader();
   for (std::uint32_t i = 0; i < packets; ++i) stream.add(Testing::countPacket(1000 + i, i));
   writer.end();
@@ -61,8 +61,8 @@ TEST(NativeStepsTest, SignalOfSeveralMessagesIsReadFromEach) {
   definition.messages = {{.id = 1, .signals = {1, 2}}, {.id = 2, .signals = {1, 2, 3}}};
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  Synth::LogicalWriter& stream = writer.addStream(
-      {.serial = 1, .primary = Synth::primaryText("[Kvex-Zint]", 1), .headers = {definition.headerPacket()}});
+  Com::LogicalWriter& stream = writer.addStream(
+      {.serial = 1, .primary = Com::primaryText("[Kvex-Zint]", 1), .headers = {definition.headerPacket()}});
   stream.writeHeader();
   for (const std::uint16_t message : {1, 2, 2, 1, 7}) {  // the last one is not defined
     Synth::ZintPacket packet(message, 16);
@@ -87,9 +87,9 @@ TEST(NativeStepsTest, SignalOfSeveralMessagesIsReadFromEach) {
 TEST(NativeStepsTest, CanTimeAndEachFrameAreSteps) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  Synth::LogicalWriter& stream =
+  Com::LogicalWriter& stream =
       writer.addStream({.serial = 1,
-                        .primary = Synth::primaryText("[Kvex-Can]", 1),
+                        .primary = Com::primaryText("[Kvex-Can]", 1),
                         .headers = {"(Kvex-Can-Dbc)BO_ 1 A: 8 X\n SG_ One : 0|8@1+ (1,0) [0|1] \"\" X\n"
                                     "BO_ 2 B: 8 X\n SG_ Two : 0|8@1+ (1,0) [0|1] \"\" X\n"}});
   stream.writeHeader();

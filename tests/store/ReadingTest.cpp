@@ -18,9 +18,9 @@ using Testing::differenceOf;
 using Testing::StoreReading;
 using Testing::TempFile;
 
-Synth::StreamForm countForm(std::uint32_t serial) {
+Com::StreamForm countForm(std::uint32_t serial) {
   return {.serial = serial,
-          .primary = Synth::primaryText("[Kvex-Zint]", 1),
+          .primary = Com::primaryText("[Kvex-Zint]", 1),
           .headers = {countDefinition().headerPacket()},
           .packetsPerPage = 1};
 }
@@ -28,7 +28,7 @@ Synth::StreamForm countForm(std::uint32_t serial) {
 TEST(ReadingTest, ValueIsOfTheFirstRecordAtOrAfter) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  Synth::LogicalWriter& stream = writer.addStream(countForm(1));
+  Com::LogicalWriter& stream = writer.addStream(countForm(1));
   stream.writeHeader();
   std::uint32_t count = 0;
   for (const Lib::Nano time : {100, 200, 200, 150, 300, 300}) stream.add(countPacket(time, ++count));
@@ -65,16 +65,16 @@ std::string drive(std::uint64_t seed, const Synth::DamagePlan& damage = {}) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
   const auto form = [&](std::uint32_t serial) {
-    return Synth::StreamForm{.serial = serial,
-                             .primary = Synth::primaryText("[Kvex-Zint]", 1),
-                             .headers = {Synth::VehicleDrive::definition().headerPacket()},
-                             .packetsPerPage = 1 + random() % 6};
+    return Com::StreamForm{.serial = serial,
+                           .primary = Com::primaryText("[Kvex-Zint]", 1),
+                           .headers = {Synth::VehicleDrive::definition().headerPacket()},
+                           .packetsPerPage = 1 + random() % 6};
   };
-  Synth::LogicalWriter& one = writer.addStream(form(1));
-  Synth::LogicalWriter& two = writer.addStream(form(2));
-  Synth::LogicalWriter& large = writer.addStream(countForm(3));
-  Synth::LogicalWriter& foreign = writer.addStream({.serial = 4, .primary = "other", .packetsPerPage = 9});
-  for (Synth::LogicalWriter* stream : {&one, &two, &large, &foreign}) stream->writeHeader();
+  Com::LogicalWriter& one = writer.addStream(form(1));
+  Com::LogicalWriter& two = writer.addStream(form(2));
+  Com::LogicalWriter& large = writer.addStream(countForm(3));
+  Com::LogicalWriter& foreign = writer.addStream({.serial = 4, .primary = "other", .packetsPerPage = 9});
+  for (Com::LogicalWriter* stream : {&one, &two, &large, &foreign}) stream->writeHeader();
   writer.setDamage(damage);
   Synth::VehicleDrive driveOne(1'000'000'000);
   Synth::VehicleDrive driveTwo(1'000'500'000);
@@ -171,7 +171,7 @@ TEST(ReadingTest, Cancels) {
 TEST(ReadingTest, SparseSeekIsCancelledInItsMidst) {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  Synth::LogicalWriter& stream = writer.addStream(countForm(1));
+  Com::LogicalWriter& stream = writer.addStream(countForm(1));
   stream.writeHeader();
   constexpr Lib::Nano kDay = 86'400 * Lib::kNanosPerSecond;
   constexpr std::uint32_t kPackets = 500;
@@ -205,9 +205,9 @@ TEST(ReadingTest, LargeHeaderPackets) {
   definition.signals[1].comment = std::string(700'000, 'c');
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  Synth::StreamForm form = countForm(1);
+  Com::StreamForm form = countForm(1);
   form.headers = {definition.headerPacket()};
-  Synth::LogicalWriter& stream = writer.addStream(form);
+  Com::LogicalWriter& stream = writer.addStream(form);
   stream.writeHeader();
   for (std::uint32_t i = 0; i < 10; ++i) stream.add(countPacket(i, i));
   const TempFile file("header.vrel", out.str());
@@ -243,14 +243,14 @@ TEST(ReadingTest, WaitsForHeadersThatNeverComplete) {
     SCOPED_TRACE(trial);
     std::ostringstream out;
     Synth::RecordingWriter writer(out);
-    Synth::LogicalWriter& endless =
-        writer.addStream({.serial = 1, .primary = Synth::primaryText("[Kvex-Zint]", 9), .headers = {"<a>"}});
-    Synth::LogicalWriter& large = writer.addStream(countForm(2));
-    Synth::LogicalWriter& small = writer.addStream(countForm(3));
+    Com::LogicalWriter& endless =
+        writer.addStream({.serial = 1, .primary = Com::primaryText("[Kvex-Zint]", 9), .headers = {"<a>"}});
+    Com::LogicalWriter& large = writer.addStream(countForm(2));
+    Com::LogicalWriter& small = writer.addStream(countForm(3));
     large.setPageNumber(1'000'000);
     large.add(countPacket(1, 0));  // no page of a stream that is known
     large.setPageNumber(0);
-    for (Synth::LogicalWriter* stream : {&endless, &large, &small}) stream->writeHeader();
+    for (Com::LogicalWriter* stream : {&endless, &large, &small}) stream->writeHeader();
     for (std::uint32_t i = 10; i < 130; ++i) {
       large.add(countPacket(i, i, random() % 20'000));
       small.add(countPacket(1000 + i, i));

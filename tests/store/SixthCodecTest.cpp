@@ -117,8 +117,7 @@ std::string bareFile() {
 std::string recording() {
   std::ostringstream out;
   Synth::RecordingWriter writer(out);
-  Synth::LogicalWriter& stream =
-      writer.addStream({.serial = 3, .primary = Synth::primaryText(primaryTag(kTickCodec), 0)});
+  Com::LogicalWriter& stream = writer.addStream({.serial = 3, .primary = Com::primaryText(primaryTag(kTickCodec), 0)});
   stream.writeHeader();
   for (const auto& packet : kTicks) stream.add(packet);
   writer.end();

@@ -31,9 +31,9 @@ void forEachPage(std::string_view recording, Take&& take) {
 
 /// The next data packet of a stream, past any holes; empty where there is none.
 inline std::string takeData(Com::VrelStreamDec& stream) {
-  ogg_packet packet;
+  Lib::ByteView packet;
   while (const int result = stream.takePacket(packet)) {
-    if (result > 0) return {reinterpret_cast<const char*>(packet.packet), static_cast<std::size_t>(packet.bytes)};
+    if (result > 0) return {reinterpret_cast<const char*>(packet.data()), packet.size()};
   }
   return {};
 }

@@ -4,13 +4,15 @@
 #include <sstream>
 #include <vector>
 
+#include "recording/OggPage.h"
 #include "support/Pages.h"
-#include "synth/OggPage.h"
 #include "synth/RecordingWriter.h"
 
 namespace Kvex::Synth {
 namespace {
 
+using Com::PageFlag;
+using Com::repairChecksums;
 using testing::ElementsAre;
 using testing::Lt;
 

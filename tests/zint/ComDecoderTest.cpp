@@ -59,6 +59,36 @@ Bytes packet(std::uint16_t id, Bytes payload) {
   return payload;
 }
 
+TEST(ComDecoderTest, MessagesOfOneListAreExtractedAsOne) {
+  const nlohmann::json document = nlohmann::json::parse(
+      R"({"V":1,"M":[{"ID":1,"BS":[1,2]},{"ID":2,"IP":1},{"ID":3,"BS":[2,3]}],"S":[{"ID":1,"DN":"A","BT":"U","BS":8},)"
+      R"({"ID":2,"DN":"B","BT":"U","BO":8,"BS":8},{"ID":3,"DN":"C","BT":"U","BO":8,"BS":8}]})");
+  const struct {
+    const char* fault;
+    std::vector<Bytes> packets;
+    std::vector<std::int64_t> values;
+  } cases[] = {
+      {"the newest of the list", {packet(1, {1, 2}), packet(2, {3, 4})}, {3, 4, 0}},
+      {"the newest of a shared signal", {packet(1, {1, 2}), packet(3, {0, 6}), packet(2, {3, 4})}, {3, 4, 6}},
+      {"another list last", {packet(2, {3, 4}), packet(1, {1, 2}), packet(3, {0, 6})}, {1, 6, 6}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.fault);
+    ComDecoder decoder;
+    decoder.setDefinitions(document);
+    for (const Bytes& bytes : c.packets) decoder.decode(ByteView(bytes));
+    std::vector<std::int64_t> values;
+    for (const auto& field : fieldsOf(decoder)) values.push_back(field[0]);
+    EXPECT_EQ(values, c.values);
+  }
+  ComDecoder decoder;
+  decoder.setDefinitions(document);
+  decoder.keepSignals([](const Signal& signal) { return signal.name() != "A"; });
+  decoder.decode(ByteView(packet(1, {1, 2})));
+  EXPECT_EQ(fieldsOf(decoder)[0][0], 0);
+  EXPECT_EQ(fieldsOf(decoder)[1][0], 2);
+}
+
 TEST(ComDecoderTest, StampsByTheOrderOfSignals) {
   ComDecoder decoder = makeDecoder();
   decoder.probe(ByteView(packet(3, {9, 9, 9, 9})));

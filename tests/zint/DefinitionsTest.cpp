@@ -27,7 +27,7 @@ std::string summary(const Definitions& definitions) {
         << form.bitSize << '@' << form.bitOffset << "; ";
   }
   for (const Message& message : definitions.messages) {
-    out << message.id << ' ' << message.name << '[';
+    out << message.id << ' ' << *message.name << '[';
     for (const Signal* signal : *message.signals) out << signal->id() << ' ';
     out << "]; ";
   }
@@ -145,6 +145,18 @@ TEST(DefinitionsTest, FollowsChainsOf256Parents) {
   EXPECT_EQ(definitions.signals.at(1)->name(), "");      // 257 parents up
   EXPECT_EQ(definitions.signals.at(2)->name(), "last");  // 256
   EXPECT_EQ(definitions.signals.at(258)->name(), "last");
+}
+
+TEST(DefinitionsTest, EntriesShareTheTextsThatTheyInherit) {
+  const json document = json::parse(R"({"V":1,"M":[{"ID":1,"DN":"M","BS":[1,2]},{"ID":2,"IP":1}],)"
+                                    R"("S":[{"ID":1,"DN":"S","DU":"u","DC":"c"},{"ID":2,"IP":1}]})");
+  const Definitions definitions = readDefinitions(document);
+  const Signal& parent = *definitions.signals.at(1);
+  const Signal& child = *definitions.signals.at(2);
+  EXPECT_EQ(&parent.name(), &child.name());
+  EXPECT_EQ(&parent.unit(), &child.unit());
+  EXPECT_EQ(&parent.comment(), &child.comment());
+  EXPECT_EQ(definitions.messages.at(0).name, definitions.messages.at(1).name);
 }
 
 TEST(DefinitionsTest, HugeCirclesAreQuick) {

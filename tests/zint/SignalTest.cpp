@@ -201,10 +201,27 @@ TEST(SignalTest, CapturesTheMarkOfTheTime) {
   }
 }
 
+TEST(SignalTest, RangesAreThoseOfTheDefinition) {
+  const json low = 3U, high = 9U;
+  for (const auto& [mapped, raws] : kPairs) {
+    const auto given =
+        makeSignal({.rawType = mapped, .mappedType = mapped, .bitSize = 1}, {.low = &low, .high = &high});
+    const auto none = makeSignal({.rawType = mapped, .mappedType = mapped, .bitSize = 1}, {});
+    const bool isBool = mapped == ValueType::Bool;
+    EXPECT_EQ(given->rangeLow(), isBool ? 0 : 3) << Lib::kValueTypeNames.name(static_cast<std::uint8_t>(mapped));
+    EXPECT_EQ(given->rangeHigh(), isBool ? 1 : 9);
+    EXPECT_EQ(none->rangeLow(), isBool ? 0 : 1);
+    EXPECT_EQ(none->rangeHigh(), isBool ? 1 : 0);
+  }
+}
+
 TEST(SignalTest, DescribesItself) {
-  const json name = "Speed", unit = "m/s", low = -5, high = 5;
+  const json low = -5, high = 5;
   const auto signal = makeSignal({.id = 7, .rawType = UInt16, .mappedType = Int32, .bitSize = 11, .bitOffset = 13},
-                                 {.name = &name, .unit = &unit, .low = &low, .high = &high});
+                                 {.name = std::make_shared<std::string>("Speed"),
+                                  .unit = std::make_shared<std::string>("m/s"),
+                                  .low = &low,
+                                  .high = &high});
   std::ostringstream line;
   signal->describe(line);
   EXPECT_EQ(line.str(),

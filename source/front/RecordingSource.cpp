@@ -1,0 +1,93 @@
+#include "front/RecordingSource.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <kvex/Error.h>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "codecs.h"
+
+namespace Kvex::Front {
+
+namespace {
+
+constexpr std::chrono::milliseconds kProgressInterval{50};
+
+const Sto::Codec* codecOf(const ogg_page& page) {
+  const std::string_view body(reinterpret_cast<const char*>(page.body), static_cast<std::size_t>(page.body_len));
+  const Sto::CodecList codecs = allCodecs();
+  const auto found = std::find_if(codecs.begin(), codecs.end(), [&](const Sto::Codec& codec) {
+    return body.starts_with(Sto::primaryTag(codec.code));
+  });
+  return found == codecs.end() ? nullptr : &*found;
+}
+
+}  // namespace
+
+void WriteWatch::check() const {
+  if (options_.stop.stop_requested()) throw Error(ErrorCode::Cancelled, "writing was cancelled");
+}
+
+void WriteWatch::moved(double fraction) {
+  if (!options_.progress) return;
+  const Clock::time_point now = Clock::now();
+  if (now - reportedAt_ < kProgressInterval) return;
+  reportedAt_ = now;
+  options_.progress({Activity::Writing, std::clamp((passesDone_ + fraction) / passes_, 0.0, 1.0)});
+}
+
+std::unique_ptr<Sto::Stream> SourceStream::makeDecoder() const {
+  if (codec == nullptr || !copy.headerSettled()) return nullptr;
+  std::unique_ptr<Sto::Stream> stream = codec->makeStream({codec->code, Sto::ResourceKind::Recording, copy.serial()});
+  stream->takeHeader(copy.tagged(), copy.trailer());
+  return stream->headerAccepted() ? std::move(stream) : nullptr;
+}
+
+RecordingSource::RecordingSource(std::string path, WriteWatch& watch, std::size_t streams)
+    : path_(std::move(path)), watch_(watch) {
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(path_, error);
+  if (!std::filesystem::exists(status)) throw Error(ErrorCode::NotFound, "no such file", path_);
+  if (!std::filesystem::is_regular_file(status)) throw Error(ErrorCode::Unreadable, "it is no regular file", path_);
+  if (!file_.open(path_)) throw Error(ErrorCode::Unreadable, std::generic_category().message(errno), path_);
+  bool more = true;
+  const auto settled = [](const SourceStream& stream) {
+    return stream.codec != nullptr && stream.copy.headerSettled();
+  };
+  while (more && static_cast<std::size_t>(std::ranges::count_if(streams_, settled)) < streams) {
+    watch_.check();
+    more = reader_.readBlock(file_, kBlock, [&](const ogg_page& page) { meetPage(page); });
+    watch_.moved(fraction());
+  }
+  watch_.endPass();
+}
+
+void RecordingSource::meetPage(const ogg_page& page) {
+  const auto serial = static_cast<std::uint32_t>(ogg_page_serialno(&page));
+  auto found = bySerial_.find(serial);
+  if (found == bySerial_.end()) {
+    if (!ogg_page_bos(&page)) return;
+    const Sto::Codec* codec = codecOf(page);
+    const std::size_t alike = codec == nullptr ? foreign_ : streams_.size() - foreign_;
+    if (alike >= kMaxStreams) return;
+    foreign_ += codec == nullptr ? 1 : 0;
+    found = bySerial_.emplace(serial, &streams_.emplace_back(serial, codec)).first;
+  }
+  found->second->copy.readHeader(page);
+}
+
+void RecordingSource::restart() {
+  reader_.restart();
+  pages_ = unclaimed_ = skippedBefore_ = pagesBeforeJunk_ = 0;
+  for (SourceStream& stream : streams_) stream.copy.beginData();
+}
+
+double RecordingSource::fraction() const {
+  const std::int64_t size = file_.size();
+  return size > 0 ? static_cast<double>(reader_.position()) / static_cast<double>(size) : 1.0;
+}
+
+}  // namespace Kvex::Front

@@ -1,0 +1,277 @@
+#include "tool/ReportData.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <fmt/format.h>
+#include <map>
+#include <optional>
+#include <string_view>
+
+#include "tool/CheckJson.h"
+#include "tool/Counters.h"
+#include "tool/DrawnPath.h"
+#include "tool/DrawnSignal.h"
+#include "tool/PlotPlan.h"
+#include "tool/Seconds.h"
+#include "tool/StatesTable.h"
+#include "tool/Text.h"
+
+namespace Kvex::Tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// With a smallest and a largest value each: 2 to 4 points for each pixel of a wide screen.
+constexpr std::size_t kSlices = 2000;
+/// Of more events the first ones are shown.
+constexpr std::size_t kMostEvents = 2000;
+/// Modes that colour plots and paths, and whose states are summed up.
+constexpr std::array kModePatterns{"InsNavMode", "GpsPosMode", "GpsVelMode", "GpsAttMode", "Target[1-4]_ModeStatus"};
+constexpr std::string_view kColouringMode = "GpsPosMode";
+
+/// Counts of a device that rise when something went wrong there.
+constexpr std::array kFaultPatterns{"*CharsSkipped", "*OldPkts", "*MissedPkts*", "*ResetCount",
+                                    "*SatCount",     "*Errors",  "*ErrorCount",  "*ErrCount"};
+
+/// The tables of signals that say what a device is and how it is set.
+constexpr std::array kSettingTables{"boards",          "calibration date",   "decoder version", "development board",
+                                    "device",          "firmware date",      "generator",       "hardware",
+                                    "product",         "product generation", "product model",   "product type",
+                                    "product version", "serial number",      "feature set"};
+
+bool matchesAny(const Signal& signal, std::span<const char* const> patterns) {
+  return std::ranges::any_of(patterns, [&](const char* pattern) { return signal.matches(pattern); });
+}
+
+/// Makes the report of one file.
+class Reporter {
+ public:
+  Reporter(OpenedFile& opened, const ReportOptions& options)
+      : opened_(opened),
+        file_(opened.file),
+        options_(options),
+        start_(file_.hasTime() ? file_.span().start : kNoTime) {}
+
+  Json json() {
+    Json json{{"file", file_.path()},
+              {"size", sizeOf(file_)},
+              {"start", start_ == kNoTime ? Json() : Json(utcText(start_))},
+              {"startMillis", start_ == kNoTime ? Json() : Json(static_cast<double>(unixNanos(start_)) / 1e6)},
+              {"seconds", start_ == kNoTime ? Json() : Json(secondsBetween(start_, file_.span().end))},
+              {"streams", streams()},
+              {"check", checkJson(file_)},
+              {"places", places()},
+              {"fast", options_.fast}};
+    if (file_.hasTime()) addEvents(json);
+    if (file_.hasTime()) addDrawing(json);
+    json["devices"] = devices();
+    if (!options_.fast && file_.hasTime()) addStatistics(json);
+    if (!options_.fast && file_.hasTime()) json["states"] = states();
+    return json;
+  }
+
+ private:
+  Json seconds(Nano time) const { return time == kNoTime ? Json() : Json(secondsBetween(start_, time)); }
+
+  Json streams() const {
+    Json list = Json::array();
+    for (const Stream& stream : file_.streams()) {
+      std::uint64_t packets = 0;
+      for (const Counter& counter : ownCounters(stream, file_)) {
+        if (counter.name == "packets") packets = counter.count;
+      }
+      list.push_back({{"id", stream.id()},
+                      {"codec", stream.codec()},
+                      {"name", stream.name()},
+                      {"serial", stream.serial()},
+                      {"from", stream.hasTime() ? seconds(stream.start()) : Json()},
+                      {"to", stream.hasTime() ? seconds(stream.end()) : Json()},
+                      {"packets", packets},
+                      {"signals", stream.signals().size()},
+                      {"damage", streamDamageText(stream, file_)}});
+    }
+    return list;
+  }
+
+  Json places() const {
+    Json list = Json::array();
+    for (const Place& place : file_.damage().places()) {
+      list.push_back({{"stream", place.stream ? Json(*place.stream) : Json()},
+                      {"kind", nameOf(place.kind)},
+                      {"from", seconds(place.from)},
+                      {"to", seconds(place.to)},
+                      {"text", place.text}});
+    }
+    return list;
+  }
+
+  void addEvents(Json& json) {
+    const ReadOptions watched = opened_.watched();
+    events_ = file_.events({.limit = kMostEvents, .progress = watched.progress, .stop = watched.stop});
+    Json list = Json::array();
+    for (const Event& event : events_.list) {
+      list.push_back({{"time", seconds(event.time)},
+                      {"record", seconds(event.record)},
+                      {"stream", event.stream ? Json(*event.stream) : Json()},
+                      {"kind", nameOf(event.kind)},
+                      {"text", event.text},
+                      {"signal", event.signal},
+                      {"before", jsonValue(event.before)},
+                      {"after", jsonValue(event.after)}});
+    }
+    json["events"] = std::move(list);
+    json["eventsInAll"] = events_.inAll;
+  }
+
+  std::vector<StreamGap> gapsOf(std::uint32_t stream) const {
+    std::vector<StreamGap> gaps;
+    for (const Event& event : events_.list) {
+      if (event.kind == EventKind::Gap && event.stream == stream) gaps.push_back({event.time, event.record});
+    }
+    return gaps;
+  }
+
+  /// The place of a signal among those that are drawn.
+  std::size_t draw(const Signal& signal) {
+    const auto found = std::ranges::find(drawn_, signal);
+    if (found != drawn_.end()) return static_cast<std::size_t>(found - drawn_.begin());
+    drawn_.push_back(signal);
+    return drawn_.size() - 1;
+  }
+  Json drawn(const std::optional<Signal>& signal) { return signal ? Json(draw(*signal)) : Json(); }
+
+  /// Plots and paths, in one walk.
+  void addDrawing(Json& json) {
+    Json plots = Json::array();
+    for (const PlannedPlot& plot : planPlots(file_, options_.patterns)) {
+      Json lines = Json::array();
+      for (const Signal& signal : plot.signals) lines.push_back(draw(signal));
+      plots.push_back({{"title", plot.title}, {"unit", plot.unit}, {"signals", std::move(lines)}});
+    }
+    const std::vector<TrackSignals> tracks = file_.tracks();
+    std::vector<std::pair<std::size_t, std::size_t>> places;
+    Json trackList = Json::array();
+    for (const TrackSignals& track : tracks) {
+      places.emplace_back(draw(track.latitude), draw(track.longitude));
+      trackList.push_back({{"stream", track.stream},
+                           {"latitudes", places.back().first},
+                           {"speed", drawn(track.speed)},
+                           {"northAccuracy", drawn(track.northAccuracy)},
+                           {"eastAccuracy", drawn(track.eastAccuracy)},
+                           {"mode", drawn(track.mode)}});
+    }
+    json["distances"] = drawnOf("Dist2d");
+    json["upTimes"] = drawnOf("UpTime");
+    json["modes"] = drawnOf(kColouringMode);
+    json["plots"] = std::move(plots);
+    json["tracks"] = std::move(trackList);
+    json["signals"] = Json::array();
+    if (drawn_.empty()) return;
+    const Overview overview = file_.overview(drawn_, kSlices, opened_.watched());
+    json["slices"] = {{"from", seconds(overview.span().start)},
+                      {"width", secondsBetween(overview.span().start, overview.span().end) / kSlices},
+                      {"count", kSlices}};
+    std::map<std::uint32_t, std::vector<StreamGap>> gaps;
+    for (const Stream& stream : file_.streams()) gaps[stream.id()] = gapsOf(stream.id());
+    for (std::size_t i = 0; i < drawn_.size(); ++i) {
+      json["signals"].push_back(drawnSignal(drawn_[i], drawnSlices(overview, i), gaps[drawn_[i].stream()]));
+    }
+    for (std::size_t i = 0; i < tracks.size(); ++i) {
+      json["tracks"][i].update(drawnPath(overview, places[i].first, places[i].second));
+    }
+  }
+
+  /// The signals of a name in all streams, as those that are drawn.
+  Json drawnOf(std::string_view name) {
+    Json list = Json::array();
+    for (const Signal& signal : file_.match("*:" + std::string(name))) list.push_back(draw(signal));
+    return list;
+  }
+
+  Json devices() const {
+    Json list = Json::array();
+    for (const Stream& stream : file_.streams()) {
+      Json headers = Json::array();
+      std::vector<Header> all{stream.header()};
+      all.insert(all.end(), stream.headers().begin(), stream.headers().end());
+      for (const Header& header : all) headers.push_back({{"tag", header.tag}, {"values", header.values}});
+      list.push_back({{"stream", stream.id()}, {"headers", std::move(headers)}, {"settings", settings(stream)}});
+    }
+    return list;
+  }
+
+  /// What the last record of a stream says of the device.
+  static Json settings(const Stream& stream) {
+    Json list = Json::array();
+    for (const Signal& signal : stream.signals()) {
+      const bool isSetting = std::ranges::find(kSettingTables, signal.table()) != kSettingTables.end() ||
+                             signal.table().ends_with("options") || signal.name().starts_with("Option");
+      const std::optional<Value> value = isSetting ? signal.last() : std::nullopt;
+      if (!value || !value->usable()) continue;
+      list.push_back({{"name", signal.name()},
+                      {"value", shownValue(signal, *value)},
+                      {"unit", signal.unit()},
+                      {"description", signal.description()}});
+    }
+    return list;
+  }
+
+  /// A value with as many digits as a person reads.
+  static std::string shownValue(const Signal& signal, const Value& value) {
+    if (value.type() == ValueType::None) return {};
+    const bool isReal = value.type() == ValueType::Float || value.type() == ValueType::Double;
+    if (signal.hasTexts()) return valueWithText(value, signal);
+    if (!isReal) return value.text();
+    if (signal.decimals() >= 0) return fmt::format("{:.{}f}", value.asDouble(), signal.decimals());
+    return fmt::format("{:.7g}", value.asDouble());
+  }
+
+  void addStatistics(Json& json) {
+    Json list = Json::array();
+    Json faults = Json::array();
+    for (const Statistics& found : file_.statistics(file_.match("*"), opened_.watched())) {
+      const Signal& signal = found.signal;
+      const auto shown = [&](const Value& value) { return shownValue(signal, value); };
+      list.push_back({signal.stream(), signal.name(), signal.unit(), signal.description(), found.samples, found.usable,
+                      found.rate ? Json(fmt::format("{:.4g}", *found.rate)) : Json(), shown(found.first),
+                      shown(found.last), shown(found.smallest), shown(found.largest), found.changes});
+      if (matchesAny(signal, kFaultPatterns) && found.usable > 0 && found.last.asDouble() > found.first.asDouble()) {
+        faults.push_back({{"stream", signal.stream()},
+                          {"name", signal.name()},
+                          {"description", signal.description()},
+                          {"first", found.first.text()},
+                          {"last", found.last.text()}});
+      }
+    }
+    json["statistics"] = std::move(list);
+    json["faults"] = std::move(faults);
+  }
+
+  /// How long each mode was held.
+  Json states() {
+    Json list = Json::array();
+    for (const Signal& signal : file_.match("*")) {
+      if (signal.isArray() || !matchesAny(signal, kModePatterns)) continue;
+      States timeline = file_.timeline(signal, opened_.watched());
+      list.push_back(totalsJson(signal, totalsOf(timeline)));
+    }
+    return list;
+  }
+
+  OpenedFile& opened_;
+  File& file_;
+  const ReportOptions& options_;
+  Nano start_;
+  Events events_;
+  std::vector<Signal> drawn_;
+};
+
+}  // namespace
+
+Json reportJson(OpenedFile& opened, const ReportOptions& options) {
+  return Reporter(opened, options).json();
+}
+
+}  // namespace Kvex::Tool

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <functional>
+#include <kvex/Track.h>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "tool/Output.h"
+
+namespace Kvex::Tool {
+
+/// What a track is called, and how its modes are.
+struct TrackTexts {
+  std::string name;
+  std::string description;
+  std::function<std::string(std::uint8_t mode)> modeText;
+};
+
+/// Something that happened at a place of a track.
+struct TrackMark {
+  TrackPoint place;
+  std::string text;
+};
+
+/// Writes a track in a format of maps: its points and marks in order of time, then the end.
+class TrackFormat {
+ public:
+  virtual ~TrackFormat() = default;
+  virtual void addPoint(const TrackPoint& point) = 0;
+  virtual void addMark(const TrackMark& mark) = 0;
+  virtual void finish() = 0;
+};
+
+/// A format with the ending of its files.
+struct TrackFormatRow {
+  std::string_view ending;
+  std::unique_ptr<TrackFormat> (*make)(Output& output, const TrackTexts& texts);
+};
+
+/// KML 2.2, GPX 1.1 and GeoJSON (RFC 7946).
+std::span<const TrackFormatRow> trackFormats();
+
+/// A text in XML: characters that it gives a sense to are escaped, those that it does not allow are replaced.
+std::string xmlText(std::string_view text);
+
+/// The place between two points at a time between theirs, on the straight line that leads the short way round.
+TrackPoint placeBetween(const TrackPoint& before, const TrackPoint& after, Nano time);
+
+}  // namespace Kvex::Tool

@@ -26,9 +26,7 @@ configure_file(${PROJECT_SOURCE_DIR}/packaging/kvex.pc.in ${CMAKE_CURRENT_BINARY
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kvex.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 # The commands, with their manual pages and what shells complete.
-if(TARGET vrel)
-  install(TARGETS vrel vrel2fix RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-endif()
+install(TARGETS vrel vrel2fix RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 set(completion ${PROJECT_SOURCE_DIR}/docs/completion)
 install(FILES ${completion}/vrel.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME vrel)

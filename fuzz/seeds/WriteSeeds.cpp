@@ -162,11 +162,11 @@ void writeTexts(const SeedFolder& folder) {
   }
 }
 
-/// Whole files, a byte ahead of each that says its kind.
-void writeFiles(const SeedFolder& folder) {
-  for (const DamagePlan& plan : kDamages) folder.add('\0' + makeRecording(plan));
+/// Whole files, with what the target takes ahead of a byte that says the file's kind.
+void writeFiles(const SeedFolder& folder, const std::string& ahead = {}) {
+  for (const DamagePlan& plan : kDamages) folder.add(ahead + '\0' + makeRecording(plan));
   for (const auto& [kind, sync, size] : {std::tuple{'\1', '\xE7', 72}, {'\2', '\xE8', 84}, {'\3', 'W', 80}}) {
-    std::string bytes(1, kind);
+    std::string bytes = ahead + kind;
     for (int i = 0; i < 20; ++i) {
       std::string packet(static_cast<std::size_t>(size), static_cast<char>(i));
       packet[0] = sync;
@@ -198,4 +198,5 @@ int main(int argc, char** argv) {
   writeDefinitions(SeedFolder(root / "FuzzDefinition"));
   writeTexts(SeedFolder(root / "FuzzTexts"));
   for (const char* target : {"FuzzFile", "FuzzFront", "FuzzPageReader"}) writeFiles(SeedFolder(root / target));
+  writeFiles(SeedFolder(root / "FuzzWriting"), "\x40\x60");
 }

@@ -124,7 +124,8 @@ class File {
   /// order of the records. A first value is no change, but for the count of a trigger's edges if the edge lies in the
   /// stream's time. Throws `InvalidArgument` for an array, and for more changes than a million.
   std::vector<Change> changes(const SignalList::Item& signal, const ReadOptions& options = {});
-  /// The streams that have positions, each with the signals from which its path is read.
+  /// The paths of the file, each with the signals from which it is read: first those of streams with a latitude and
+  /// longitude, one each, then those of the objects of range systems. An object need not be in the recording.
   std::vector<TrackSignals> tracks() const;
   /// The path of a stream: its usable positions as the recording carried them, with what else is known there. Two walks
   /// of the stream, the first one for its gaps. Throws `NoSuchStream`, and `NoSuchSignal` where the stream, or without

@@ -109,11 +109,15 @@ void bindWriting(nb::module_& module) {
   module.def(
       "track",
       [](const std::shared_ptr<Recording>& recording, std::optional<std::uint32_t> stream, std::optional<Nano> start,
-         std::optional<Nano> end, Nano period, double tolerance) {
-        return trackOf(recording,
-                       {.stream = stream, .start = start, .end = end, .period = period, .tolerance = tolerance});
+         std::optional<Nano> end, Nano period, double tolerance, std::string object) {
+        return trackOf(recording, {.stream = stream,
+                                   .start = start,
+                                   .end = end,
+                                   .period = period,
+                                   .tolerance = tolerance,
+                                   .object = std::move(object)});
       },
-      "recording"_a, "stream"_a.none(), "start"_a.none(), "end"_a.none(), "period"_a, "tolerance"_a);
+      "recording"_a, "stream"_a.none(), "start"_a.none(), "end"_a.none(), "period"_a, "tolerance"_a, "object"_a);
 }
 
 }  // namespace Kvex::Python

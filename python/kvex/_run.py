@@ -380,12 +380,14 @@ class Run:
         end: TimeLike | None = None,
         period: float | None = None,
         tolerance: float = 0,
+        object: str = "",
     ) -> Track:
         """The path of a stream, by default of the first one that has positions: its usable positions, at most one in
-        ``period`` seconds, and only those that lines within ``tolerance`` metres of all need."""
+        ``period`` seconds, and only those that lines within ``tolerance`` metres of all need. In a range stream
+        ``object`` is "Hunter" or "Target1" to "Target4", by default the hunter."""
         span = self._span(start, end)
         nanos = nanos_of_seconds(period) if period else 0
-        arrays: Any = _kvex.track(self._recording, stream, span["start"], span["end"], nanos, float(tolerance))
+        arrays: Any = _kvex.track(self._recording, stream, span["start"], span["end"], nanos, float(tolerance), object)
         return Track(arrays)
 
     def overview(

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <iterator>
 #include <kvex/File.h>
 
 #include "front/Cut.h"
@@ -150,18 +151,23 @@ std::vector<TrackSignals> File::tracks() const {
   for (const Stream& known : streams()) {
     if (std::optional<TrackSignals> signals = Front::trackSignals(known)) found.push_back(*std::move(signals));
   }
+  for (const Stream& known : streams()) {
+    std::ranges::move(Front::objectSignals(known), std::back_inserter(found));
+  }
   return found;
 }
 
 void File::track(const TrackOptions& options, const TrackVisitor& visitor) {
   if (options.stream) (void)stream(*options.stream);
   for (const TrackSignals& signals : tracks()) {
-    if (options.stream.value_or(signals.stream) == signals.stream) {
+    const bool isObject = options.object.empty() || options.object == signals.object;
+    if (isObject && options.stream.value_or(signals.stream) == signals.stream) {
       return Front::walkTrack(*this, signals, options, visitor);
     }
   }
-  const std::string which = options.stream ? "stream " + std::to_string(*options.stream) + " has" : "no stream has";
-  throw Error(ErrorCode::NoSuchSignal, which + (options.stream ? " no positions" : " positions"), path());
+  const std::string which = options.stream ? "stream " + std::to_string(*options.stream) + " has no" : "no stream has";
+  const std::string what = options.object.empty() ? " positions" : " positions of \"" + options.object + '"';
+  throw Error(ErrorCode::NoSuchSignal, which + what, path());
 }
 
 CutReport File::cut(const std::string& out, const CutOptions& options) {

@@ -58,6 +58,19 @@ double numberAt(const Batch& batch, std::size_t column, std::size_t row) {
   return static_cast<const double*>(buffers.values)[row];
 }
 
+/// The radii of the ellipsoid at a latitude, in metres: along the meridian, and across it.
+struct Radii {
+  double along;
+  double across;
+};
+
+Radii radiiAt(double latitude) {
+  const double sine = std::sin(latitude * kDegree);
+  const double squared = 1 - kEccentricitySquared * sine * sine;
+  const double across = kEquatorRadius / std::sqrt(squared);
+  return {.along = across * (1 - kEccentricitySquared) / squared, .across = across};
+}
+
 bool isPosition(double latitude, double longitude) {
   // What is not a number is in no range.
   return latitude >= -90 && latitude <= 90 && longitude >= -180 && longitude <= 180;
@@ -75,6 +88,11 @@ class PointReader {
     add(signals.northAccuracy, north_);
     add(signals.eastAccuracy, east_);
     add(signals.mode, mode_);
+    if (!signals.plane) return;
+    add(signals.plane->latitude, planeLatitude_);
+    add(signals.plane->longitude, planeLongitude_);
+    add(signals.plane->altitude, planeAltitude_);
+    add(signals.plane->heading, planeHeading_);
   }
 
   const std::vector<Signal>& signals() const { return asked_; }
@@ -82,7 +100,8 @@ class PointReader {
   /// Takes a row in. None where it brings no position; then `lost` is whether it takes one away.
   std::optional<TrackPoint> read(const Batch& batch, std::size_t row, bool& lost) {
     const auto brings = [&](std::size_t column) { return bitAt(batch.buffers(column).present, row); };
-    for (Held* held : {&altitude_, &speed_, &course_, &north_, &east_}) {
+    for (Held* held : {&altitude_, &speed_, &course_, &north_, &east_, &planeLatitude_, &planeLongitude_,
+                       &planeAltitude_, &planeHeading_}) {
       if (held->column && brings(*held->column)) held->value = numberAt(batch, *held->column, row);
     }
     if (mode_.column && brings(*mode_.column)) {
@@ -91,9 +110,10 @@ class PointReader {
     }
     lost = false;
     if (!brings(*latitude_.column) && !brings(*longitude_.column)) return std::nullopt;
+    const LocalPlane::Place place = placeAt(batch, row);
     TrackPoint point{.time = batch.time(row),
-                     .latitude = numberAt(batch, *latitude_.column, row),
-                     .longitude = numberAt(batch, *longitude_.column, row),
+                     .latitude = place.latitude,
+                     .longitude = place.longitude,
                      .altitude = altitude_.value,
                      .speed = speed_.value,
                      .course = course_.value,
@@ -108,6 +128,17 @@ class PointReader {
     std::optional<std::size_t> column;
     double value = TrackPoint::kUnknown;
   };
+
+  LocalPlane::Place placeAt(const Batch& batch, std::size_t row) const {
+    const double latitude = numberAt(batch, *latitude_.column, row);
+    const double longitude = numberAt(batch, *longitude_.column, row);
+    if (!planeHeading_.column) return {latitude, longitude};
+    const LocalPlane plane{.latitude = planeLatitude_.value,
+                           .longitude = planeLongitude_.value,
+                           .altitude = std::isnan(planeAltitude_.value) ? 0 : planeAltitude_.value,
+                           .heading = planeHeading_.value};
+    return plane.place(latitude, longitude);
+  }
 
   void add(const std::optional<Signal>& signal, Held& held) {
     if (!signal) return;
@@ -124,6 +155,10 @@ class PointReader {
   Held north_;
   Held east_;
   Held mode_;
+  Held planeLatitude_;
+  Held planeLongitude_;
+  Held planeAltitude_;
+  Held planeHeading_;
   std::optional<std::uint8_t> modeValue_;
 };
 
@@ -158,14 +193,30 @@ std::optional<TrackSignals> trackSignals(const Stream& stream) {
   return std::nullopt;
 }
 
+std::vector<TrackSignals> objectSignals(const Stream& stream) {
+  if (!stream.hasTime()) return {};
+  const std::optional<Signal> latitude = numberOf(stream, "Hunter_RefLat");
+  const std::optional<Signal> longitude = numberOf(stream, "Hunter_RefLon");
+  const std::optional<Signal> heading = numberOf(stream, "Hunter_RefHeading");
+  if (!latitude || !longitude || !heading) return {};
+  const PlaneSignals plane{*latitude, *longitude, numberOf(stream, "Hunter_RefAlt"), *heading};
+  std::vector<TrackSignals> objects;
+  const auto add = [&](const std::string& object, const std::string& position) {
+    const std::optional<Signal> x = numberOf(stream, position + "X");
+    const std::optional<Signal> y = numberOf(stream, position + "Y");
+    if (!x || !y) return;
+    objects.push_back({.stream = stream.id(), .latitude = *x, .longitude = *y, .object = object, .plane = plane});
+  };
+  add("Hunter", "Hunter_UnitPos");
+  for (const char* target : {"Target1", "Target2", "Target3", "Target4"}) add(target, std::string(target) + "_Pos");
+  return objects;
+}
+
 Offset offsetBetween(const TrackPoint& from, const TrackPoint& to) {
-  const double sine = std::sin(from.latitude * kDegree);
-  const double squared = 1 - kEccentricitySquared * sine * sine;
-  const double acrossRadius = kEquatorRadius / std::sqrt(squared);
-  const double alongRadius = acrossRadius * (1 - kEccentricitySquared) / squared;
+  const Radii radii = radiiAt(from.latitude);
   const double east = std::remainder(to.longitude - from.longitude, 360.0) * kDegree;
-  return {.east = east * acrossRadius * std::cos(from.latitude * kDegree),
-          .north = (to.latitude - from.latitude) * kDegree * alongRadius};
+  return {.east = east * radii.across * std::cos(from.latitude * kDegree),
+          .north = (to.latitude - from.latitude) * kDegree * radii.along};
 }
 
 void TrackThinner::begin(const TrackPoint& point) {
@@ -250,3 +301,18 @@ void walkTrack(File& file, const TrackSignals& signals, const TrackOptions& opti
 }
 
 }  // namespace Kvex::Front
+
+namespace Kvex {
+
+LocalPlane::Place LocalPlane::place(double x, double y) const {
+  const Front::Radii radii = Front::radiiAt(latitude);
+  const double sine = std::sin(heading * Front::kDegree);
+  const double cosine = std::cos(heading * Front::kDegree);
+  const double north = x * cosine + y * sine;
+  const double east = x * sine - y * cosine;
+  const double metresOfLongitude = (radii.across + altitude) * std::cos(latitude * Front::kDegree) * Front::kDegree;
+  return {.latitude = latitude + north / ((radii.along + altitude) * Front::kDegree),
+          .longitude = std::remainder(longitude + east / metresOfLongitude, 360.0)};
+}
+
+}  // namespace Kvex

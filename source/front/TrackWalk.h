@@ -12,8 +12,10 @@ class Stream;
 
 namespace Kvex::Front {
 
-/// The signals of a stream from which its path is read; none where it has no positions.
+/// The signals of a stream from which its path is read; none where it has no latitude and longitude.
 std::optional<TrackSignals> trackSignals(const Stream& stream);
+/// Those of the objects that a range system places on a plane; none in other streams.
+std::vector<TrackSignals> objectSignals(const Stream& stream);
 
 /// Where two positions lie to each other, in metres: east and north of the first one, on the plane that touches the
 /// ground there. Exact enough for distances of some kilometres; the way round the antimeridian is the short one.

@@ -1,7 +1,9 @@
 #include "tool/DrawnPath.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 
 namespace Kvex::Tool {
 
@@ -11,14 +13,86 @@ using Json = nlohmann::ordered_json;
 
 constexpr double kAngleScale = 1e8;
 
+std::size_t columnOf(const Overview& overview, const Signal& signal) {
+  return static_cast<std::size_t>(std::ranges::find(overview.signals(), signal) - overview.signals().begin());
+}
+
+/// What a signal that seldom comes was last, slice by slice.
+class HeldValue {
+ public:
+  HeldValue(const Overview& overview, const Signal& signal)
+      : overview_(overview), column_(columnOf(overview, signal)) {}
+
+  double at(std::size_t slice) {
+    const Slice seen = overview_.at(column_, slice);
+    if (seen.usable > 0) value_ = seen.last.asDouble();
+    return value_;
+  }
+
+ private:
+  const Overview& overview_;
+  std::size_t column_;
+  double value_ = DrawnSlice::kNone;
+};
+
+/// Brings positions of an overview to degrees, slice by slice.
+class Placer {
+ public:
+  Placer(const TrackSignals& track, const Overview& overview) {
+    if (!track.plane) return;
+    plane_.emplace(Plane{
+        {overview, track.plane->latitude}, {overview, track.plane->longitude}, {}, {overview, track.plane->heading}});
+    if (track.plane->altitude) plane_->altitude.emplace(overview, *track.plane->altitude);
+  }
+
+  void move(std::size_t slice) {
+    if (!plane_) return;
+    const double altitude = plane_->altitude ? plane_->altitude->at(slice) : 0;
+    at_ = {.latitude = plane_->latitude.at(slice),
+           .longitude = plane_->longitude.at(slice),
+           .altitude = std::isnan(altitude) ? 0 : altitude,
+           .heading = plane_->heading.at(slice)};
+  }
+
+  LocalPlane::Place place(const Value& latitude, const Value& longitude) const {
+    if (plane_) return at_.place(latitude.asDouble(), longitude.asDouble());
+    return {latitude.asDouble(), longitude.asDouble()};
+  }
+
+ private:
+  struct Plane {
+    HeldValue latitude;
+    HeldValue longitude;
+    std::optional<HeldValue> altitude;
+    HeldValue heading;
+  };
+
+  std::optional<Plane> plane_;
+  LocalPlane at_;
+};
+
 }  // namespace
 
-Json drawnPath(const Overview& overview, std::size_t latitude, std::size_t longitude) {
+std::vector<Signal> placeSignals(const TrackSignals& track) {
+  std::vector<Signal> signals{track.latitude, track.longitude};
+  if (!track.plane) return signals;
+  for (const auto& signal : {std::optional(track.plane->latitude), std::optional(track.plane->longitude),
+                             track.plane->altitude, std::optional(track.plane->heading)}) {
+    if (signal) signals.push_back(*signal);
+  }
+  return signals;
+}
+
+Json drawnPath(const TrackSignals& track, const Overview& overview, const std::vector<StreamGap>& gaps) {
+  const std::size_t latitude = columnOf(overview, track.latitude);
+  const std::size_t longitude = columnOf(overview, track.longitude);
   std::array<Json, 2> lists{Json::array(), Json::array()};
   std::array<long long, 2> last{};
   Json slices = Json::array();
+  Placer placer(track, overview);
   const auto add = [&](std::size_t slice, const Value& north, const Value& east) {
-    const std::array degrees{north.asDouble(), east.asDouble()};
+    const LocalPlane::Place place = placer.place(north, east);
+    const std::array degrees{place.latitude, place.longitude};
     if (!(std::abs(degrees[0]) <= 90) || !(std::abs(degrees[1]) <= 360)) return;
     for (std::size_t i = 0; i < degrees.size(); ++i) {
       const long long whole = std::llround(degrees[i] * kAngleScale);
@@ -28,6 +102,7 @@ Json drawnPath(const Overview& overview, std::size_t latitude, std::size_t longi
     slices.push_back(slice);
   };
   for (std::size_t i = 0; i < overview.slices(); ++i) {
+    placer.move(i);
     const Slice north = overview.at(latitude, i);
     const Slice east = overview.at(longitude, i);
     // Both stand in one packet; where only one of them is usable there is no place.
@@ -35,7 +110,12 @@ Json drawnPath(const Overview& overview, std::size_t latitude, std::size_t longi
     add(i, north.first, east.first);
     if (north.usable > 1) add(i, north.last, east.last);
   }
-  return {{"latitude", lists[0]}, {"longitude", lists[1]}, {"slice", slices}};
+  return {{"stream", track.stream},
+          {"object", track.object},
+          {"latitude", lists[0]},
+          {"longitude", lists[1]},
+          {"slice", slices},
+          {"breaks", drawnSignal(track.latitude, drawnSlices(overview, latitude), gaps)["breaks"]}};
 }
 
 }  // namespace Kvex::Tool

@@ -1,14 +1,22 @@
 #pragma once
 
-#include <cstddef>
 #include <kvex/Overview.h>
+#include <kvex/Track.h>
 #include <nlohmann/json.hpp>
+#include <vector>
+
+#include "tool/DrawnSignal.h"
 
 namespace Kvex::Tool {
 
-/// The places at which a stream was, at the first and the last position of each slice of an overview that has its
-/// latitude and longitude: "latitude" and "longitude" in 1e-8 degrees, which is a millimetre, as differences from the
-/// point before, and "slice", which comes twice if there are two points.
-nlohmann::ordered_json drawnPath(const Overview& overview, std::size_t latitude, std::size_t longitude);
+/// The signals that tell where a track was.
+std::vector<Signal> placeSignals(const TrackSignals& track);
+
+/// A track as a page draws it, of an overview that has its `placeSignals`: "stream" and "object"; its places at the
+/// first and the last position of each slice, as "latitude" and "longitude" in 1e-8 degrees, which is a millimetre, as
+/// differences from the place before, and "slice", which comes twice if there are two places; and "breaks" as in
+/// `drawnSignal`.
+nlohmann::ordered_json drawnPath(const TrackSignals& track, const Overview& overview,
+                                 const std::vector<StreamGap>& gaps);
 
 }  // namespace Kvex::Tool

@@ -151,13 +151,9 @@ class Reporter {
       plots.push_back({{"title", plot.title}, {"unit", plot.unit}, {"signals", std::move(lines)}});
     }
     const std::vector<TrackSignals> tracks = file_.tracks();
-    std::vector<std::pair<std::size_t, std::size_t>> places;
     Json trackList = Json::array();
     for (const TrackSignals& track : tracks) {
-      places.emplace_back(draw(track.latitude), draw(track.longitude));
-      trackList.push_back({{"stream", track.stream},
-                           {"latitudes", places.back().first},
-                           {"speed", drawn(track.speed)},
+      trackList.push_back({{"speed", drawn(track.speed)},
                            {"northAccuracy", drawn(track.northAccuracy)},
                            {"eastAccuracy", drawn(track.eastAccuracy)},
                            {"mode", drawn(track.mode)}});
@@ -168,8 +164,14 @@ class Reporter {
     json["plots"] = std::move(plots);
     json["tracks"] = std::move(trackList);
     json["signals"] = Json::array();
-    if (drawn_.empty()) return;
-    const Overview overview = file_.overview(drawn_, kSlices, opened_.watched());
+    std::vector<Signal> seen = drawn_;
+    for (const TrackSignals& track : tracks) {
+      for (const Signal& signal : placeSignals(track)) {
+        if (std::ranges::find(seen, signal) == seen.end()) seen.push_back(signal);
+      }
+    }
+    if (seen.empty()) return;
+    const Overview overview = file_.overview(seen, kSlices, opened_.watched());
     json["slices"] = {{"from", seconds(overview.span().start)},
                       {"width", secondsBetween(overview.span().start, overview.span().end) / kSlices},
                       {"count", kSlices}};
@@ -179,7 +181,7 @@ class Reporter {
       json["signals"].push_back(drawnSignal(drawn_[i], drawnSlices(overview, i), gaps[drawn_[i].stream()]));
     }
     for (std::size_t i = 0; i < tracks.size(); ++i) {
-      json["tracks"][i].update(drawnPath(overview, places[i].first, places[i].second));
+      json["tracks"][i].update(drawnPath(tracks[i], overview, gaps[tracks[i].stream]));
     }
   }
 

@@ -4,6 +4,7 @@
 #include <kvex/File.h>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "tool/Commands.h"
 #include "tool/Messages.h"
@@ -43,29 +44,47 @@ Nano periodOf(const std::string& text) {
   return *period;
 }
 
-/// The stream that was asked for, or the first one that has positions; the others are named.
-TrackSignals chooseTrack(const File& file, const std::optional<std::uint32_t>& asked) {
+/// The tracks of the stream that was asked for, or of the first one that has some; the others are named.
+std::vector<TrackSignals> chooseTracks(const File& file, const std::optional<std::uint32_t>& asked) {
   if (asked) (void)file.stream(*asked);
-  const std::vector<TrackSignals> tracks = file.tracks();
-  const auto found = std::ranges::find_if(
-      tracks, [&](const TrackSignals& track) { return asked.value_or(track.stream) == track.stream; });
-  if (found == tracks.end()) {
+  std::vector<TrackSignals> tracks = file.tracks();
+  std::vector<std::uint32_t> streams;
+  for (const TrackSignals& track : tracks) {
+    if (std::ranges::count(streams, track.stream) == 0) streams.push_back(track.stream);
+  }
+  if (asked) std::erase_if(streams, [&](std::uint32_t stream) { return stream != *asked; });
+  if (streams.empty()) {
     throw Failure(asked ? fmt::format("stream {} has no positions", *asked) : "no stream has positions");
   }
-  if (!asked && tracks.size() > 1) {
-    std::string others;
-    for (std::size_t i = 1; i < tracks.size(); ++i) others += fmt::format("{}{}", i == 1 ? "" : ", ", tracks[i].stream);
-    say("vrel: note: the track is that of stream {}; --stream chooses another one: {}", found->stream, others);
+  if (streams.size() > 1) {
+    say("vrel: note: the track is that of stream {}; --stream chooses another one: {}", streams.front(),
+        fmt::join(streams.begin() + 1, streams.end(), ", "));
   }
-  return *found;
+  std::erase_if(tracks, [&](const TrackSignals& track) { return track.stream != streams.front(); });
+  return tracks;
 }
 
-/// Hands points on, and between them the marks at their times.
+/// What a track is called, and from which signals it was read.
+TrackTexts textsOf(const TrackSignals& signals, const Stream& stream, const std::string& fileName) {
+  const std::string altitude = signals.altitude ? signals.altitude->name() + " in metres" : "is not recorded";
+  const std::string plane = signals.plane ? fmt::format(" on the plane at {} and {}", signals.plane->latitude.name(),
+                                                        signals.plane->longitude.name())
+                                          : "";
+  return {.name = fmt::format("{}, stream {}{}{}", fileName, signals.stream, signals.object.empty() ? "" : ", ",
+                              signals.object),
+          .description = fmt::format("{} {} from {} and {}{}; altitude {}", stream.codec(), stream.name(),
+                                     signals.latitude.name(), signals.longitude.name(), plane, altitude),
+          .modeText = [mode = signals.mode](std::uint8_t value) { return mode ? mode->text(Value(value)) : ""; }};
+}
+
+/// Hands the points of a track on, and between them the marks at their times. A track without points is none.
 class MarkedTrack {
  public:
-  MarkedTrack(TrackFormat& format, std::vector<Event> events) : format_(format), events_(std::move(events)) {}
+  MarkedTrack(TrackFormat& format, TrackTexts texts, std::vector<Event> events)
+      : format_(format), texts_(std::move(texts)), events_(std::move(events)) {}
 
   void add(const TrackPoint& point) {
+    if (!last_) format_.begin(texts_);
     for (; next_ < events_.size() && events_[next_].time <= point.time; ++next_) {
       const Nano time = events_[next_].time;
       // In a gap nobody knows where it was.
@@ -75,10 +94,15 @@ class MarkedTrack {
     format_.addPoint(point);
     last_ = point;
   }
-  bool hasPoints() const { return last_.has_value(); }
+  /// Gives whether it had points.
+  bool end() {
+    if (last_) format_.end();
+    return last_.has_value();
+  }
 
  private:
   TrackFormat& format_;
+  TrackTexts texts_;
   std::vector<Event> events_;
   std::size_t next_ = 0;
   std::optional<TrackPoint> last_;
@@ -87,37 +111,38 @@ class MarkedTrack {
 VrelExit writeTrack(const TrackCommandOptions& options) {
   const TrackFormatRow& row = formatOf(options.output);
   OpenedFile opened(options.file);
-  const TrackSignals signals = chooseTrack(opened.file, options.stream);
+  const std::vector<TrackSignals> tracks = chooseTracks(opened.file, options.stream);
+  const Stream& stream = opened.file.stream(tracks.front().stream);
   const ReadOptions watched = opened.watched();
-  TrackOptions wanted{.stream = signals.stream,
+  TrackOptions wanted{.stream = stream.id(),
                       .period = periodOf(options.period),
                       .tolerance = options.tolerance,
                       .progress = watched.progress,
                       .stop = watched.stop};
   if (options.span.start || options.span.end) {
-    const ChosenSpan span = opened.file.nativeSpan(options.span, {signals.latitude});
+    const ChosenSpan span = opened.file.nativeSpan(options.span, {tracks.front().latitude});
     tellNotes(opened.file, span);
     wanted.start = span.start;
     wanted.end = span.end;
   }
-  const Stream& stream = opened.file.stream(signals.stream);
   const std::string fileName = std::filesystem::path(options.file).filename().string();
-  const TrackTexts texts{
-      .name = fmt::format("{}, stream {}", fileName, signals.stream),
-      .description = fmt::format("{} {} from {} and {}; altitude {}", stream.codec(), stream.name(),
-                                 signals.latitude.name(), signals.longitude.name(),
-                                 signals.altitude ? signals.altitude->name() + " in metres" : "is not recorded"),
-      .modeText = [&](std::uint8_t mode) { return signals.mode ? signals.mode->text(Value(mode)) : std::string(); }};
   Output output(options.output, {.force = options.force});
-  const std::unique_ptr<TrackFormat> format = row.make(output, texts);
-  MarkedTrack track(*format, opened.file
-                                 .events({.kinds = {EventKind::Trigger},
-                                          .streams = {signals.stream},
-                                          .progress = wanted.progress,
-                                          .stop = wanted.stop})
-                                 .list);
-  opened.file.track(wanted, [&](const TrackPoint& point) { track.add(point); });
-  if (!track.hasPoints()) throw Failure(fmt::format("stream {} has no usable position there", signals.stream));
+  const std::unique_ptr<TrackFormat> format = row.make(output, fileName);
+  std::vector<Event> triggers = opened.file
+                                    .events({.kinds = {EventKind::Trigger},
+                                             .streams = {stream.id()},
+                                             .progress = wanted.progress,
+                                             .stop = wanted.stop})
+                                    .list;
+  bool hasPoints = false;
+  for (const TrackSignals& signals : tracks) {
+    // Triggers are those of the stream: one of its tracks has them.
+    MarkedTrack track(*format, textsOf(signals, stream, fileName), std::exchange(triggers, {}));
+    wanted.object = signals.object;
+    opened.file.track(wanted, [&](const TrackPoint& point) { track.add(point); });
+    hasPoints |= track.end();
+  }
+  if (!hasPoints) throw Failure(fmt::format("stream {} has no usable position there", stream.id()));
   format->finish();
   output.finish();
   opened.progress.clear();
@@ -130,6 +155,8 @@ constexpr const char* kTrackHelp =
     ".gpx (GPX 1.1: a segment for each part) or .geojson (RFC 7946: a line for each part, cut at the\n"
     "antimeridian). Trigger events are points. Every usable position of the recording is a point; a gap in the\n"
     "recording or in the positions begins a new part. Altitude is that of the recording.\n\n"
+    "Of a range stream come the paths of the hunter and of each target that has positions, from metres on the\n"
+    "plane at the reference point to degrees by the radii of the ellipsoid there.\n\n"
     "--tolerance leaves out points that lie no farther than M metres from the line between those that stay, by the\n"
     "cone intersection method.";
 
@@ -141,7 +168,7 @@ constexpr const char* kExample =
 
 void addTrackCommand(CLI::App& app, Action& action) {
   const auto options = std::make_shared<TrackCommandOptions>();
-  CLI::App* command = addFileCommand(app, "track", "Write the path of a stream as KML, GPX or GeoJSON", options->file);
+  CLI::App* command = addFileCommand(app, "track", "Write the paths of a stream as KML, GPX or GeoJSON", options->file);
   command->add_option("-o,--output", options->output, "The file to write")->type_name("OUT")->required();
   command->add_option("--stream", options->stream, "The stream; else the first one that has positions")
       ->type_name("ID");

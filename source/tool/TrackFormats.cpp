@@ -30,12 +30,17 @@ constexpr std::array<std::string_view, 7> kColours{"ff739e00", "ffb27200", "ff00
 
 class KmlTrack final : public TrackFormat {
  public:
-  KmlTrack(Output& output, const TrackTexts& texts) : output_(output), texts_(texts) {
+  KmlTrack(Output& output, const std::string& name) : output_(output) {
     output_.write(
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<kml xmlns=\"http://www.opengis.net/kml/2.2\" xmlns:gx=\"http://www.google.com/kml/ext/2.2\">\n"
         "<Document>\n");
-    output_.write(fmt::format("<name>{}</name>\n<description>{}</description>\n", xmlText(texts.name),
+    output_.write(fmt::format("<name>{}</name>\n", xmlText(name)));
+  }
+
+  void begin(const TrackTexts& texts) override {
+    texts_ = &texts;
+    output_.write(fmt::format("<Folder>\n<name>{}</name>\n<description>{}</description>\n", xmlText(texts.name),
                               xmlText(texts.description)));
     output_.write(
         "<Placemark>\n<name>Track with times</name>\n<gx:MultiTrack>\n"
@@ -63,13 +68,16 @@ class KmlTrack final : public TrackFormat {
                     xmlText(mark.text), utcText(mark.place.time), coordinates(mark.place, ",")));
   }
 
-  void finish() override {
+  void end() override {
     endPart();
     output_.write("</gx:MultiTrack>\n</Placemark>\n<Folder>\n<name>Track as lines</name>\n");
     lines_.moveTo(output_);
     output_.write("</Folder>\n<Folder>\n<name>Triggers</name>\n");
     marks_.moveTo(output_);
-    output_.write("</Folder>\n");
+    output_.write("</Folder>\n</Folder>\n");
+  }
+
+  void finish() override {
     for (const std::uint8_t mode : modes_) {
       output_.write(
           fmt::format("<Style id=\"mode-{}\"><LineStyle><color>{}</color><width>3</width></LineStyle></Style>\n", mode,
@@ -105,7 +113,7 @@ class KmlTrack final : public TrackFormat {
     std::string style;
     if (lineMode_) {
       modes_.insert(*lineMode_);
-      style = fmt::format("<name>{}</name>\n<styleUrl>#mode-{}</styleUrl>\n", xmlText(texts_.modeText(*lineMode_)),
+      style = fmt::format("<name>{}</name>\n<styleUrl>#mode-{}</styleUrl>\n", xmlText(texts_->modeText(*lineMode_)),
                           *lineMode_);
     }
     lines_.write(fmt::format("<Placemark>\n{}<LineString>\n<altitudeMode>absolute</altitudeMode>\n<coordinates>{}",
@@ -118,7 +126,7 @@ class KmlTrack final : public TrackFormat {
   }
 
   Output& output_;
-  const TrackTexts& texts_;
+  const TrackTexts* texts_ = nullptr;
   Spool positions_;
   Spool lines_;
   Spool marks_;
@@ -133,14 +141,18 @@ class KmlTrack final : public TrackFormat {
 
 class GpxTrack final : public TrackFormat {
  public:
-  GpxTrack(Output& output, const TrackTexts& texts) : output_(output), texts_(texts) {
+  GpxTrack(Output& output, const std::string& name) : output_(output) {
     output_.write(
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<gpx version=\"1.1\" creator=\"vrel\" xmlns=\"http://www.topografix.com/GPX/1/1\" "
         "xmlns:kvex=\"urn:kvex:track:1\">\n");
-    output_.write(fmt::format("<metadata><name>{}</name><desc>{}</desc></metadata>\n", xmlText(texts.name),
-                              xmlText(texts.description)));
-    points_.write(fmt::format("<trk>\n<name>{}</name>\n", xmlText(texts.name)));
+    output_.write(fmt::format("<metadata><name>{}</name></metadata>\n", xmlText(name)));
+  }
+
+  void begin(const TrackTexts& texts) override {
+    texts_ = &texts;
+    points_.write(
+        fmt::format("<trk>\n<name>{}</name>\n<desc>{}</desc>\n", xmlText(texts.name), xmlText(texts.description)));
   }
 
   void addPoint(const TrackPoint& point) override {
@@ -156,7 +168,7 @@ class GpxTrack final : public TrackFormat {
     add("speed", point.speed);
     add("course", point.course);
     add("accuracy", point.accuracy);
-    if (point.mode) extensions += fmt::format("<kvex:mode>{}</kvex:mode>", xmlText(texts_.modeText(*point.mode)));
+    if (point.mode) extensions += fmt::format("<kvex:mode>{}</kvex:mode>", xmlText(texts_->modeText(*point.mode)));
     if (!extensions.empty()) extensions = "<extensions>" + extensions + "</extensions>";
     points_.write(fmt::format("<trkpt {}{}</trkpt>\n", place(point), extensions));
   }
@@ -166,10 +178,14 @@ class GpxTrack final : public TrackFormat {
     output_.write(fmt::format("<wpt {}<name>{}</name></wpt>\n", place(mark.place), xmlText(mark.text)));
   }
 
-  void finish() override {
+  void end() override {
     endPart();
+    points_.write("</trk>\n");
+  }
+
+  void finish() override {
     points_.moveTo(output_);
-    output_.write("</trk>\n</gpx>\n");
+    output_.write("</gpx>\n");
   }
 
  private:
@@ -187,7 +203,7 @@ class GpxTrack final : public TrackFormat {
   }
 
   Output& output_;
-  const TrackTexts& texts_;
+  const TrackTexts* texts_ = nullptr;
   Spool points_;
   bool inPart_ = false;
 };
@@ -221,9 +237,11 @@ constexpr PointProperty kPointProperties[] = {
 
 class GeoJsonTrack final : public TrackFormat {
  public:
-  GeoJsonTrack(Output& output, const TrackTexts& texts) : output_(output), texts_(texts) {
-    output_.write(fmt::format("{{\"type\":\"FeatureCollection\",\"name\":{},\"features\":[", quoted(texts.name)));
+  GeoJsonTrack(Output& output, const std::string& name) : output_(output) {
+    output_.write(fmt::format("{{\"type\":\"FeatureCollection\",\"name\":{},\"features\":[", quoted(name)));
   }
+
+  void begin(const TrackTexts& texts) override { texts_ = &texts; }
 
   void addPoint(const TrackPoint& point) override {
     if (point.beginsPart) {
@@ -243,8 +261,9 @@ class GeoJsonTrack final : public TrackFormat {
     hasMarks_ = true;
   }
 
+  void end() override { endLine(); }
+
   void finish() override {
-    endLine();
     if (hasMarks_ && hasLines_) output_.write(",");
     marks_.moveTo(output_);
     output_.write("\n]}\n");
@@ -270,7 +289,7 @@ class GeoJsonTrack final : public TrackFormat {
     const std::string_view comma = count_ == 0 ? "" : ",";
     coordinates_.write(fmt::format("{}[{}]", comma, coordinates(point, ",")));
     for (std::size_t i = 0; i < properties_.size(); ++i) {
-      properties_[i].write(fmt::format("{}{}", comma, kPointProperties[i].text(point, texts_)));
+      properties_[i].write(fmt::format("{}{}", comma, kPointProperties[i].text(point, *texts_)));
     }
     ++count_;
   }
@@ -283,9 +302,9 @@ class GeoJsonTrack final : public TrackFormat {
                                 hasLines_ ? "," : "", isPoint ? "Point" : "LineString"));
       output_.write(isPoint ? "" : "[");
       coordinates_.moveTo(output_);
-      output_.write(isPoint ? "},\"properties\":{" : "]},\"properties\":{");
+      output_.write(fmt::format("{}}},\"properties\":{{\"track\":{}", isPoint ? "" : "]", quoted(texts_->name)));
       for (std::size_t i = 0; i < properties_.size(); ++i) {
-        output_.write(fmt::format("{}\"{}\":[", i == 0 ? "" : ",", kPointProperties[i].name));
+        output_.write(fmt::format(",\"{}\":[", kPointProperties[i].name));
         properties_[i].moveTo(output_);
         output_.write("]");
       }
@@ -297,7 +316,7 @@ class GeoJsonTrack final : public TrackFormat {
   }
 
   Output& output_;
-  const TrackTexts& texts_;
+  const TrackTexts* texts_ = nullptr;
   Spool coordinates_;
   std::array<Spool, std::size(kPointProperties)> properties_;
   Spool marks_;
@@ -308,8 +327,8 @@ class GeoJsonTrack final : public TrackFormat {
 };
 
 template <class Format>
-std::unique_ptr<TrackFormat> make(Output& output, const TrackTexts& texts) {
-  return std::make_unique<Format>(output, texts);
+std::unique_ptr<TrackFormat> make(Output& output, const std::string& name) {
+  return std::make_unique<Format>(output, name);
 }
 
 constexpr TrackFormatRow kFormats[] = {

@@ -24,19 +24,23 @@ struct TrackMark {
   std::string text;
 };
 
-/// Writes a track in a format of maps: its points and marks in order of time, then the end.
+/// Writes tracks in a format of maps, one after the other: the points and marks of each in order of time, then the end.
 class TrackFormat {
  public:
   virtual ~TrackFormat() = default;
+  /// What the texts are of stays until the next track begins or all is finished.
+  virtual void begin(const TrackTexts& texts) = 0;
   virtual void addPoint(const TrackPoint& point) = 0;
   virtual void addMark(const TrackMark& mark) = 0;
+  virtual void end() = 0;
+  /// The end of all tracks.
   virtual void finish() = 0;
 };
 
-/// A format with the ending of its files.
+/// A format with the ending of its files. The whole of what is written has a name too.
 struct TrackFormatRow {
   std::string_view ending;
-  std::unique_ptr<TrackFormat> (*make)(Output& output, const TrackTexts& texts);
+  std::unique_ptr<TrackFormat> (*make)(Output& output, const std::string& name);
 };
 
 /// KML 2.2, GPX 1.1 and GeoJSON (RFC 7946).

@@ -219,13 +219,11 @@ void ViewedFile::tracks(const StillWanted& wanted, const Emit& emit) {
   if (tracks_.empty()) {
     Json list = Json::array();
     for (const TrackSignals& track : file_.tracks()) {
-      const Overview overview = file_.overview({track.latitude, track.longitude}, kTrackSlices, reading(wanted));
-      Json path = drawnPath(overview, 0, 1);
-      path["stream"] = track.stream;
+      const Overview overview = file_.overview(placeSignals(track), kTrackSlices, reading(wanted));
+      Json path = drawnPath(track, overview, {});
       const DrawnSlices slices = drawnSlices(overview, 0);
       path["from"] = secondsOf(slices.start);
       path["width"] = slices.width / 1e9;
-      path["breaks"] = drawnSignal(track.latitude, slices, {})["breaks"];
       list.push_back(std::move(path));
     }
     tracks_ = jsonText(list);

@@ -132,6 +132,42 @@ TEST(TrackTest, HasThePositionsOfTheRecording) {
   }
 }
 
+TEST(LocalPlaneTest, XLeadsAlongTheHeadingAndYToItsLeft) {
+  for (const double heading : {0.0, 37.0, 90.0, 200.0, 359.0}) {
+    for (const double longitude : {8.0, 179.9999}) {
+      const LocalPlane plane{.latitude = 50, .longitude = longitude, .altitude = 100, .heading = heading};
+      const auto at = [&](double x, double y) {
+        const auto [latitude, east] = plane.place(x, y);
+        return offsetBetween({.latitude = 50, .longitude = longitude}, {.latitude = latitude, .longitude = east});
+      };
+      const Offset ahead = at(40, 0);
+      const Offset left = at(0, 30);
+      const double course = std::atan2(ahead.east, ahead.north) * 180 / std::numbers::pi;
+      EXPECT_NEAR(std::remainder(course - heading, 360.0), 0, 1e-4);
+      EXPECT_NEAR(std::hypot(ahead.east, ahead.north), 40, 1e-3);
+      EXPECT_NEAR(ahead.north * left.east - ahead.east * left.north, -40 * 30, 0.1);  // a quarter turn to the left
+      EXPECT_NEAR(ahead.north * left.north + ahead.east * left.east, 0, 0.1);
+    }
+  }
+}
+
+TEST(TrackTest, PlacesTargetsWhereTheirRangesSay) {
+  File file(std::string(KVEX_TEST_DATA) + "/range_file_11.yeld");
+  const auto pathOf = [&](const std::string& object) { return trackOf(file, {.object = object}); };
+  const std::vector<TrackPoint> hunter = pathOf("Hunter");
+  const std::vector<TrackPoint> target = pathOf("Target1");
+  ASSERT_FALSE(hunter.empty());
+  ASSERT_FALSE(target.empty());
+  const Signal latitude = file.signal("Hunter_RefLat");
+  const Batch reference = *file.native({latitude, file.signal("Hunter_RefLon")}).begin();
+  for (const TrackPoint& point : target) {
+    const Offset offset =
+        offsetBetween({.latitude = reference.column<double>(0)[0], .longitude = reference.column<double>(1)[0]}, point);
+    EXPECT_LT(std::hypot(offset.east, offset.north), 10'000);
+  }
+  EXPECT_THROW(pathOf("Target9"), Error);
+}
+
 TEST(TrackTest, BeginsAPartBehindAGap) {
   std::ifstream in(std::string(KVEX_TEST_DATA) + "/nav_recording_11.vrel", std::ios::binary);
   std::string bytes((std::istreambuf_iterator<char>(in)), {});

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <kvex/File.h>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <regex>
 #include <sstream>
@@ -37,9 +38,13 @@ std::string written(std::string_view ending, const std::vector<TrackPoint>& poin
   const std::string path = scratchPath("track" + std::string(ending));
   Output output(path);
   const auto row = std::ranges::find(trackFormats(), ending, &TrackFormatRow::ending);
-  const auto format = row->make(output, kTexts);
-  for (const TrackPoint& each : points) format->addPoint(each);
-  for (const TrackMark& mark : marks) format->addMark(mark);
+  const auto format = row->make(output, kTexts.name);
+  if (!points.empty()) {
+    format->begin(kTexts);
+    for (const TrackPoint& each : points) format->addPoint(each);
+    for (const TrackMark& mark : marks) format->addMark(mark);
+    format->end();
+  }
   format->finish();
   output.finish();
   return contentsOf(path);
@@ -112,7 +117,9 @@ TEST(TrackFormatsTest, GeoJsonCutsLinesAtTheAntimeridian) {
   EXPECT_EQ(json["features"][1]["geometry"]["coordinates"],
             Json::parse("[[-180.0,11.0,12.5],[-179.0,12.0,12.5],[-178.0,12.0,12.5]]"));
   for (const Json& feature : json["features"]) {
+    EXPECT_THAT(feature["properties"]["track"].get<std::string>(), testing::StartsWith("a <run>"));
     for (const auto& [name, values] : feature["properties"].items()) {
+      if (name == "track") continue;
       EXPECT_EQ(values.size(), feature["geometry"]["coordinates"].size()) << name;
     }
   }
@@ -155,6 +162,34 @@ TEST(TrackCommandTest, WritesTheFormatOfTheEnding) {
     const auto result = run(one.arguments);
     EXPECT_EQ(result.exitCode, one.exitCode) << one.arguments << result.errors;
     EXPECT_THAT(result.errors, testing::HasSubstr(one.message)) << one.arguments;
+  }
+}
+
+TEST(TrackCommandTest, WritesTheHunterAndEachTargetOfARangeStream) {
+  const std::string out = scratchPath("range.geojson");
+  const std::string input = dataPath("range_file_11.yeld");
+  const auto result = Support::runCommand("vrel", "track '" + input + "' -o " + out);
+  ASSERT_LE(result.exitCode, 3) << result.errors;
+  std::map<std::string, std::size_t> points;
+  for (const Json& feature : Json::parse(contentsOf(out))["features"]) {
+    if (feature["properties"].contains("track")) {
+      points[feature["properties"]["track"]] += feature["properties"]["times"].size();
+    }
+  }
+  File file(input);
+  std::map<std::string, std::size_t> expected;
+  for (const TrackSignals& track : file.tracks()) {
+    file.track({.stream = track.stream, .object = track.object}, [&](const TrackPoint&) {
+      ++expected["range_file_11.yeld, stream " + std::to_string(track.stream) + ", " + track.object];
+    });
+  }
+  EXPECT_GE(expected.size(), 2U);
+  EXPECT_EQ(points, expected);
+  for (const char* ending : {".kml", ".gpx"}) {
+    const std::string path = scratchPath("range") + ending;
+    ASSERT_LE(Support::runCommand("vrel", "track '" + input + "' -o " + path).exitCode, 3);
+    EXPECT_TRUE(isNested(contentsOf(path))) << ending;
+    EXPECT_EQ(countOf(contentsOf(path), ending == std::string(".kml") ? "<gx:MultiTrack>" : "<trk>"), expected.size());
   }
 }
 

@@ -24,11 +24,19 @@ export interface Slices {
 }
 
 /** Places in 1e-8 degrees, each as the difference from the one before. A slice with two points has its first position
- * and its last one. */
+ * and its last one. `object` says what moves, where a stream tells of several; to the slices of `breaks` no line leads. */
 export interface DrawnPath {
+  stream: number;
+  object: string;
   latitude: number[];
   longitude: number[];
   slice: number[];
+  breaks: number[];
+}
+
+/** "2", or "0, Target1". */
+export function pathName({ stream, object }: DrawnPath): string {
+  return object ? `${stream}, ${object}` : String(stream);
 }
 
 /** Whether a signal has any value to draw. */
@@ -80,17 +88,15 @@ export function planeOf(paths: DrawnPath[]): LocalPlane | null {
   return new LocalPlane(running(first.latitude)[middle] / 1e8, running(first.longitude)[middle] / 1e8);
 }
 
-/** `breaks`: the slices to which no line leads. */
 export function pathOf(
   drawn: DrawnPath,
   slices: Slices,
-  breaks: number[],
   plane: LocalPlane,
   style: { name: string; colour: string },
 ): Path {
   const longitudes = running(drawn.longitude);
   const places = running(drawn.latitude).map((latitude, i) => plane.place(latitude / 1e8, longitudes[i] / 1e8));
-  const broken = new Set(breaks);
+  const broken = new Set(drawn.breaks);
   return {
     ...style,
     times: drawn.slice.map((slice, i) => slices.from + (slice + placeInSlice(drawn.slice, i)) * slices.width),

@@ -77,9 +77,6 @@ export interface EventFacts {
 }
 
 export interface Track extends DrawnPath {
-  stream: number;
-  /** The place in `signals` of the latitude, whose gaps are those of the path. */
-  latitudes: number;
   speed: number | null;
   northAccuracy: number | null;
   eastAccuracy: number | null;

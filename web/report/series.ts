@@ -1,7 +1,7 @@
 // From what the page carries to what is drawn.
 
 import { lineColour, lineDash, rampColour } from "../parts/colours.ts";
-import { type DrawnSignal, lineOf, pathOf, valuesOf } from "../parts/drawn.ts";
+import { type DrawnSignal, lineOf, pathName, pathOf, valuesOf } from "../parts/drawn.ts";
 import type { LocalPlane } from "../parts/geo.ts";
 import { type Line, entryAt } from "../parts/line.ts";
 import { fixed } from "../parts/numbers.ts";
@@ -102,8 +102,11 @@ export class Modes {
 }
 
 export function trackPath(part: Part, track: Track, plane: LocalPlane): Path {
-  const style = { name: String(track.stream), colour: streamColour(part, track.stream) };
-  return pathOf(track, part.slices!, part.signals![track.latitudes].breaks, plane, style);
+  // Objects of one stream are told apart.
+  const colour = track.object
+    ? lineColour(part.streams.length + part.tracks!.indexOf(track))
+    : streamColour(part, track.stream);
+  return pathOf(track, part.slices!, plane, { name: pathName(track), colour });
 }
 
 /** By mode, where a stream has one, then by stream, speed and accuracy. */

@@ -5,7 +5,7 @@ import "../parts/style.css";
 import "./style.css";
 import { lineColour } from "../parts/colours.ts";
 import { element } from "../parts/dom.ts";
-import { lineOf, pathOf, planeOf } from "../parts/drawn.ts";
+import { lineOf, pathName, pathOf, planeOf } from "../parts/drawn.ts";
 import { type Line, entryText, valueEntryAt } from "../parts/line.ts";
 import { clockText, fixed, utcText } from "../parts/numbers.ts";
 import { Plot } from "../parts/plot.ts";
@@ -83,8 +83,8 @@ class Viewer {
       return;
     }
     const paths = drawn.map(({ file, path }, index) => {
-      const name = this.all.length > 1 ? `${file + 1}, ${path.stream}` : String(path.stream);
-      return pathOf(path, path, path.breaks, plane, { name, colour: lineColour(index) });
+      const name = this.all.length > 1 ? `${file + 1}, ${pathName(path)}` : pathName(path);
+      return pathOf(path, path, plane, { name, colour: lineColour(index) });
     });
     const legend = paths.map(({ name, colour }) => ({ colour, text: `stream ${name}` }));
     const view = new TrackView(this.axis, plane, paths, [{ name: "stream", colour: () => null, legend }], [], null);

@@ -23,7 +23,7 @@ export interface SignalFacts {
 }
 
 export type SlicedSignal = DrawnSignal & Slices;
-export type SlicedPath = DrawnPath & Slices & { stream: number; breaks: number[] };
+export type SlicedPath = DrawnPath & Slices;
 
 async function answerTo(path: string, signal?: AbortSignal): Promise<Response> {
   const response = await fetch(path, { signal });

@@ -149,29 +149,38 @@ void addLeads(const std::string& written, Nano start, const OpenedFile& file, Cu
   }
 }
 
+/// The names of those signals of a stream that have a usable value at a time.
+std::set<std::string> knownAt(File& file, const std::vector<Signal>& signals, Nano time) {
+  std::set<std::string> names;
+  if (signals.empty()) return names;
+  for (const Batch& batch : file.grid(signals, Grid::at({time}))) {
+    for (std::size_t column = 0; column < batch.columns(); ++column) {
+      if (bitAt(batch.buffers(column).validity, 0)) names.insert(batch.signals()[column].name());
+    }
+  }
+  return names;
+}
+
+std::vector<Signal> scalarsOf(const Stream& stream) {
+  std::vector<Signal> scalars;
+  if (!stream.hasTime()) return scalars;
+  std::ranges::copy_if(stream.signals(), std::back_inserter(scalars), [](const Signal& s) { return !s.isArray(); });
+  return scalars;
+}
+
 /// The signals that are known at a time in one file and not in the other.
 std::vector<std::string> lostSignals(File& original, File& cut, const Stream& stream, Nano time) {
-  const auto sameSerial = [&](const Stream& s) { return s.serial() == stream.serial(); };
-  const auto twin = std::ranges::find_if(cut.streams(), sameSerial);
+  const auto twin = std::ranges::find(cut.streams(), stream.serial(), [](const Stream& s) { return s.serial(); });
   std::set<std::string> kept;
-  const auto known = [&](File& file, const Stream& ofFile) {
-    std::vector<std::string> names;
-    std::vector<Signal> scalars;
-    std::ranges::copy_if(ofFile.signals(), std::back_inserter(scalars), [](const Signal& s) { return !s.isArray(); });
-    if (scalars.empty() || !ofFile.hasTime()) return names;
-    for (const Batch& batch : file.grid(scalars, Grid::at({time}))) {
-      for (std::size_t column = 0; column < batch.columns(); ++column) {
-        if (bitAt(batch.buffers(column).validity, 0)) names.push_back(batch.signals()[column].name());
-      }
-    }
-    return names;
-  };
-  if (twin != cut.streams().end()) {
-    const std::vector<std::string> names = known(cut, *twin);
-    kept.insert(names.begin(), names.end());
+  if (twin != cut.streams().end()) kept = knownAt(cut, scalarsOf(*twin), time);
+  // Of the long way from the start of the original only those are read that may be lost.
+  std::vector<Signal> missing = scalarsOf(stream);
+  std::erase_if(missing, [&](const Signal& signal) { return kept.contains(signal.name()); });
+  const std::set<std::string> known = knownAt(original, missing, time);
+  std::vector<std::string> lost;
+  for (const Signal& signal : missing) {
+    if (known.contains(signal.name())) lost.push_back(signal.name());
   }
-  std::vector<std::string> lost = known(original, stream);
-  std::erase_if(lost, [&](const std::string& name) { return kept.contains(name); });
   return lost;
 }
 

@@ -208,6 +208,53 @@ TEST(CutTest, RefusesASpanWhoseTimesAreKnownLaterAndSaysWhichWouldDo) {
   }
 }
 
+/// Counts ten times a second for some minutes, with a setting that is sent once, at the start.
+std::string recordingWithAnEarlySetting() {
+  constexpr Nano kStart = 1'384'035'200'000'000'000;
+  Synth::ZintDefinition definition = Testing::countDefinition();
+  definition.signals.push_back({.id = 3, .name = "Setting", .bitOffset = 64, .bitSize = 32, .base = "U"});
+  definition.messages.push_back({.id = 2, .signals = {1, 3}});
+  std::ostringstream out;
+  Synth::RecordingWriter writer(out);
+  Com::LogicalWriter& stream = writer.addStream(
+      {.serial = 1, .primary = Com::primaryText("[Kvex-Zint]", 1), .headers = {definition.headerPacket()}});
+  stream.writeHeader();
+  for (std::uint32_t i = 0; i < 2000; ++i) {
+    const Nano time = kStart + i * kNanosPerSecond / 10;
+    if (i == 50) {
+      Synth::ZintPacket setting(2, 12);
+      setting.setBits(0, 64, static_cast<std::uint64_t>(time));
+      setting.setBits(64, 32, 7);
+      stream.add(setting.bytes());
+    }
+    stream.add(Testing::countPacket(time, i));
+  }
+  writer.end();
+  return out.str();
+}
+
+TEST(CutTest, NamesWhatWasSentOnlyBeforeTheLead) {
+  const TempFile source("cut-early.vrel", recordingWithAnEarlySetting());
+  const TempFile out("cut-early-out.vrel");
+  File file(source.path());
+  const auto cut = [&](std::optional<Nano> lead) {
+    CutOptions options;
+    options.force = true;
+    options.start = file.span().start + 150 * kNanosPerSecond;
+    options.lead = lead;
+    return file.cut(out.path(), options).streams.at(0);
+  };
+  const CutStream lost = cut(std::nullopt);
+  EXPECT_EQ(lost.lostSignals, std::vector<std::string>{"Setting"});
+  EXPECT_LE(lost.lead, 60 * kNanosPerSecond);
+  const CutStream kept = cut(146 * kNanosPerSecond);
+  EXPECT_THAT(kept.lostSignals, IsEmpty());
+  EXPECT_GT(kept.lead, 144 * kNanosPerSecond);
+  File whole(out.path());
+  Reader rows = whole.grid({whole.signal("Setting")}, Grid::at({whole.span().end - 1}));
+  EXPECT_EQ((*rows.begin()).value(0, 0).text(), "7");
+}
+
 TEST(CutTest, CommandKeepsHeadersAndAPlainStructure) {
   const TempFile source("cut-cmd.vrel");
   const TempFile out("cut-cmd-out.vrel");

@@ -158,8 +158,8 @@ TEST(TrackTest, PlacesTargetsWhereTheirRangesSay) {
   const std::vector<TrackPoint> target = pathOf("Target1");
   ASSERT_FALSE(hunter.empty());
   ASSERT_FALSE(target.empty());
-  const Signal latitude = file.signal("Hunter_RefLat");
-  const Batch reference = *file.native({latitude, file.signal("Hunter_RefLon")}).begin();
+  Reader references = file.native({file.signal("Hunter_RefLat"), file.signal("Hunter_RefLon")});
+  const Batch& reference = *references.begin();
   for (const TrackPoint& point : target) {
     const Offset offset =
         offsetBetween({.latitude = reference.column<double>(0)[0], .longitude = reference.column<double>(1)[0]}, point);

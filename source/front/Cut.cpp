@@ -86,10 +86,9 @@ class Cutter {
     RecordingSource source(file_.path, watch_, static_cast<std::size_t>(seen));
     std::map<const SourceStream*, Copied> copies;
     for (const SourceStream& stream : source.streams()) {
-      const Com::RawHeader& header = stream.copy.header();
-      if (!isChosen(stream) || !stream.copy.headerSettled()) continue;
+      if (!isChosen(stream) || !stream.canBeCopied()) continue;
       Copied& copy = copies[&stream];
-      copy.writer = &output.addStream(Com::copyForm(stream.copy.serial(), header.primary, header.headers));
+      copy.writer = &output.addStream(stream.copyForm());
       const auto plan = plans.find(stream.copy.serial());
       if (plan != plans.end()) copy.plan = &plan->second;
     }

@@ -68,14 +68,15 @@ class Input {
       renamed.emplace(serial, free);
     }
     for (const SourceStream& stream : source_.streams()) {
-      if (!stream.copy.headerWhole()) continue;
+      if (!stream.canBeCopied()) continue;
       const auto found = renamed.find(stream.copy.serial());
       const std::uint32_t serial = found == renamed.end() ? stream.copy.serial() : found->second;
-      std::vector<std::string> headers;
-      for (const std::string& header : stream.copy.header().headers) headers.push_back(withSerials(header, renamed));
+      Com::StreamForm form = stream.copyForm();
+      form.serial = serial;
+      for (std::string& header : form.headers) header = withSerials(header, renamed);
       Merged& merged = streams_[&stream];
       merged.report = {.input = number_, .serial = stream.copy.serial(), .newSerial = serial};
-      merged.writer = &output.addStream(Com::copyForm(serial, stream.copy.header().primary, std::move(headers)));
+      merged.writer = &output.addStream(std::move(form));
       merged.decoder = stream.makeDecoder();
     }
   }

@@ -25,6 +25,16 @@ const Sto::Codec* codecOf(const ogg_page& page) {
   return found == codecs.end() ? nullptr : &*found;
 }
 
+/// The primary packet with another number of header packets.
+std::string withHeaderCount(std::string primary, std::size_t count) {
+  constexpr std::string_view kKey = "headers=";
+  const std::size_t key = primary.find(kKey);
+  if (key == std::string::npos) return primary;
+  const std::size_t value = key + kKey.size();
+  const std::size_t end = std::min(primary.find_first_not_of("0123456789", value), primary.size());
+  return primary.replace(value, end - value, std::to_string(count));
+}
+
 }  // namespace
 
 void WriteWatch::check() const {
@@ -37,6 +47,23 @@ void WriteWatch::moved(double fraction) {
   if (now - reportedAt_ < kProgressInterval) return;
   reportedAt_ = now;
   options_.progress({Activity::Writing, std::clamp((passesDone_ + fraction) / passes_, 0.0, 1.0)});
+}
+
+Com::StreamForm SourceStream::copyForm() const {
+  const Com::RawHeader& header = copy.header();
+  const std::size_t count = header.headers.size();
+  std::string primary = header.primary;
+  if (!saysItsKind()) {
+    primary = Com::primaryText(Sto::primaryTag(codec->code), count);
+  } else if (!copy.headerWhole()) {
+    primary = withHeaderCount(primary, count);
+  }
+  return Com::copyForm(copy.serial(), std::move(primary), header.headers);
+}
+
+/// The first packet may be torn where the first page is not.
+bool SourceStream::saysItsKind() const {
+  return codec == nullptr || copy.header().primary.starts_with(Sto::primaryTag(codec->code));
 }
 
 std::unique_ptr<Sto::Stream> SourceStream::makeDecoder() const {

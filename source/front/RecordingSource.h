@@ -10,6 +10,7 @@
 
 #include "library/InputFile.h"
 #include "recording/CopiedStream.h"
+#include "recording/LogicalWriter.h"
 #include "recording/PageReader.h"
 #include "store/Codec.h"
 #include "store/LogicalVrel.h"
@@ -45,8 +46,17 @@ struct SourceStream {
   SourceStream(std::uint32_t serial, const Sto::Codec* streamCodec)
       : copy(serial, streamCodec == nullptr), codec(streamCodec) {}
 
+  /// Whether there is a header to copy: a whole one, or a broken one that still defines what its packets mean.
+  bool canBeCopied() const { return hasWholeHeader() || makeDecoder() != nullptr; }
+  /// How its copy begins. A broken header is mended so that it announces what is there of it.
+  Com::StreamForm copyForm() const;
+
   /// A stream of the store with this header; null where the header has not what the protocol needs, or is not there.
   std::unique_ptr<Sto::Stream> makeDecoder() const;
+
+ private:
+  bool saysItsKind() const;
+  bool hasWholeHeader() const { return copy.headerWhole() && saysItsKind(); }
 };
 
 /// A recording whose packets are copied, as it lies in its file: no more of it is held than its headers and begun

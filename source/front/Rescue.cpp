@@ -3,7 +3,6 @@
 #include <kvex/File.h>
 #include <kvex/Writing.h>
 #include <map>
-#include <string_view>
 #include <utility>
 
 #include "front/OpenedFile.h"
@@ -21,16 +20,6 @@ using Front::SourceStream;
 
 constexpr unsigned kPasses = 2;
 
-/// The primary packet with another number of header packets.
-std::string withHeaderCount(std::string primary, std::size_t count) {
-  constexpr std::string_view kKey = "headers=";
-  const std::size_t key = primary.find(kKey);
-  if (key == std::string::npos) return primary;
-  const std::size_t value = key + kKey.size();
-  const std::size_t end = std::min(primary.find_first_not_of("0123456789", value), primary.size());
-  return primary.replace(value, end - value, std::to_string(count));
-}
-
 /// One stream on its way from the damaged recording to the sound one.
 class Rescued {
  public:
@@ -38,14 +27,8 @@ class Rescued {
     found_.serial = source.copy.serial();
     if (source.codec != nullptr)
       found_.codec = std::string(Lib::kStreamCodecNames.name(static_cast<std::uint8_t>(source.codec->code)));
-    // A header that is broken but still defines what its packets mean is as good as a whole one.
-    found_.saved = source.copy.headerWhole() || (!source.copy.isForeign() && source.makeDecoder() != nullptr);
-    if (!found_.saved) return;
-    const Com::RawHeader& header = source.copy.header();
-    const bool whole = source.copy.headerWhole();
-    writer_ = &output.addStream(
-        Com::copyForm(found_.serial, whole ? header.primary : withHeaderCount(header.primary, header.headers.size()),
-                      header.headers));
+    found_.saved = source.canBeCopied();
+    if (found_.saved) writer_ = &output.addStream(source.copyForm());
   }
 
   const SourceStream& source() const { return source_; }

@@ -125,9 +125,8 @@ class Cutter {
 };
 
 /// The streams of a cut whose times are not those that they have in the file that was cut.
-std::vector<std::uint32_t> wrongTimes(const std::string& written, const Plans& plans, WriteWatch& watch) {
+std::vector<std::uint32_t> wrongTimes(OpenedFile& cut, const Plans& plans, WriteWatch& watch) {
   std::vector<std::uint32_t> wrong;
-  OpenedFile cut(written, {});
   for (const auto& [serial, plan] : plans) {
     const auto found = std::ranges::find(cut.streams, serial, [](const Stream& s) { return s.serial(); });
     const bool hasPackets = plan.range.first + plan.ahead < plan.range.end;
@@ -138,8 +137,7 @@ std::vector<std::uint32_t> wrongTimes(const std::string& written, const Plans& p
   return wrong;
 }
 
-void addLeads(const std::string& written, Nano start, const OpenedFile& file, CutReport& report) {
-  const OpenedFile cut(written, {});
+void addLeads(const OpenedFile& cut, Nano start, const OpenedFile& file, CutReport& report) {
   for (const Stream& stream : cut.streams) {
     const auto original = std::ranges::find(file.streams, stream.serial(), [](const Stream& s) { return s.serial(); });
     const auto entry = std::ranges::find(report.streams, original->id(), &CutStream::id);
@@ -224,7 +222,8 @@ std::string advice(Cutter& cutter, OpenedFile& file, const CutSpan& refused, con
     try {
       // Never brought to its place: what ends the writing is thrown.
       cutter.write(probe, plans, [&](const std::string& written) {
-        if (wrongTimes(written, plans, watch).empty()) throw Found();
+        OpenedFile cut(written, {});
+        if (wrongTimes(cut, plans, watch).empty()) throw Found();
         throw Error(ErrorCode::Refused, "");
       });
     } catch (const Found&) {
@@ -263,12 +262,16 @@ CutReport cutFile(File& original, const std::shared_ptr<OpenedFile>& file, const
   struct Refused {};
   try {
     cutter.write(out, plans, [&](const std::string& written) {
-      wrong = wrongTimes(written, plans, watch);
-      addLeads(written, span.start, *file, report);
-      if (!wrong.empty()) throw Refused();
+      {
+        OpenedFile cut(written, {});
+        wrong = wrongTimes(cut, plans, watch);
+        if (!wrong.empty()) throw Refused();
+        addLeads(cut, span.start, *file, report);
+      }
+      if (std::ranges::none_of(plans, [](const auto& entry) { return entry.second.losesKinds; })) return;
+      File cut(written);
       for (const auto& [serial, plan] : plans) {
         if (!plan.losesKinds) continue;
-        File cut(written);
         const auto stream = std::ranges::find(report.streams, plan.id, &CutStream::id);
         stream->lostSignals = lostSignals(original, cut, file->streams[plan.id], span.start);
       }

@@ -93,17 +93,25 @@ RecordingSource::RecordingSource(std::string path, WriteWatch& watch, std::size_
 }
 
 void RecordingSource::meetPage(const ogg_page& page) {
+  if (ogg_page_bos(&page) != 0) meetFirstPage(page);
+  const auto found = bySerial_.find(static_cast<std::uint32_t>(ogg_page_serialno(&page)));
+  if (found != bySerial_.end()) found->second->copy.readHeader(page);
+}
+
+void RecordingSource::meetFirstPage(const ogg_page& page) {
   const auto serial = static_cast<std::uint32_t>(ogg_page_serialno(&page));
-  auto found = bySerial_.find(serial);
-  if (found == bySerial_.end()) {
-    if (!ogg_page_bos(&page)) return;
-    const Sto::Codec* codec = codecOf(page);
-    const std::size_t alike = codec == nullptr ? foreign_ : streams_.size() - foreign_;
-    if (alike >= kMaxStreams) return;
-    foreign_ += codec == nullptr ? 1 : 0;
-    found = bySerial_.emplace(serial, &streams_.emplace_back(serial, codec)).first;
+  const Sto::Codec* codec = codecOf(page);
+  if (const auto known = bySerial_.find(serial); known != bySerial_.end()) {
+    if (codec == nullptr || known->second->codec != nullptr) return;
+    // A foreign page strayed ahead of it: for every reader the stream begins here.
+    streams_.erase(known->second);
+    bySerial_.erase(known);
+    --foreign_;
   }
-  found->second->copy.readHeader(page);
+  const std::size_t alike = codec == nullptr ? foreign_ : streams_.size() - foreign_;
+  if (alike >= kMaxStreams) return;
+  foreign_ += codec == nullptr ? 1 : 0;
+  bySerial_.emplace(serial, streams_.emplace(streams_.end(), serial, codec));
 }
 
 void RecordingSource::restart() {

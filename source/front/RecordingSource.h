@@ -2,8 +2,8 @@
 
 #include <chrono>
 #include <cstdint>
-#include <deque>
 #include <kvex/Writing.h>
+#include <list>
 #include <map>
 #include <memory>
 #include <string>
@@ -68,8 +68,8 @@ class RecordingSource {
   RecordingSource(std::string path, WriteWatch& watch, std::size_t streams = SIZE_MAX);
 
   const std::string& path() const { return path_; }
-  std::deque<SourceStream>& streams() { return streams_; }
-  const std::deque<SourceStream>& streams() const { return streams_; }
+  std::list<SourceStream>& streams() { return streams_; }
+  const std::list<SourceStream>& streams() const { return streams_; }
 
   /// Begins to read all pages from the start. The headers are read.
   void restart();
@@ -112,13 +112,14 @@ class RecordingSource {
   static constexpr std::size_t kMaxStreams = 1024;  ///< Of Kvex's kinds, and of others.
 
   void meetPage(const ogg_page& page);
+  void meetFirstPage(const ogg_page& page);
 
   std::string path_;
   WriteWatch& watch_;
   Lib::InputFile file_;
   Com::PageReader reader_;
-  std::deque<SourceStream> streams_;  ///< In the order of their first pages.
-  std::map<std::uint32_t, SourceStream*> bySerial_;
+  std::list<SourceStream> streams_;  ///< In the order of their first pages.
+  std::map<std::uint32_t, std::list<SourceStream>::iterator> bySerial_;
   std::size_t foreign_ = 0;
   std::uint64_t pages_ = 0;
   std::uint64_t unclaimed_ = 0;

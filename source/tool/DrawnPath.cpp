@@ -73,14 +73,15 @@ class Placer {
 
 }  // namespace
 
-std::vector<Signal> placeSignals(const TrackSignals& track) {
-  std::vector<Signal> signals{track.latitude, track.longitude};
-  if (!track.plane) return signals;
-  for (const auto& signal : {std::optional(track.plane->latitude), std::optional(track.plane->longitude),
-                             track.plane->altitude, std::optional(track.plane->heading)}) {
-    if (signal) signals.push_back(*signal);
+void addPlaceSignals(const TrackSignals& track, std::vector<Signal>& signals) {
+  std::vector<Signal> wanted{track.latitude, track.longitude};
+  if (const auto& plane = track.plane) {
+    wanted.insert(wanted.end(), {plane->latitude, plane->longitude, plane->heading});
+    if (plane->altitude) wanted.push_back(*plane->altitude);
   }
-  return signals;
+  for (const Signal& signal : wanted) {
+    if (std::ranges::find(signals, signal) == signals.end()) signals.push_back(signal);
+  }
 }
 
 Json drawnPath(const TrackSignals& track, const Overview& overview, const std::vector<StreamGap>& gaps) {

@@ -9,10 +9,10 @@
 
 namespace Kvex::Tool {
 
-/// The signals that tell where a track was.
-std::vector<Signal> placeSignals(const TrackSignals& track);
+/// Adds the signals that tell where a track was to those that are there.
+void addPlaceSignals(const TrackSignals& track, std::vector<Signal>& signals);
 
-/// A track as a page draws it, of an overview that has its `placeSignals`: "stream" and "object"; its places at the
+/// A track as a page draws it, of an overview that has its place signals: "stream" and "object"; its places at the
 /// first and the last position of each slice, as "latitude" and "longitude" in 1e-8 degrees, which is a millimetre, as
 /// differences from the place before, and "slice", which comes twice if there are two places; and "breaks" as in
 /// `drawnSignal`.

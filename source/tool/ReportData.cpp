@@ -165,11 +165,7 @@ class Reporter {
     json["tracks"] = std::move(trackList);
     json["signals"] = Json::array();
     std::vector<Signal> seen = drawn_;
-    for (const TrackSignals& track : tracks) {
-      for (const Signal& signal : placeSignals(track)) {
-        if (std::ranges::find(seen, signal) == seen.end()) seen.push_back(signal);
-      }
-    }
+    for (const TrackSignals& track : tracks) addPlaceSignals(track, seen);
     if (seen.empty()) return;
     const Overview overview = file_.overview(seen, kSlices, opened_.watched());
     json["slices"] = {{"from", seconds(overview.span().start)},

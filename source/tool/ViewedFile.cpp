@@ -218,8 +218,15 @@ void ViewedFile::tracks(const StillWanted& wanted, const Emit& emit) {
   const auto held = lock(wanted);
   if (tracks_.empty()) {
     Json list = Json::array();
-    for (const TrackSignals& track : file_.tracks()) {
-      const Overview overview = file_.overview(placeSignals(track), kTrackSlices, reading(wanted));
+    const std::vector<TrackSignals> tracks = file_.tracks();
+    std::map<std::uint32_t, std::vector<Signal>> places;  // by stream, each of which is walked once
+    for (const TrackSignals& track : tracks) addPlaceSignals(track, places[track.stream]);
+    std::map<std::uint32_t, Overview> overviews;
+    for (const auto& [stream, signals] : places) {
+      overviews.emplace(stream, file_.overview(signals, kTrackSlices, reading(wanted)));
+    }
+    for (const TrackSignals& track : tracks) {
+      const Overview& overview = overviews.at(track.stream);
       Json path = drawnPath(track, overview, {});
       const DrawnSlices slices = drawnSlices(overview, 0);
       path["from"] = secondsOf(slices.start);

@@ -40,6 +40,8 @@ test("the page of a whole drive needs nothing else, logs nothing and is small", 
   for (const title of ["Speed", "Height", "Heading", "Pitch", "Roll", "Position accuracy", "Satellites", "Range", "Bearing", "Steering", "Brake", "Engine"]) {
     await plotTitled(tab, title);
   }
+  const paths = await tab.getByLabel("Show", { exact: true }).locator("option").allTextContents();
+  for (const path of ["stream 2", "stream 4, Hunter", "stream 4, Target1"]) assert.ok(paths.includes(path), `${paths}`);
   assert.match(await tab.locator("dl.facts").first().textContent(), /Nothing was lost/);
   assert.deepEqual(troubles, []);
   assert.deepEqual(requests.filter((url) => !url.startsWith("file:")), []);

@@ -138,7 +138,7 @@ test("files stand side by side on elapsed time, and markup in them stays text", 
   assert.match(await tab.locator("figure.plot .legend").first().textContent(), /<img src=x onerror=/);
   assert.equal(await tab.locator("img, b, i").count(), 0);
   assert.equal(await tab.locator(".tree h2").count(), 3);
-  assert.equal(await tab.locator(".track canvas").count(), 1);
+  await tab.locator(".track canvas").waitFor();
   assert.deepEqual(troubles, []);
 });
 

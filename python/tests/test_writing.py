@@ -57,7 +57,7 @@ def test_a_track_has_the_usable_positions(demo_path: Path) -> None:
         assert 2 <= len(thin) < len(track) / 4
         frame = run.track(2, period=1).to_pandas()
         assert len(frame) == len(set(frame.index.floor("s"))) and str(frame.index.tz) == "UTC"
-        for stream, unknown in [(1, ""), (4, "Target9")]:
+        for stream, unknown in [(2, "Target1"), (4, "Target9")]:
             with pytest.raises(kvex.KvexError, match="positions"):
                 run.track(stream, object=unknown)
         hunter, target = (run.track(4, object=name) for name in ("Hunter", "Target1"))

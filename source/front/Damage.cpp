@@ -3,6 +3,7 @@
 #include "front/DamageData.h"
 #include "front/DamageTexts.h"
 #include "front/StreamData.h"
+#include "library/Saturating.h"
 
 namespace Kvex {
 
@@ -107,7 +108,7 @@ Nano Damage::timeLost(std::uint32_t stream) const {
   Nano counted = kNoTime;
   for (const Span& span : lost) {
     const Nano start = std::max(span.start, counted);
-    if (span.end > start) sum += span.end - start;
+    if (span.end > start) sum = Lib::saturatingAdd(sum, Lib::saturatingSubtract(span.end, start));
     counted = std::max(counted, span.end);
   }
   return sum;

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "library/Saturating.h"
+
 namespace Kvex::Front {
 
 namespace {
@@ -27,18 +29,11 @@ struct Precision {
  private:
   Nano rounded(Nano nanos) const {
     const Nano step = decimals == 1 ? kNanosPerSecond / 10 : kNanosPerSecond / 1000;
-    Nano raised = 0;
-    if (__builtin_add_overflow(nanos, step / 2, &raised)) return nanos;
-    return raised - (raised % step + step) % step;
+    Nano result = 0;
+    if (__builtin_add_overflow(nanos, step / 2, &result)) return nanos;
+    return __builtin_sub_overflow(result, (result % step + step) % step, &result) ? nanos : result;
   }
 };
-
-/// As a number of nanoseconds that cannot overflow.
-Nano difference(Nano later, Nano earlier) {
-  Nano result = 0;
-  if (__builtin_sub_overflow(later, earlier, &result)) return later > earlier ? INT64_MAX : INT64_MIN + 1;
-  return result;
-}
 
 }  // namespace
 
@@ -88,19 +83,20 @@ std::string DamageTexts::when(const Place& place) const {
 }
 
 std::string DamageTexts::lostBetween(Nano from, Nano to) const {
-  const Precision shown(difference(to, from));
+  const Precision shown(Lib::saturatingSubtract(to, from));
   constexpr std::size_t kTimeOfDay = 11;
   const auto date = [](Nano time) { return utcText(time).substr(0, kTimeOfDay); };
   const std::size_t skipped = date(file_.start) == date(file_.end) ? kTimeOfDay : 0;
-  return ", " + shown.seconds(difference(to, from)) + " s of data lost between " +
-         shown.seconds(difference(from, file_.start)) + " s and " + shown.seconds(difference(to, file_.start)) +
-         " s (" + shown.utc(from).substr(skipped) + " to " + shown.utc(to).substr(skipped) + " UTC)";
+  return ", " + shown.seconds(Lib::saturatingSubtract(to, from)) + " s of data lost between " +
+         shown.seconds(Lib::saturatingSubtract(from, file_.start)) + " s and " +
+         shown.seconds(Lib::saturatingSubtract(to, file_.start)) + " s (" + shown.utc(from).substr(skipped) + " to " +
+         shown.utc(to).substr(skipped) + " UTC)";
 }
 
 std::string DamageTexts::near(Nano time) const {
   if (time <= file_.start) return ", near the start";
   if (time >= file_.end) return ", near the end";
-  return ", near " + Precision(kNanosPerSecond).seconds(difference(time, file_.start)) + " s";
+  return ", near " + Precision(kNanosPerSecond).seconds(Lib::saturatingSubtract(time, file_.start)) + " s";
 }
 
 }  // namespace Kvex::Front

@@ -9,6 +9,7 @@
 #include "front/RecordingOutput.h"
 #include "front/RecordingSource.h"
 #include "library/Enumerations.h"
+#include "library/Saturating.h"
 
 namespace Kvex {
 
@@ -84,7 +85,7 @@ void prove(RecordingOutput& output, std::vector<RescuedStream>& streams, const s
     if (found == bySerial.end()) {
       proven = false;
     } else if (found->second->hasTime()) {
-      stream.time = std::max<Nano>(0, found->second->end() - found->second->start());
+      stream.time = std::max<Nano>(0, Lib::saturatingSubtract(found->second->end(), found->second->start()));
     }
   }
   if (!proven) throw Error(ErrorCode::Unwritable, "what was written is not whole: " + result.damage().sentence(), out);

@@ -5,6 +5,8 @@
 #include <limits>
 #include <optional>
 
+#include "tool/Seconds.h"
+
 namespace Kvex::Tool {
 
 namespace {
@@ -59,8 +61,8 @@ class BreakFinder {
       if (slices_.list[i].samples > 0) return true;
     }
     return std::ranges::any_of(gaps_, [&](const StreamGap& gap) {
-      return static_cast<double>(gap.from - slices_.start) < slices_.startOf(behind) &&
-             static_cast<double>(gap.to - slices_.start) >= slices_.startOf(before + 1);
+      return secondsBetween(slices_.start, gap.from) * 1e9 < slices_.startOf(behind) &&
+             secondsBetween(slices_.start, gap.to) * 1e9 >= slices_.startOf(before + 1);
     });
   }
 

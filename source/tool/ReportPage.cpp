@@ -22,26 +22,6 @@ std::string escapedJson(const nlohmann::ordered_json& json) {
   return escaped;
 }
 
-std::string escapedText(std::string_view text) {
-  std::string escaped;
-  for (const char c : printable(text)) {
-    switch (c) {
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '&':
-        escaped += "&amp;";
-        break;
-      default:
-        escaped += c;
-    }
-  }
-  return escaped;
-}
-
 }  // namespace
 
 std::string reportPage(const std::string& title, const nlohmann::ordered_json& report) {
@@ -51,7 +31,7 @@ std::string reportPage(const std::string& title, const nlohmann::ordered_json& r
   const std::size_t titleAt = page.find(kTitle);
   const std::size_t dataAt = page.find(kData);
   std::string text(page.substr(0, titleAt));
-  text += escapedText(title);
+  text += markupText(title);
   text += page.substr(titleAt + kTitle.size(), dataAt - titleAt - kTitle.size());
   text += escapedJson(report);
   text += page.substr(dataAt + kData.size());

@@ -112,4 +112,28 @@ std::string lowerExtension(std::string_view path) {
   return extension;
 }
 
+std::string markupText(std::string_view text) {
+  const std::string valid = nlohmann::json::parse(jsonText(printable(text))).get<std::string>();
+  std::string escaped;
+  for (const char character : valid) {
+    switch (character) {
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '>':
+        escaped += "&gt;";
+        break;
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '"':
+        escaped += "&quot;";
+        break;
+      default:
+        escaped += character;
+    }
+  }
+  return escaped;
+}
+
 }  // namespace Kvex::Tool

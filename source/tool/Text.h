@@ -20,6 +20,9 @@ std::string csvField(std::string_view text, char delimiter = ',');
 /// JSON on one line, or indented. Text that is not UTF-8 is made so with replacement characters.
 std::string jsonText(const nlohmann::ordered_json& json, int indent = -1);
 
+/// A text in XML or HTML: characters that they give a sense to are escaped, those that they do not allow are replaced.
+std::string markupText(std::string_view text);
+
 /// A value as JSON has it: null for one that is not a number or infinite, and for no type.
 nlohmann::ordered_json jsonValue(const Value& value);
 

@@ -35,13 +35,13 @@ class KmlTrack final : public TrackFormat {
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<kml xmlns=\"http://www.opengis.net/kml/2.2\" xmlns:gx=\"http://www.google.com/kml/ext/2.2\">\n"
         "<Document>\n");
-    output_.write(fmt::format("<name>{}</name>\n", xmlText(name)));
+    output_.write(fmt::format("<name>{}</name>\n", markupText(name)));
   }
 
   void begin(const TrackTexts& texts) override {
     texts_ = &texts;
-    output_.write(fmt::format("<Folder>\n<name>{}</name>\n<description>{}</description>\n", xmlText(texts.name),
-                              xmlText(texts.description)));
+    output_.write(fmt::format("<Folder>\n<name>{}</name>\n<description>{}</description>\n", markupText(texts.name),
+                              markupText(texts.description)));
     output_.write(
         "<Placemark>\n<name>Track with times</name>\n<gx:MultiTrack>\n"
         "<altitudeMode>absolute</altitudeMode>\n<gx:interpolate>0</gx:interpolate>\n");
@@ -65,7 +65,7 @@ class KmlTrack final : public TrackFormat {
         fmt::format("<Placemark>\n<name>{}</name>\n<TimeStamp><when>{}</when></TimeStamp>\n<Point>"
                     "<altitudeMode>absolute</altitudeMode><coordinates>{}</coordinates></Point>\n"
                     "</Placemark>\n",
-                    xmlText(mark.text), utcText(mark.place.time), coordinates(mark.place, ",")));
+                    markupText(mark.text), utcText(mark.place.time), coordinates(mark.place, ",")));
   }
 
   void end() override {
@@ -113,7 +113,7 @@ class KmlTrack final : public TrackFormat {
     std::string style;
     if (lineMode_) {
       modes_.insert(*lineMode_);
-      style = fmt::format("<name>{}</name>\n<styleUrl>#mode-{}</styleUrl>\n", xmlText(texts_->modeText(*lineMode_)),
+      style = fmt::format("<name>{}</name>\n<styleUrl>#mode-{}</styleUrl>\n", markupText(texts_->modeText(*lineMode_)),
                           *lineMode_);
     }
     lines_.write(fmt::format("<Placemark>\n{}<LineString>\n<altitudeMode>absolute</altitudeMode>\n<coordinates>{}",
@@ -146,13 +146,13 @@ class GpxTrack final : public TrackFormat {
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<gpx version=\"1.1\" creator=\"vrel\" xmlns=\"http://www.topografix.com/GPX/1/1\" "
         "xmlns:kvex=\"urn:kvex:track:1\">\n");
-    output_.write(fmt::format("<metadata><name>{}</name></metadata>\n", xmlText(name)));
+    output_.write(fmt::format("<metadata><name>{}</name></metadata>\n", markupText(name)));
   }
 
   void begin(const TrackTexts& texts) override {
     texts_ = &texts;
-    points_.write(
-        fmt::format("<trk>\n<name>{}</name>\n<desc>{}</desc>\n", xmlText(texts.name), xmlText(texts.description)));
+    points_.write(fmt::format("<trk>\n<name>{}</name>\n<desc>{}</desc>\n", markupText(texts.name),
+                              markupText(texts.description)));
   }
 
   void addPoint(const TrackPoint& point) override {
@@ -168,14 +168,14 @@ class GpxTrack final : public TrackFormat {
     add("speed", point.speed);
     add("course", point.course);
     add("accuracy", point.accuracy);
-    if (point.mode) extensions += fmt::format("<kvex:mode>{}</kvex:mode>", xmlText(texts_->modeText(*point.mode)));
+    if (point.mode) extensions += fmt::format("<kvex:mode>{}</kvex:mode>", markupText(texts_->modeText(*point.mode)));
     if (!extensions.empty()) extensions = "<extensions>" + extensions + "</extensions>";
     points_.write(fmt::format("<trkpt {}{}</trkpt>\n", place(point), extensions));
   }
 
   // Waypoints come ahead of tracks.
   void addMark(const TrackMark& mark) override {
-    output_.write(fmt::format("<wpt {}<name>{}</name></wpt>\n", place(mark.place), xmlText(mark.text)));
+    output_.write(fmt::format("<wpt {}<name>{}</name></wpt>\n", place(mark.place), markupText(mark.text)));
   }
 
   void end() override {
@@ -338,30 +338,6 @@ constexpr TrackFormatRow kFormats[] = {
 
 std::span<const TrackFormatRow> trackFormats() {
   return kFormats;
-}
-
-std::string xmlText(std::string_view text) {
-  const std::string valid = nlohmann::json::parse(quoted(printable(text))).get<std::string>();
-  std::string escaped;
-  for (const char character : valid) {
-    switch (character) {
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      default:
-        escaped += character;
-    }
-  }
-  return escaped;
 }
 
 TrackPoint placeBetween(const TrackPoint& before, const TrackPoint& after, Nano time) {

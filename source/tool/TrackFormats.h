@@ -46,9 +46,6 @@ struct TrackFormatRow {
 /// KML 2.2, GPX 1.1 and GeoJSON (RFC 7946).
 std::span<const TrackFormatRow> trackFormats();
 
-/// A text in XML: characters that it gives a sense to are escaped, those that it does not allow are replaced.
-std::string xmlText(std::string_view text);
-
 /// The place between two points at a time between theirs, on the straight line that leads the short way round.
 TrackPoint placeBetween(const TrackPoint& before, const TrackPoint& after, Nano time);
 

@@ -76,15 +76,18 @@ def gps_times(times: Iterable[TimeLike], recording: Any) -> list[int]:
 
 def nanos_of_seconds(seconds: float | str | dt.timedelta) -> int:
     """A period in nanoseconds."""
-    from decimal import Decimal
+    from decimal import Decimal, InvalidOperation
 
-    if isinstance(seconds, dt.timedelta):
-        nanos = Decimal(seconds // dt.timedelta(microseconds=1)) * 1_000
-    else:
-        nanos = (Decimal(str(seconds)) * 1_000_000_000).to_integral_value()
-    if not 0 < nanos < 2**63:
-        raise ValueError(f"{seconds} is no period in seconds from 1e-9 on")
-    return int(nanos)
+    try:
+        if isinstance(seconds, dt.timedelta):
+            nanos = Decimal(seconds // dt.timedelta(microseconds=1)) * 1_000
+        else:
+            nanos = (Decimal(str(seconds)) * 1_000_000_000).to_integral_value()
+        if 0 < nanos < 2**63:
+            return int(nanos)
+    except InvalidOperation:  # no number, or "nan", which has no place among numbers
+        pass
+    raise ValueError(f"{seconds} is no period in seconds from 1e-9 on")
 
 
 def _whole(time: Any) -> int:

@@ -3,7 +3,9 @@
 from __future__ import annotations
 
 import itertools
+import json
 import os
+import random
 import signal
 import subprocess
 import sys
@@ -25,7 +27,7 @@ from kvex._catalog import Catalog
 from kvex._command import main
 from kvex._engine import Engine
 from kvex._fleet import balanced
-from kvex._schemas import SignalKey, arrow_type, type_text, unified, wider
+from kvex._schemas import SignalKey, TableLayout, arrow_type, type_text, unified, wider
 from kvex._work import rewrite, save_layouts
 
 
@@ -103,6 +105,26 @@ def test_columns_hold_what_goes_together(keys: list[tuple[str, str, str]], types
     layouts = [unified(SignalKey(*key) for key in order) for order in (keys, keys[::-1])]
     assert layouts[0].types == types and layouts[1].types == types
     assert layouts[0].columns == layouts[1].columns and len(layouts[0].columns) == len(keys)
+
+
+@pytest.mark.parametrize("seed", range(40))
+def test_any_signals_find_columns_that_hold_them(seed: int) -> None:
+    """Whatever recordings say of their signals and in whatever order: one column each, that loses nothing."""
+    source = random.Random(seed)
+    kinds = ["bool", "int8", "uint8", "int16", "uint32", "int64", "uint64", "float", "double", "double[]", "uint8[]"]
+    names, units = ["v", "v [m]", "v:double", "v_", "V"], ["", "m", "m/s"]
+    keys = [
+        SignalKey(source.choice(names), source.choice(units), source.choice(kinds))
+        for _ in range(source.randrange(1, 25))
+    ]
+    layout = unified(keys)
+    assert set(layout.columns) == set(keys) and set(layout.columns.values()) == set(layout.types)
+    meanings: dict[str, set[tuple[str, str]]] = {}
+    for key, column in layout.columns.items():
+        assert wider(key.type, layout.types[column]) == layout.types[column]
+        meanings.setdefault(column, set()).add((key.name, key.unit))
+    assert all(len(of_one) == 1 for of_one in meanings.values()), "two quantities in one column"
+    assert TableLayout.from_json(json.loads(json.dumps(layout.to_json()))).ordered() == layout.ordered()
 
 
 def test_large_recordings_are_shared_by_weight() -> None:

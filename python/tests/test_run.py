@@ -6,6 +6,7 @@ import datetime as dt
 import subprocess
 import sys
 from pathlib import Path
+from typing import Any
 
 import numpy as np
 import pandas
@@ -128,6 +129,48 @@ def test_a_leap_second_reads_as_the_second_after_it() -> None:
     ]
     for gps in (before, before + 2 * 10**9, before + 10**15):
         assert gps_of_unix(int(utc_of(gps).astype(np.int64))) == gps
+
+
+def test_times_of_both_clocks_meet_around_every_leap_second() -> None:
+    """From 1980 to today's 18 s; GPS time knows no leap second, so that only one of them has two names."""
+    from kvex._times import gps_of_unix, unix_of
+
+    second = 10**9
+    leaps = "1981-07 1982-07 1983-07 1985-07 1988-01 1990-01 1991-01 1992-07 1993-07 1994-07 1996-01 1997-07 1999-01"
+    for shift, month in enumerate([*leaps.split(), "2006-01", "2009-01", "2012-07", "2015-07", "2017-01"], start=1):
+        unix = int(np.datetime64(f"{month}-01", "ns").astype(np.int64))
+        after = gps_of_unix(unix)
+        assert after == unix - 315_964_800 * second + shift * second, month
+        assert [unix_of(after + step * second) - unix for step in (-2, 0, 1)] == [-second, 0, second], month
+        for step in (-second, -1, 0, 1, second):
+            assert unix_of(gps_of_unix(unix + step)) == unix + step, month
+
+
+@pytest.mark.parametrize(
+    ("seconds", "nanos"),
+    [
+        (0.1, 100_000_000),
+        ("0.000000001", 1),
+        (np.float32(0.1), 100_000_000),
+        (1e9, 10**18),
+        (dt.timedelta(days=200, microseconds=1), 17_280_000_000_001_000),
+        (0, None),
+        (-0.1, None),
+        (1e-10, None),
+        (1e300, None),
+        (float("nan"), None),
+        (float("inf"), None),
+        ("a second", None),
+    ],
+)
+def test_periods_are_exact_or_refused(run: kvex.Run, seconds: Any, nanos: int | None) -> None:
+    from kvex._times import nanos_of_seconds
+
+    if nanos is not None:
+        assert nanos_of_seconds(seconds) == nanos
+    else:
+        with pytest.raises(ValueError, match="period"):
+            run.table("2:Lat", period=seconds)
 
 
 def test_a_closed_run_begins_no_reading(demo_path: Path) -> None:

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 from pathlib import Path
+from typing import Any
 
 import numpy as np
 import pytest
@@ -22,6 +23,42 @@ def test_a_cut_has_the_rows_of_its_span(demo_path: Path, tmp_path: Path) -> None
         np.testing.assert_array_equal(samples.time, whole.time)
         np.testing.assert_array_equal(samples.values, whole.values)
         assert part.damage.judgement == "whole"
+
+
+def test_a_cut_says_what_it_lacks_and_refuses_what_it_must_not_do(demo_path: Path, tmp_path: Path) -> None:
+    out = tmp_path / "cut.vrel"
+    with kvex.open(demo_path) as run:
+        near = run.cut(out, "+5", "+6", streams=[0, 1, 2, 3], lead=0.1)
+        assert max(stream.lead for stream in near.streams) <= 200_000_000
+        assert any(stream.lost_signals for stream in near.streams), "what was sent once at the start is not in a cut"
+        whole = run.cut(out, "+5", "+6", lead=60, force=True)
+        assert not any(stream.lost_signals for stream in whole.streams)
+        before = out.read_bytes()
+        refusals: list[tuple[dict[str, Any], type[Exception], str]] = [
+            ({"out": out}, kvex.KvexError, "cut.vrel"),
+            ({"out": demo_path, "force": True}, kvex.KvexError, "run.vrel"),
+            ({"out": tmp_path / "a.quon"}, kvex.KvexError, "vrel"),
+            ({"out": tmp_path / "a.vrel", "start": "+6", "end": "+5"}, kvex.KvexError, "span"),
+            ({"out": tmp_path / "a.vrel", "streams": [99]}, kvex.KvexError, "99"),
+            ({"out": tmp_path / "a.vrel", "lead": -1}, ValueError, "-1"),
+            ({"out": tmp_path / "none" / "a.vrel"}, kvex.KvexError, "none"),
+        ]
+        for arguments, error, said in refusals:
+            with pytest.raises(error, match=said):
+                run.cut(**arguments)
+    assert out.read_bytes() == before
+    assert sorted(path.name for path in tmp_path.iterdir()) == ["cut.vrel"]
+
+
+def test_a_cut_of_damaged_data_tells_of_it(demo_path: Path, tmp_path: Path) -> None:
+    content = bytearray(demo_path.read_bytes())
+    content[len(content) // 2 : len(content) // 2 + 40_000] = b"rubbish" * 6_000
+    harmed = tmp_path / "harmed.vrel"
+    harmed.write_bytes(content)
+    with kvex.open(harmed) as run:
+        assert run.cut(tmp_path / "hole.vrel", "+4", "+7").damaged
+        clear = run.cut(tmp_path / "clear.vrel", "+8", "+9")
+        assert not clear.damaged and not clear.notes
 
 
 def test_a_rescue_says_what_was_lost(demo_path: Path, tmp_path: Path) -> None:

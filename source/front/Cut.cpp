@@ -38,7 +38,7 @@ class Cutter {
   }
 
   void write(const std::string& out, const Plans& plans, const std::function<void(const std::string& written)>& prove) {
-    if (Sto::lowerExtension(file_.path) == ".vrel") {
+    if (Sto::lowerExtension(file_.path) == Sto::kRecordingExtension) {
       RecordingOutput output(out);
       copyRecording(output, plans);
       finish(output.file(), prove);
@@ -193,12 +193,16 @@ std::vector<Stream> chosenStreams(const OpenedFile& file, const CutOptions& opti
 }
 
 void noteDamage(const OpenedFile& file, const CutSpan& span, const std::vector<Stream>& chosen, CutReport& report) {
+  const bool isRecording = Sto::lowerExtension(file.path) == Sto::kRecordingExtension;
   for (const Place& place : file.damage->places()) {
     const auto isOfPlace = [&](const Stream& stream) { return !place.stream || stream.id() == *place.stream; };
     if (!place.lost || std::ranges::none_of(chosen, isOfPlace)) continue;
     const bool isEnd = place.kind == DamageKind::EndMissing || place.kind == DamageKind::CutOff;
     if (isEnd && span.end <= file.span.end) continue;
-    const bool before = place.to != kNoTime && place.to < span.start;
+    // Of the data that the junk of a recording has replaced, the missing pages beside it tell.
+    const bool isPoint = isRecording && place.kind == DamageKind::JunkBytes;
+    const Nano to = isPoint ? place.from : place.to;
+    const bool before = to != kNoTime && to < span.start;
     if (before || (place.from != kNoTime && place.from >= span.end)) continue;
     report.notes.push_back("missing in the file that is cut: " + place.text);
     report.damaged |= place.kind != DamageKind::EndMissing;
@@ -209,6 +213,7 @@ void noteDamage(const OpenedFile& file, const CutSpan& span, const std::vector<S
 std::string advice(Cutter& cutter, OpenedFile& file, const CutSpan& refused, const std::string& out,
                    WriteWatch& watch) {
   std::vector<CutSpan> tries;
+  if (refused.lead) tries.push_back({refused.start, refused.end, {}});
   for (const Nano step : kSteps) {
     if (refused.end < file.span.end && refused.end + step < file.span.end) {
       tries.push_back({refused.start, refused.end + step, refused.lead});
@@ -227,6 +232,7 @@ std::string advice(Cutter& cutter, OpenedFile& file, const CutSpan& refused, con
         throw Error(ErrorCode::Refused, "");
       });
     } catch (const Found&) {
+      if (refused.lead && !span.lead) return "; with the lead that is taken by default it would do";
       const std::string end = span.end == INT64_MAX ? "the end of the file" : utcText(span.end);
       return "; a span that goes on to " + end + " would do";
     } catch (const Error& error) {

@@ -159,7 +159,7 @@ bool checkInputs(const std::vector<std::string>& paths, const WriteOptions& opti
   bool damaged = false;
   for (std::size_t i = 0; i < paths.size(); ++i) {
     const File file(paths[i], {.stop = options.stop});
-    if (Sto::lowerExtension(paths[i]) != ".vrel") {
+    if (Sto::lowerExtension(paths[i]) != Sto::kRecordingExtension) {
       throw Error(ErrorCode::InvalidArgument, "only recordings can be merged, not bare files", paths[i]);
     }
     std::error_code ignored;
@@ -177,7 +177,7 @@ bool checkInputs(const std::vector<std::string>& paths, const WriteOptions& opti
 }  // namespace
 
 MergeReport merge(const std::vector<std::string>& paths, const std::string& out, const WriteOptions& options) {
-  Front::checkOutput(out, ".vrel", paths, options);
+  Front::checkOutput(out, Sto::kRecordingExtension, paths, options);
   MergeReport report;
   report.damaged = checkInputs(paths, options);
   WriteWatch watch(options, static_cast<unsigned>(2 * paths.size()));

@@ -13,6 +13,7 @@
 #include "front/SignalData.h"
 #include "front/StreamData.h"
 #include "library/InputFile.h"
+#include "store/Resource.h"
 
 namespace Kvex::Front {
 
@@ -35,7 +36,7 @@ void checkReadable(const std::string& path) {
 }
 
 void checkKind(const std::string& path) {
-  std::string endings = ".vrel";
+  std::string endings(Sto::kRecordingExtension);
   const std::string extension = Sto::lowerExtension(path);
   bool known = extension == endings;
   for (const Sto::Codec& codec : allCodecs()) {

@@ -10,7 +10,7 @@
 
 namespace Kvex::Front {
 
-void checkOutput(const std::string& out, const std::string& extension, const std::vector<std::string>& inputs,
+void checkOutput(const std::string& out, std::string_view extension, const std::vector<std::string>& inputs,
                  const WriteOptions& options) {
   std::error_code ignored;
   for (const std::string& input : inputs) {
@@ -20,7 +20,7 @@ void checkOutput(const std::string& out, const std::string& extension, const std
   }
   const bool isFile = !std::filesystem::exists(out, ignored) || std::filesystem::is_regular_file(out, ignored);
   if (isFile && Sto::lowerExtension(out) != extension) {
-    throw Error(ErrorCode::InvalidArgument, "the name of the output must end in " + extension, out);
+    throw Error(ErrorCode::InvalidArgument, "the name of the output must end in " + std::string(extension), out);
   }
   if (!options.force && holdsRecording(out)) {
     throw Error(ErrorCode::Unwritable, "it holds a recording, which is not replaced unless that is forced", out);

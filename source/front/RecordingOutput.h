@@ -3,6 +3,7 @@
 #include <deque>
 #include <kvex/Writing.h>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "library/OutputFile.h"
@@ -12,7 +13,7 @@ namespace Kvex::Front {
 
 /// Throws `InvalidArgument` for an output that is one of the inputs, whose name does not end as asked, and that holds a
 /// recording or packets that may not be replaced.
-void checkOutput(const std::string& out, const std::string& extension, const std::vector<std::string>& inputs,
+void checkOutput(const std::string& out, std::string_view extension, const std::vector<std::string>& inputs,
                  const WriteOptions& options);
 
 /// A file that is written, with failures as `Error`.

@@ -10,6 +10,7 @@
 #include "front/RecordingSource.h"
 #include "library/Enumerations.h"
 #include "library/Saturating.h"
+#include "store/Resource.h"
 
 namespace Kvex {
 
@@ -106,7 +107,7 @@ void addTimeLost(const std::string& path, std::vector<RescuedStream>& streams) t
 
 RescueReport rescue(const std::string& path, const std::string& out, const WriteOptions& options) {
   Front::WriteWatch watch(options, kPasses);
-  Front::checkOutput(out, ".vrel", {path}, options);
+  Front::checkOutput(out, Sto::kRecordingExtension, {path}, options);
   RecordingSource source(path, watch);
   RecordingOutput output(out);
   std::map<const SourceStream*, Rescued> rescued;

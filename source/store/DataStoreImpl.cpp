@@ -16,8 +16,6 @@ namespace {
 /// Added to the start of a store whose Streams do not all start at the same nanosecond, so that all have begun.
 constexpr Nano kStartMargin = 100'000'000;
 
-constexpr std::string_view kRecordingExtension = ".vrel";
-
 /// What is thrown for a query made for another Mode.
 constexpr const char* kNotOfThisMode = "invalid map<K, T> key";
 

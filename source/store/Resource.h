@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "library/InputFile.h"
@@ -102,6 +103,9 @@ class Resource {
   Lib::InputFile file_;
   std::int64_t size_ = 0;
 };
+
+/// What names of recordings end in.
+inline constexpr std::string_view kRecordingExtension = ".vrel";
 
 /// The text from the last "." of a path on, in lower case; empty without one.
 std::string lowerExtension(const std::string& path);

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fmt/format.h>
+#include <thread>
 
 #include "tool/DrawnPath.h"
 #include "tool/Seconds.h"
@@ -26,6 +27,31 @@ Nano behind(Nano start, double seconds) {
   Nano time = 0;
   if (__builtin_add_overflow(start, static_cast<Nano>(nanos), &time)) return seconds < 0 ? INT64_MIN + 1 : INT64_MAX;
   return time;
+}
+
+/// Thrown where another request is to be answered first.
+class GivesWay {};
+
+/// Counts one more as long as it lives.
+class Counted {
+ public:
+  explicit Counted(std::atomic<int>& count) : count_(count) { ++count_; }
+  ~Counted() { --count_; }
+  Counted(const Counted&) = delete;
+  Counted& operator=(const Counted&) = delete;
+
+ private:
+  std::atomic<int>& count_;
+};
+
+constexpr std::chrono::milliseconds kPause{50};
+
+std::unique_lock<std::timed_mutex> lockWhile(std::timed_mutex& mutex, const StillWanted& wanted) {
+  std::unique_lock<std::timed_mutex> lock(mutex, std::defer_lock);
+  while (!lock.try_lock_for(kPause)) {
+    if (!wanted()) throw GivenUp();
+  }
+  return lock;
 }
 
 }  // namespace
@@ -100,11 +126,8 @@ Signal ViewedFile::signalNamed(const std::string& text) const {
 }
 
 std::unique_lock<std::timed_mutex> ViewedFile::lock(const StillWanted& wanted) {
-  std::unique_lock<std::timed_mutex> lock(reading_, std::defer_lock);
-  while (!lock.try_lock_for(std::chrono::milliseconds(50))) {
-    if (!wanted()) throw GivenUp();
-  }
-  return lock;
+  const Counted waiting(waiting_);
+  return lockWhile(reading_, wanted);
 }
 
 ViewedFile::Asked ViewedFile::resolve(const ViewRequest& request) const {
@@ -214,27 +237,47 @@ void ViewedFile::overview(const ViewRequest& request, const StillWanted& wanted,
   emit(jsonText(lineOf(asked.signals, parts, true)) + '\n');
 }
 
-void ViewedFile::tracks(const StillWanted& wanted, const Emit& emit) {
-  const auto held = lock(wanted);
-  if (tracks_.empty()) {
-    Json list = Json::array();
-    const std::vector<TrackSignals> tracks = file_.tracks();
-    std::map<std::uint32_t, std::vector<Signal>> places;  // by stream, each of which is walked once
-    for (const TrackSignals& track : tracks) addPlaceSignals(track, places[track.stream]);
-    std::map<std::uint32_t, Overview> overviews;
-    for (const auto& [stream, signals] : places) {
-      overviews.emplace(stream, file_.overview(signals, kTrackSlices, reading(wanted)));
+/// A page asks for the tracks as it opens; what somebody chooses to see meanwhile shall not wait for all of them.
+Overview ViewedFile::readBehindOthers(const std::vector<Signal>& signals, const StillWanted& wanted) {
+  ReadOptions options;
+  options.progress = [&](const Progress&) {
+    if (!wanted()) throw GivenUp();
+    if (waiting_ > 0) throw GivesWay();
+  };
+  for (;;) {
+    try {
+      const auto held = lockWhile(reading_, wanted);
+      return file_.overview(signals, kTrackSlices, options);
+    } catch (const GivesWay&) {
+      while (waiting_ > 0 && wanted()) std::this_thread::sleep_for(kPause);
     }
-    for (const TrackSignals& track : tracks) {
-      const Overview& overview = overviews.at(track.stream);
-      Json path = drawnPath(track, overview, {});
-      const DrawnSlices slices = drawnSlices(overview, 0);
-      path["from"] = secondsOf(slices.start);
-      path["width"] = slices.width / 1e9;
-      list.push_back(std::move(path));
-    }
-    tracks_ = jsonText(list);
   }
+}
+
+Json ViewedFile::findTracks(const StillWanted& wanted) {
+  const std::vector<TrackSignals> tracks = [&] {
+    const auto held = lock(wanted);
+    return file_.tracks();
+  }();
+  std::map<std::uint32_t, std::vector<Signal>> places;  // by stream, each of which is walked once
+  for (const TrackSignals& track : tracks) addPlaceSignals(track, places[track.stream]);
+  std::map<std::uint32_t, Overview> overviews;
+  for (const auto& [stream, signals] : places) overviews.emplace(stream, readBehindOthers(signals, wanted));
+  Json list = Json::array();
+  for (const TrackSignals& track : tracks) {
+    const Overview& overview = overviews.at(track.stream);
+    Json path = drawnPath(track, overview, {});
+    const DrawnSlices slices = drawnSlices(overview, 0);
+    path["from"] = secondsOf(slices.start);
+    path["width"] = slices.width / 1e9;
+    list.push_back(std::move(path));
+  }
+  return list;
+}
+
+void ViewedFile::tracks(const StillWanted& wanted, const Emit& emit) {
+  const auto held = lockWhile(tracking_, wanted);
+  if (tracks_.empty()) tracks_ = jsonText(findTracks(wanted));
   emit(tracks_);
 }
 

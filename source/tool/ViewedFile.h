@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <kvex/File.h>
@@ -31,9 +32,9 @@ struct ViewRequest {
   std::size_t slices = 1000;
 };
 
-/// A file of which a viewer shows parts, to several requests at a time: each waits until the one before it has read.
-/// What a walk over the whole file has found of a signal is kept, in 65,536 slices, for the signals that were asked for
-/// last.
+/// A file of which a viewer shows parts, to several requests at a time: each waits until the one before it has read;
+/// the tracks give way to all others. What a walk over the whole file has found of a signal is kept, in 65,536 slices,
+/// for the signals that were asked for last.
 class ViewedFile {
  public:
   /// What a request gets, in one piece or several.
@@ -78,12 +79,15 @@ class ViewedFile {
   /// About 100 MB in all.
   static constexpr std::size_t kMostPyramids = 32;
 
+  /// Waits for its turn to read the file.
   std::unique_lock<std::timed_mutex> lock(const StillWanted& wanted);
   Asked resolve(const ViewRequest& request) const;
   Signal signalNamed(const std::string& text) const;
   ReadOptions reading(const StillWanted& wanted) const;
   /// The pyramid of a signal, which becomes the newest; none where it is not kept.
   const Pyramid* find(const Signal& signal);
+  nlohmann::ordered_json findTracks(const StillWanted& wanted);
+  Overview readBehindOthers(const std::vector<Signal>& signals, const StillWanted& wanted);
   void makePyramids(const Asked& asked, const StillWanted& wanted, const Emit& emit);
   nlohmann::ordered_json lineOf(const std::vector<Signal>& signals, const std::vector<DrawnSlices>& slices,
                                 bool isFinal) const;
@@ -97,9 +101,11 @@ class ViewedFile {
   nlohmann::ordered_json about_;
   nlohmann::ordered_json list_;
 
-  std::timed_mutex reading_;  ///< Held by the request that reads; guards all below.
+  std::atomic<int> waiting_ = 0;  ///< Requests that wait to read, but for the tracks.
+  std::timed_mutex reading_;      ///< Held by the request that reads; guards the file and the pyramids.
   File file_;
   std::list<Pyramid> pyramids_;  ///< The newest first.
+  std::timed_mutex tracking_;    ///< Held by the request that finds the tracks.
   std::string tracks_;           ///< Empty until they were asked for.
 };
 

@@ -272,6 +272,7 @@ TEST(CutTest, CommandKeepsHeadersAndAPlainStructure) {
       {"--start +5 --end +8 --streams 9 --force -o '" + out.path() + "'", 1, "9"},
       {"--start +8 --end +5 --force -o '" + out.path() + "'", 2, ""},
       {"--start +5 --end +8 --streams 0,1 --lead 0 --force -o '" + out.path() + "'", 0, "sent only before"},
+      {"--start +5 --end +8 --lead 0.1 --force -o '" + out.path() + "'", 1, "with the lead that is taken by default"},
       {"--start +5 --end +8 --streams 1 --force -o '" + out.path() + "'", 0, ""},
   };
   for (const auto& expected : cases) {

@@ -1,5 +1,6 @@
 // vrel view: who is answered, and with what. How the page shows it is tried in a browser, in web/tests.
 
+#include <atomic>
 #include <cmath>
 #include <csignal>
 #include <fstream>
@@ -205,6 +206,20 @@ TEST_F(ViewServerTest, TheSamplesAreThoseOfTheExport) {
   EXPECT_EQ(statusOf("/api/files/1/samples?signal=0:Nano&signal=1:Nano", allowed()), 400);
 }
 
+TEST_F(ViewServerTest, RequestsThatAreGivenUpMakeRoomForOthers) {
+  const std::string samples = "/api/files/0/samples?signal=0:VehicleSpeed&signal=0:Latitude&signal=0:Longitude";
+  for (int i = 0; i < 20; ++i) {  // more than are served at a time
+    httplib::Client leaving("127.0.0.1", server_.port());
+    EXPECT_FALSE(leaving.Get(samples.c_str(), allowed(), [](const char*, std::size_t) { return false; }));
+  }
+  int status = 0;
+  for (int tries = 0; tries < 200 && status != 200; ++tries) {
+    status = statusOf("/api/files/0/overview?signal=0:VehicleSpeed&slices=10", allowed());
+    if (status != 200) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  EXPECT_EQ(status, 200);
+}
+
 TEST(ViewServerPortTest, ATakenPortIsAFailureThatSaysSo) {
   const ViewServer first({}, 0);
   try {
@@ -229,6 +244,33 @@ TEST(ViewedFileTest, WhatNobodyWaitsForIsGivenUp) {
   file.overview(
       request, [] { return true; }, [&](std::string_view text) { found += text; });
   EXPECT_THAT(found, HasSubstr("\"final\":true"));
+}
+
+TEST(ViewedFileTest, TheTracksGiveWayToWhatIsLookedAt) {
+  ViewedFile file(dataPath("nav_recording_11.vrel"), {});
+  const auto ignore = [](std::string_view) {};
+  std::atomic<bool> hasLooked = false;
+  std::thread looking;
+  const auto lookNow = [&] {
+    if (!looking.joinable()) {
+      looking = std::thread([&] {
+        file.overview(
+            {.signals = {"1:Nano"}}, [] { return true; }, ignore);
+        hasLooked = true;
+      });
+      std::this_thread::sleep_for(std::chrono::milliseconds(200));  // until it waits
+    }
+    return true;
+  };
+  bool lookedFirst = false;
+  std::string found;
+  file.tracks(lookNow, [&](std::string_view text) {
+    lookedFirst = hasLooked;
+    found = text;
+  });
+  looking.join();
+  EXPECT_TRUE(lookedFirst);
+  EXPECT_GE(json::parse(found).size(), 1U);
 }
 
 TEST(ViewedFileTest, ManySignalsAreForgottenAndFoundAgain) {

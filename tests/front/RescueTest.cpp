@@ -113,7 +113,7 @@ TEST(RescueTest, KeepsItsPromisesForRecordingsDamagedAtRandom) {
   int losses = 0;
   int recordings = 0;
   const auto rate = [&] { return random() % 3 == 0 ? 0.2 : 0.02; };
-  for (; recordings < 500; ++recordings) {
+  for (; recordings < 3000; ++recordings) {
     Synth::DamagePlan plan{.seed = random()};
     for (double Synth::DamagePlan::*chance :
          {&Synth::DamagePlan::drop, &Synth::DamagePlan::repeat, &Synth::DamagePlan::delay, &Synth::DamagePlan::flip,

@@ -53,6 +53,9 @@ struct ReadOptions {
   /// Takes a multiplexed signal only from records that select it: in others it has no sample, and a grid holds the
   /// value before. Without, the bits at its place are taken from every record of its table, whatever they mean.
   bool multiplexed = false;
+  /// Threads that `File::statistics` may use. Each further one scans the file once more and keeps what is known of its
+  /// signals, some 10 MiB, so that it pays for many signals only; what is read is the same. Others ignore it.
+  unsigned threads = 1;
 };
 
 }  // namespace Kvex

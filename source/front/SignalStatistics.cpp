@@ -1,6 +1,12 @@
 #include "front/SignalStatistics.h"
 
+#include <algorithm>
+#include <atomic>
 #include <bit>
+#include <functional>
+#include <future>
+#include <map>
+#include <string_view>
 
 #include "front/NativeWalk.h"
 #include "store/SampleTally.h"
@@ -43,6 +49,80 @@ void settleRate(Statistics& tally) {
   if (tally.samples >= 2 && seconds > 0) tally.rate = static_cast<double>(tally.samples - 1) / seconds;
 }
 
+/// Walks through a stream.
+void tallyPart(Reading& reading, const StreamPart& part, std::vector<Statistics>& tallies) {
+  NativeWalk walk(reading, part.signals, NativeWalk::Detail::ValueAndStamp);
+  std::vector<Sto::SampleTally> samples(walk.samples().elements());
+  while (walk.nextBlock()) {
+    walk.samples().tally(walk.steps(), samples);
+    for (std::size_t asked = 0; asked < part.signals.size(); ++asked) {
+      addBlock(tallies[part.places[asked]], walk, walk.elementOf(asked));
+    }
+  }
+  for (std::size_t asked = 0; asked < part.signals.size(); ++asked) {
+    const std::size_t element = walk.elementOf(asked);
+    addTally(tallies[part.places[asked]], samples[element], walk.samples().type(element));
+  }
+}
+
+/// The signals of one stream in several parts of like cost. Those of one table stay together, since they come from the
+/// same work; neighbouring tables, which are often alike, are dealt out.
+std::vector<StreamPart> dealtOut(const StreamPart& whole, std::size_t count) {
+  std::vector<StreamPart> parts(count, {whole.stream, {}, {}});
+  std::map<std::string_view, std::size_t> partOf;
+  for (std::size_t i = 0; i < whole.signals.size(); ++i) {
+    const std::size_t next = partOf.size() % count;
+    StreamPart& part = parts[partOf.emplace(whole.signals[i].table(), next).first->second];
+    part.signals.push_back(whole.signals[i]);
+    part.places.push_back(whole.places[i]);
+  }
+  std::erase_if(parts, [](const StreamPart& part) { return part.signals.empty(); });
+  return parts;
+}
+
+/// The work as it is shared among threads, what takes longest first.
+std::vector<StreamPart> partsFor(const Reading& reading, const std::vector<Signal>& elements) {
+  std::vector<StreamPart> parts = partsByStream(elements);
+  if (reading.options().threads <= 1) return parts;
+  if (parts.size() == 1) return dealtOut(parts.front(), reading.options().threads);
+  std::ranges::stable_sort(parts, std::greater(), [](const StreamPart& part) { return part.signals.size(); });
+  return parts;
+}
+
+/// Another reading of the same file, for a thread of its own. Throws `Unreadable` for a file that is another one now.
+std::shared_ptr<OpenedFile> openAgain(const OpenedFile& file, std::stop_token stop) {
+  auto again = std::make_shared<OpenedFile>(file.path, OpenOptions{.stop = std::move(stop)});
+  const bool same = std::ranges::equal(file.signals, again->signals, {}, &Signal::name, &Signal::name) &&
+                    std::ranges::equal(file.signals, again->signals, {}, &Signal::stream, &Signal::stream);
+  if (!same) throw Error(ErrorCode::Unreadable, "the file was changed while it was read", file.path);
+  return again;
+}
+
+/// Tallies the parts, each in the next thread that is free. `tallies` has places of their own for the parts.
+void tallyParts(Reading& reading, const std::vector<StreamPart>& parts, std::vector<Statistics>& tallies) {
+  std::atomic<std::size_t> next = 0;
+  const auto tallyNext = [&](Reading& own) {
+    for (std::size_t part = next++; part < parts.size(); part = next++) tallyPart(own, parts[part], tallies);
+  };
+  ReadOptions silent = reading.options();
+  silent.progress = nullptr;
+  // Whatever ends this early waits for the threads, which stop after the part that they are at.
+  std::vector<std::future<void>> others;
+  while (others.size() + 1 < std::min<std::size_t>(silent.threads, parts.size())) {
+    others.push_back(std::async(std::launch::async, [&] {
+      Reading own(openAgain(reading.file(), silent.stop), silent);
+      tallyNext(own);
+    }));
+  }
+  try {
+    tallyNext(reading);
+    for (std::future<void>& other : others) other.get();
+  } catch (...) {
+    next = parts.size();
+    throw;
+  }
+}
+
 }  // namespace
 
 std::vector<Signal> elementsOf(const std::vector<Signal>& signals) {
@@ -60,20 +140,7 @@ std::vector<Statistics> readStatistics(Reading& reading, const std::vector<Signa
   std::vector<Statistics> tallies;
   tallies.reserve(elements.size());
   for (const Signal& element : elements) tallies.push_back({.signal = element});
-  for (const StreamPart& part : partsByStream(elements)) {
-    NativeWalk walk(reading, part.signals, NativeWalk::Detail::ValueAndStamp);
-    std::vector<Sto::SampleTally> samples(walk.samples().elements());
-    while (walk.nextBlock()) {
-      walk.samples().tally(walk.steps(), samples);
-      for (std::size_t asked = 0; asked < part.signals.size(); ++asked) {
-        addBlock(tallies[part.places[asked]], walk, walk.elementOf(asked));
-      }
-    }
-    for (std::size_t asked = 0; asked < part.signals.size(); ++asked) {
-      const std::size_t element = walk.elementOf(asked);
-      addTally(tallies[part.places[asked]], samples[element], walk.samples().type(element));
-    }
-  }
+  tallyParts(reading, partsFor(reading, elements), tallies);
   for (Statistics& tally : tallies) settleRate(tally);
   return tallies;
 }

@@ -5,12 +5,19 @@
 
 namespace Kvex::Tool {
 
+namespace {
+
+/// Each takes memory, and commands stay small.
+constexpr unsigned kThreads = 2;
+
+}  // namespace
+
 OpenedFile::OpenedFile(const std::string& path) : file(path, {.progress = progress.callback(), .stop = stop.token()}) {
   progress.clear();
 }
 
 ReadOptions OpenedFile::watched() {
-  return {.progress = progress.callback(), .stop = stop.token()};
+  return {.progress = progress.callback(), .stop = stop.token(), .threads = kThreads};
 }
 
 VrelExit OpenedFile::exit() const {

@@ -20,7 +20,8 @@ class OpenedFile {
   /// Says on standard error that the file is damaged or was not closed, if so.
   void tellJudgement() const;
 
-  /// Options of a reading that shows how far it is, for as long as this stands, and that an interrupt stops.
+  /// Options of a reading that shows how far it is, for as long as this stands, that an interrupt stops, and that may
+  /// use two cores.
   ReadOptions watched();
 
   StopOnInterrupt stop;

@@ -4,9 +4,11 @@
 #include <array>
 #include <cmath>
 #include <fmt/format.h>
+#include <future>
 #include <map>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "tool/CheckJson.h"
 #include "tool/Counters.h"
@@ -45,13 +47,23 @@ bool matchesAny(const Signal& signal, std::span<const char* const> patterns) {
   return std::ranges::any_of(patterns, [&](const char* pattern) { return signal.matches(pattern); });
 }
 
-/// Makes the report of one file.
+/// A value with as many digits as a person reads.
+std::string shownValue(const Signal& signal, const Value& value) {
+  if (value.type() == ValueType::None) return {};
+  const bool isReal = value.type() == ValueType::Float || value.type() == ValueType::Double;
+  if (signal.hasTexts()) return valueWithText(value, signal);
+  if (!isReal) return value.text();
+  if (signal.decimals() >= 0) return fmt::format("{:.{}f}", value.asDouble(), signal.decimals());
+  return fmt::format("{:.7g}", value.asDouble());
+}
+
+/// Makes the report of one file, but for its statistics.
 class Reporter {
  public:
-  Reporter(OpenedFile& opened, const ReportOptions& options)
-      : opened_(opened),
-        file_(opened.file),
+  Reporter(File& file, const ReportOptions& options, ReadOptions reading)
+      : file_(file),
         options_(options),
+        reading_(std::move(reading)),
         start_(file_.hasTime() ? file_.span().start : kNoTime) {}
 
   Json json() {
@@ -67,7 +79,6 @@ class Reporter {
     if (file_.hasTime()) addEvents(json);
     if (file_.hasTime()) addDrawing(json);
     json["devices"] = devices();
-    if (!options_.fast && file_.hasTime()) addStatistics(json);
     if (!options_.fast && file_.hasTime()) json["states"] = states();
     return json;
   }
@@ -108,8 +119,7 @@ class Reporter {
   }
 
   void addEvents(Json& json) {
-    const ReadOptions watched = opened_.watched();
-    events_ = file_.events({.limit = kMostEvents, .progress = watched.progress, .stop = watched.stop});
+    events_ = file_.events({.limit = kMostEvents, .progress = reading_.progress, .stop = reading_.stop});
     Json list = Json::array();
     for (const Event& event : events_.list) {
       list.push_back({{"time", seconds(event.time)},
@@ -167,7 +177,7 @@ class Reporter {
     std::vector<Signal> seen = drawn_;
     for (const TrackSignals& track : tracks) addPlaceSignals(track, seen);
     if (seen.empty()) return;
-    const Overview overview = file_.overview(seen, kSlices, opened_.watched());
+    const Overview overview = file_.overview(seen, kSlices, reading_);
     json["slices"] = {{"from", seconds(overview.span().start)},
                       {"width", secondsBetween(overview.span().start, overview.span().end) / kSlices},
                       {"count", kSlices}};
@@ -216,60 +226,60 @@ class Reporter {
     return list;
   }
 
-  /// A value with as many digits as a person reads.
-  static std::string shownValue(const Signal& signal, const Value& value) {
-    if (value.type() == ValueType::None) return {};
-    const bool isReal = value.type() == ValueType::Float || value.type() == ValueType::Double;
-    if (signal.hasTexts()) return valueWithText(value, signal);
-    if (!isReal) return value.text();
-    if (signal.decimals() >= 0) return fmt::format("{:.{}f}", value.asDouble(), signal.decimals());
-    return fmt::format("{:.7g}", value.asDouble());
-  }
-
-  void addStatistics(Json& json) {
-    Json list = Json::array();
-    Json faults = Json::array();
-    for (const Statistics& found : file_.statistics(file_.match("*"), opened_.watched())) {
-      const Signal& signal = found.signal;
-      const auto shown = [&](const Value& value) { return shownValue(signal, value); };
-      list.push_back({signal.stream(), signal.name(), signal.unit(), signal.description(), found.samples, found.usable,
-                      found.rate ? Json(fmt::format("{:.4g}", *found.rate)) : Json(), shown(found.first),
-                      shown(found.last), shown(found.smallest), shown(found.largest), found.changes});
-      if (matchesAny(signal, kFaultPatterns) && found.usable > 0 && found.last.asDouble() > found.first.asDouble()) {
-        faults.push_back({{"stream", signal.stream()},
-                          {"name", signal.name()},
-                          {"description", signal.description()},
-                          {"first", found.first.text()},
-                          {"last", found.last.text()}});
-      }
-    }
-    json["statistics"] = std::move(list);
-    json["faults"] = std::move(faults);
-  }
-
   /// How long each mode was held.
   Json states() {
     Json list = Json::array();
     for (const Signal& signal : file_.match("*")) {
       if (signal.isArray() || !matchesAny(signal, kModePatterns)) continue;
-      States timeline = file_.timeline(signal, opened_.watched());
+      States timeline = file_.timeline(signal, reading_);
       list.push_back(totalsJson(signal, totalsOf(timeline)));
     }
     return list;
   }
 
-  OpenedFile& opened_;
   File& file_;
   const ReportOptions& options_;
+  ReadOptions reading_;
   Nano start_;
   Events events_;
   std::vector<Signal> drawn_;
 };
 
+/// What the samples of all signals say, and the counts of faults that rose.
+Json statisticsJson(File& file, const ReadOptions& reading) {
+  Json list = Json::array();
+  Json faults = Json::array();
+  for (const Statistics& found : file.statistics(file.match("*"), reading)) {
+    const Signal& signal = found.signal;
+    const auto shown = [&](const Value& value) { return shownValue(signal, value); };
+    list.push_back({signal.stream(), signal.name(), signal.unit(), signal.description(), found.samples, found.usable,
+                    found.rate ? Json(fmt::format("{:.4g}", *found.rate)) : Json(), shown(found.first),
+                    shown(found.last), shown(found.smallest), shown(found.largest), found.changes});
+    if (matchesAny(signal, kFaultPatterns) && found.usable > 0 && found.last.asDouble() > found.first.asDouble()) {
+      faults.push_back({{"stream", signal.stream()},
+                        {"name", signal.name()},
+                        {"description", signal.description()},
+                        {"first", found.first.text()},
+                        {"last", found.last.text()}});
+    }
+  }
+  return {{"statistics", std::move(list)}, {"faults", std::move(faults)}};
+}
+
 }  // namespace
 
 Json reportJson(OpenedFile& opened, const ReportOptions& options) {
-  return Reporter(opened, options).json();
+  File& file = opened.file;
+  if (options.fast || !file.hasTime()) return Reporter(file, options, opened.watched()).json();
+  // The statistics take longest, and the rest has time to be done beside them, in a reading of its own.
+  std::future<Json> others = std::async(std::launch::async, [&file, &options, stop = opened.stop.token()] {
+    File again(file.path(), {.stop = stop});
+    return Reporter(again, options, {.stop = stop}).json();
+  });
+  const Json statistics = statisticsJson(file, opened.watched());
+  Json json = others.get();
+  json.update(statistics);
+  return json;
 }
 
 }  // namespace Kvex::Tool

@@ -117,6 +117,9 @@ class File {
   /// stream's times do not go back, they follow one another without a gap from its start to its end, or over what of
   /// that lies in the span asked for.
   States timeline(const SignalList::Item& signal, const ReadOptions& options = {});
+  /// What the timelines of several signals come to, as `totalsOf` sums them up: one list for each signal, and of an
+  /// array one for each element. One walk of each stream. The limit of different values holds for all signals together.
+  std::vector<std::vector<StateTotal>> stateTotals(const SignalList& signals, const ReadOptions& options = {});
   /// What happened during the recording: edges, starts and stops, changes of modes, gaps and damage. One walk of each
   /// stream that can have such.
   Events events(const EventOptions& options = {});

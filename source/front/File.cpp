@@ -10,6 +10,7 @@
 #include "front/OverviewData.h"
 #include "front/SignalStatistics.h"
 #include "front/SpanChoice.h"
+#include "front/StateTotals.h"
 #include "front/StatesSource.h"
 #include "front/TrackWalk.h"
 
@@ -130,12 +131,18 @@ std::vector<Statistics> File::statistics(const SignalList& signals, const ReadOp
 
 States File::states(const SignalList::Item& signal, const ReadOptions& options) {
   return States(std::make_unique<States::Source>(data_, data_->readableScalar(signal, "states"), options,
-                                                 States::Source::Gaps::Left));
+                                                 Front::StateGaps::Left));
 }
 
 States File::timeline(const SignalList::Item& signal, const ReadOptions& options) {
   return States(std::make_unique<States::Source>(data_, data_->readableScalar(signal, "states"), options,
-                                                 States::Source::Gaps::Filled));
+                                                 Front::StateGaps::Filled));
+}
+
+std::vector<std::vector<StateTotal>> File::stateTotals(const SignalList& signals, const ReadOptions& options) {
+  const std::vector<Signal> elements = Front::elementsOf(data_->readable(signals));
+  Front::Reading reading(data_, Front::wholeStream(options));
+  return Front::readStateTotals(reading, elements, options);
 }
 
 Events File::events(const EventOptions& options) {

@@ -1,11 +1,14 @@
+#include "front/StateTotals.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <kvex/Error.h>
-#include <kvex/States.h>
 #include <limits>
 #include <map>
 #include <type_traits>
+
+#include "front/StateFollower.h"
 
 namespace Kvex {
 
@@ -38,28 +41,77 @@ Nano lengthOf(const State& state) {
   return __builtin_sub_overflow(state.to, state.from, &length) ? INT64_MAX : length;
 }
 
+/// Adds up the states of one signal by value.
+class TotalsSum {
+ public:
+  /// `values`: the number of different values of all signals together.
+  explicit TotalsSum(std::size_t& values) : values_(values) {}
+
+  void add(const State& state) {
+    const auto [place, isNew] = places_.emplace(std::pair(state.value.type(), keyOf(state.value)), totals_.size());
+    if (isNew) {
+      if (values_ == kMaxValues) {
+        throw Error(ErrorCode::InvalidArgument, "signals with more than 100000 different values have no totals");
+      }
+      ++values_;
+      totals_.push_back({.value = state.value});
+    }
+    StateTotal& total = totals_[place->second];
+    ++total.times;
+    total.time = sum(total.time, lengthOf(state));
+    whole_ += static_cast<double>(lengthOf(state));
+  }
+
+  /// The one held longest first.
+  std::vector<StateTotal> settle() {
+    for (StateTotal& total : totals_) total.share = whole_ > 0 ? static_cast<double>(total.time) / whole_ : 0.0;
+    std::ranges::stable_sort(totals_, std::greater{}, &StateTotal::time);
+    return std::move(totals_);
+  }
+
+ private:
+  std::size_t& values_;
+  std::vector<StateTotal> totals_;
+  std::map<std::pair<ValueType, std::uint64_t>, std::size_t> places_;
+  double whole_ = 0;
+};
+
 }  // namespace
 
 std::vector<StateTotal> totalsOf(States& states) {
-  std::vector<StateTotal> totals;
-  std::map<std::pair<ValueType, std::uint64_t>, std::size_t> places;
-  double whole = 0;
-  for (const State& state : states) {
-    const auto [place, isNew] = places.emplace(std::pair(state.value.type(), keyOf(state.value)), totals.size());
-    if (isNew) {
-      if (totals.size() == kMaxValues) {
-        throw Error(ErrorCode::InvalidArgument, "a signal with more than 100000 different values has no totals");
-      }
-      totals.push_back({.value = state.value});
+  std::size_t values = 0;
+  TotalsSum sum(values);
+  for (const State& state : states) sum.add(state);
+  return sum.settle();
+}
+
+namespace Front {
+
+std::vector<std::vector<StateTotal>> readStateTotals(Reading& reading, const std::vector<Signal>& elements,
+                                                     const ReadOptions& options) {
+  std::vector<std::vector<StateTotal>> totals(elements.size());
+  std::size_t values = 0;
+  for (const StreamPart& part : partsByStream(elements)) {
+    NativeWalk walk(reading, part.signals, NativeWalk::Detail::FlagsAndStamp);
+    const Stream& stream = reading.file().streams[part.stream];
+    std::vector<StateFollower> followers;
+    for (std::size_t asked = 0; asked < part.signals.size(); ++asked) {
+      followers.emplace_back(walk, asked, part.signals[asked], stream, options, StateGaps::Filled);
     }
-    StateTotal& total = totals[place->second];
-    ++total.times;
-    total.time = sum(total.time, lengthOf(state));
-    whole += static_cast<double>(lengthOf(state));
+    std::vector<TotalsSum> sums(followers.size(), TotalsSum(values));
+    const auto addAll = [&](auto&& goOn) {
+      for (std::size_t asked = 0; asked < followers.size(); ++asked) {
+        goOn(followers[asked]);
+        while (const std::optional<State> state = followers[asked].next()) sums[asked].add(*state);
+      }
+    };
+    while (walk.nextBlock()) addAll([](StateFollower& follower) { follower.beginBlock(); });
+    addAll([](StateFollower& follower) { follower.end(); });
+    for (std::size_t asked = 0; asked < sums.size(); ++asked) totals[part.places[asked]] = sums[asked].settle();
   }
-  for (StateTotal& total : totals) total.share = whole > 0 ? static_cast<double>(total.time) / whole : 0.0;
-  std::ranges::stable_sort(totals, std::greater{}, &StateTotal::time);
   return totals;
 }
+
+}  // namespace Front
 
 }  // namespace Kvex

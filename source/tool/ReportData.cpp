@@ -228,12 +228,12 @@ class Reporter {
 
   /// How long each mode was held.
   Json states() {
+    std::vector<Signal> modes = file_.match("*");
+    std::erase_if(modes, [](const Signal& signal) { return signal.isArray() || !matchesAny(signal, kModePatterns); });
     Json list = Json::array();
-    for (const Signal& signal : file_.match("*")) {
-      if (signal.isArray() || !matchesAny(signal, kModePatterns)) continue;
-      States timeline = file_.timeline(signal, reading_);
-      list.push_back(totalsJson(signal, totalsOf(timeline)));
-    }
+    if (modes.empty()) return list;
+    const auto totals = file_.stateTotals(modes, reading_);
+    for (std::size_t i = 0; i < modes.size(); ++i) list.push_back(totalsJson(modes[i], totals[i]));
     return list;
   }
 

@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <kvex/File.h>
+#include <tuple>
 
+#include "support/Command.h"
 #include "support/Golden.h"
+#include "support/StoreReading.h"
 
 namespace Kvex {
 namespace {
@@ -80,6 +84,51 @@ TEST_P(SummaryTest, StatisticsAreThoseOfTheSamples) {
       EXPECT_EQ(got.smallest.asDouble(), smallest);
       EXPECT_EQ(got.largest.asDouble(), largest);
     }
+  }
+}
+
+/// What several threads find, of files with one and with several streams, of arrays and elements, in a span.
+TEST(StatisticsTest, AreTheSameFromSeveralThreads) {
+  for (const char* name : {"quon_mode_mix_11.quon", "can_with_zint_11.vrel", "range_recording_11.vrel"}) {
+    SCOPED_TRACE(name);
+    File file(Support::dataPath(name));
+    std::vector<Signal> signals = file.match("*");
+    signals.push_back(signals.front());
+    const Span whole = file.span();
+    ReadOptions options{.start = whole.start + (whole.end - whole.start) / 3, .end = whole.end};
+    for (const unsigned threads : {2U, 5U}) {
+      const std::vector<Statistics> alone = file.statistics(signals, options);
+      options.threads = threads;
+      const std::vector<Statistics> shared = file.statistics(signals, options);
+      options.threads = 1;
+      ASSERT_EQ(shared.size(), alone.size());
+      for (std::size_t i = 0; i < alone.size(); ++i) {
+        SCOPED_TRACE(alone[i].signal.qualifiedName());
+        EXPECT_EQ(shared[i].signal, alone[i].signal);
+        EXPECT_EQ(std::tie(shared[i].samples, shared[i].usable, shared[i].changes, shared[i].rate),
+                  std::tie(alone[i].samples, alone[i].usable, alone[i].changes, alone[i].rate));
+        for (const auto value : {&Statistics::first, &Statistics::last, &Statistics::smallest, &Statistics::largest}) {
+          EXPECT_TRUE(same(shared[i].*value, alone[i].*value));
+          EXPECT_EQ((shared[i].*value).stamp(), (alone[i].*value).stamp());
+        }
+      }
+    }
+  }
+}
+
+TEST(StatisticsTest, SeveralThreadsEndWithTheReading) {
+  const Testing::TempFile copy("changed.vrel", Support::contentsOf(Support::dataPath("range_recording_11.vrel")));
+  File file(copy.path());
+  std::stop_source stop;
+  stop.request_stop();
+  EXPECT_THROW(file.statistics(file.match("*"), {.stop = stop.get_token(), .threads = 3}), Error);
+  std::filesystem::copy_file(Support::dataPath("can_joined_11.vrel"), copy.path(),
+                             std::filesystem::copy_options::overwrite_existing);
+  try {
+    file.statistics(file.match("*"), {.threads = 3});
+    FAIL() << "a second reading of another file";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.code(), ErrorCode::Unreadable) << error.what();
   }
 }
 
@@ -165,6 +214,28 @@ TEST_P(SummaryTest, TimelineLeavesNoTimeOut) {
       }
       EXPECT_NEAR(share, 1.0, 1e-9);
       EXPECT_EQ(times, states.size());
+    }
+  }
+}
+
+TEST_P(SummaryTest, TotalsOfManySignalsAreThoseOfEach) {
+  const Span whole = file_.span();
+  const ReadOptions part{.start = whole.start + (whole.end - whole.start) / 3, .end = whole.end - kNanosPerSecond / 7};
+  const std::vector<Signal> signals = scalars();
+  for (const ReadOptions& options : {ReadOptions{}, part}) {
+    const std::vector<std::vector<StateTotal>> all = file_.stateTotals(signals, options);
+    ASSERT_EQ(all.size(), signals.size());
+    for (std::size_t i = 0; i < signals.size(); ++i) {
+      SCOPED_TRACE(signals[i].name());
+      States timeline = file_.timeline(signals[i], options);
+      const std::vector<StateTotal> alone = totalsOf(timeline);
+      ASSERT_EQ(all[i].size(), alone.size());
+      for (std::size_t k = 0; k < alone.size(); ++k) {
+        EXPECT_TRUE(same(all[i][k].value, alone[k].value));
+        EXPECT_EQ(all[i][k].times, alone[k].times);
+        EXPECT_EQ(all[i][k].time, alone[k].time);
+        EXPECT_EQ(all[i][k].share, alone[k].share);
+      }
     }
   }
 }

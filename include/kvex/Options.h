@@ -53,8 +53,8 @@ struct ReadOptions {
   /// Takes a multiplexed signal only from records that select it: in others it has no sample, and a grid holds the
   /// value before. Without, the bits at its place are taken from every record of its table, whatever they mean.
   bool multiplexed = false;
-  /// Threads that `File::statistics` may use. Each further one scans the file once more and keeps what is known of its
-  /// signals, some 10 MiB, so that it pays for many signals only; what is read is the same. Others ignore it.
+  /// Threads that `File::statistics` may use, each for one stream at a time. Each further one scans the file once more
+  /// and keeps what is known of its signals, some 10 MiB. What is read is the same. Other readings use one.
   unsigned threads = 1;
 };
 

@@ -13,7 +13,7 @@ from typing import TYPE_CHECKING, Any
 from ._errors import KvexError
 from ._run import Run, SignalView
 from ._run import open as open_run
-from ._times import TimeLike, nanos_of_seconds
+from ._times import TimeLike, nanos_of_seconds, utc_of
 
 if TYPE_CHECKING:
     import pyarrow
@@ -53,6 +53,20 @@ class Options:
 
     def open(self, path: str) -> Run:
         return open_run(path, multiplexed=self.multiplexed)
+
+    def span(self, run: Run) -> dict[str, int | None]:
+        """The span asked for. Raises an error where the recording has no data in it: empty files would look right."""
+        span = run._span(self.start, self.end)
+        start, end = span["start"], span["end"]
+        if start is not None and end is not None and start >= end:
+            raise KvexError("the start is not before the end", "InvalidArgument", run.path)
+        streams = [stream for stream in run.streams if not self.streams or stream.id in self.streams]
+        # A damaged stream may end before its start.
+        times = [time for stream in streams for time in (stream.start_gps, stream.end_gps) if time is not None]
+        if times and ((start is not None and start > max(times)) or (end is not None and end <= min(times))):
+            have = f"the recording goes from {utc_of(min(times))} to {utc_of(max(times))} UTC"
+            raise KvexError(f"there is no data in the span asked for; {have}", "InvalidArgument", run.path)
+        return span
 
     def tables(self, run: Run, streams: Iterable[int] | None = None, taken: tuple[str, ...] = ("time",)) -> list[Any]:
         """The tables to write, of all streams or of these, with columns that are called none of ``taken``: those of
@@ -163,7 +177,7 @@ def write_recording(run: Run, writer: Writer, options: Options, tables: list[Tab
 
 
 def _walk(run: Run, options: Options, tables: list[TableInfo]) -> Iterator[tuple[TableInfo, pyarrow.RecordBatch]]:
-    span = run._span(options.start, options.end)
+    span = options.span(run)
     utc = options.to in ("parquet", "arrow", "csv")
     if options.period is not None:
         yield from _grid(run, tables[0], options.period, span, utc)

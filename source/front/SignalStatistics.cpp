@@ -5,8 +5,6 @@
 #include <bit>
 #include <functional>
 #include <future>
-#include <map>
-#include <string_view>
 
 #include "front/NativeWalk.h"
 #include "store/SampleTally.h"
@@ -65,27 +63,13 @@ void tallyPart(Reading& reading, const StreamPart& part, std::vector<Statistics>
   }
 }
 
-/// The signals of one stream in several parts of like cost. Those of one table stay together, since they come from the
-/// same work; neighbouring tables, which are often alike, are dealt out.
-std::vector<StreamPart> dealtOut(const StreamPart& whole, std::size_t count) {
-  std::vector<StreamPart> parts(count, {whole.stream, {}, {}});
-  std::map<std::string_view, std::size_t> partOf;
-  for (std::size_t i = 0; i < whole.signals.size(); ++i) {
-    const std::size_t next = partOf.size() % count;
-    StreamPart& part = parts[partOf.emplace(whole.signals[i].table(), next).first->second];
-    part.signals.push_back(whole.signals[i]);
-    part.places.push_back(whole.places[i]);
-  }
-  std::erase_if(parts, [](const StreamPart& part) { return part.signals.empty(); });
-  return parts;
-}
-
-/// The work as it is shared among threads, what takes longest first.
+/// The work as it is shared among threads, what takes longest first. A stream stays whole: what a status packet says
+/// may be read only where a signal of its group is asked for, and must not depend on the number of threads.
 std::vector<StreamPart> partsFor(const Reading& reading, const std::vector<Signal>& elements) {
   std::vector<StreamPart> parts = partsByStream(elements);
-  if (reading.options().threads <= 1) return parts;
-  if (parts.size() == 1) return dealtOut(parts.front(), reading.options().threads);
-  std::ranges::stable_sort(parts, std::greater(), [](const StreamPart& part) { return part.signals.size(); });
+  if (reading.options().threads > 1) {
+    std::ranges::stable_sort(parts, std::greater(), [](const StreamPart& part) { return part.signals.size(); });
+  }
   return parts;
 }
 

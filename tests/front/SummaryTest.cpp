@@ -89,7 +89,7 @@ TEST_P(SummaryTest, StatisticsAreThoseOfTheSamples) {
 
 /// What several threads find, of files with one and with several streams, of arrays and elements, in a span.
 TEST(StatisticsTest, AreTheSameFromSeveralThreads) {
-  for (const char* name : {"quon_mode_mix_11.quon", "can_with_zint_11.vrel", "range_recording_11.vrel"}) {
+  for (const char* name : {"can_joined_11.vrel", "can_with_zint_11.vrel", "range_recording_11.vrel"}) {
     SCOPED_TRACE(name);
     File file(Support::dataPath(name));
     std::vector<Signal> signals = file.match("*");

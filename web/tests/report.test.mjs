@@ -185,3 +185,78 @@ test("several files have a table of all and a part each", async () => {
   assert.equal(await tab.locator(".table-box").first().locator("tbody tr").count(), 2);
   assert.deepEqual(troubles, []);
 });
+
+test("all text stands out from what is behind it, in the light and in the dark", async () => {
+  for (const colorScheme of ["light", "dark"]) {
+    const { tab } = await openReport("demo.vrel", ["--fast"], { colorScheme });
+    const faint = await tab.evaluate(() => {
+      const channels = (colour) => (colour.match(/[\d.]+/g) ?? []).map(Number);
+      const luminance = (rgb) => {
+        const [r, g, b] = rgb.slice(0, 3).map((one) => (one <= 10.31 ? one / 255 / 12.92 : ((one / 255 + 0.055) / 1.055) ** 2.4));
+        return 0.2126 * r + 0.7152 * g + 0.0722 * b;
+      };
+      const behind = (node) => {
+        for (let at = node; at; at = at.parentElement) {
+          const colour = channels(getComputedStyle(at).backgroundColor);
+          if (colour.length === 3 || colour[3] > 0.99) return colour;
+        }
+        return [255, 255, 255];
+      };
+      const found = new Set();
+      const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
+      for (let text = walker.nextNode(); text; text = walker.nextNode()) {
+        const node = text.parentElement;
+        if (!text.data.trim() || !node.checkVisibility() || node.closest("script, style")) continue;
+        const [one, other] = [luminance(channels(getComputedStyle(node).color)), luminance(behind(node))];
+        const contrast = (Math.max(one, other) + 0.05) / (Math.min(one, other) + 0.05);
+        if (contrast < 4.5) found.add(`${node.tagName}.${node.className} "${text.data.trim().slice(0, 20)}" ${contrast.toFixed(2)}`);
+      }
+      return [...found];
+    });
+    assert.deepEqual(faint, [], colorScheme);
+  }
+});
+
+test("the track is moved and zoomed by keyboard", async () => {
+  const { tab, troubles } = await openReport("antimeridian.vrel", ["--fast"]);
+  const canvas = tab.locator("figure.track canvas");
+  const place = () => tab.evaluate(() => drawn[0].track.placeAt(0, drawn[0].track.paths[0].times[0]));
+  const scale = () => tab.evaluate(() => drawn[0].track.scale);
+  await canvas.focus();
+  const [wide, [x, y]] = [await scale(), await place()];
+  for (const [key, grows] of [["+", true], ["-", false]]) {
+    const before = await scale();
+    await canvas.press(key);
+    assert.equal((await scale()) > before, grows, key);
+  }
+  assert.ok(Math.abs((await scale()) / wide - 1) < 1e-9, "back again");
+  for (const [key, right, down] of [["ArrowLeft", 1, 0], ["ArrowRight", 0, 0], ["ArrowUp", 0, 1], ["ArrowDown", 0, 0]]) {
+    await canvas.press(key);
+    const [nowX, nowY] = await place();
+    assert.deepEqual([Math.sign(Math.round(nowX - x)), Math.sign(Math.round(nowY - y))], [right, down], key);
+  }
+  await canvas.press("+");
+  await canvas.press("ArrowLeft");
+  await canvas.press("0");
+  assert.ok(Math.abs((await scale()) / wide - 1) < 1e-9 && Math.hypot((await place())[0] - x, (await place())[1] - y) < 1);
+  assert.deepEqual(troubles, []);
+});
+
+test("in print each plot is drawn, and nothing is wider than the paper", async () => {
+  const { tab } = await openReport("spike.vrel", [], { viewport: { width: 794, height: 1123 } });
+  const titles = await tab.locator("figure.plot h3").allTextContents();
+  assert.ok(titles.length > 0);
+  await tab.emulateMedia({ media: "print" });
+  await tab.evaluate(() => dispatchEvent(new Event("beforeprint")));
+  const drawnPlots = await tab.evaluate(() =>
+    [...document.querySelectorAll("figure.plot")].filter((plot) => {
+      const canvas = plot.querySelector("canvas");
+      if (!canvas || canvas.width === 0) return false;
+      return canvas.getContext("2d").getImageData(0, 0, canvas.width, canvas.height).data.some((byte) => byte !== 0);
+    }).length,
+  );
+  assert.equal(drawnPlots, titles.length, "each plot is drawn, also those that were never scrolled to");
+  assert.ok((await tab.evaluate(() => document.documentElement.scrollWidth)) <= 794);
+  const pdf = await tab.pdf({ format: "A4" });
+  assert.equal(pdf.subarray(0, 5).toString(), "%PDF-");
+});

@@ -166,12 +166,12 @@ test("a path is coloured by what was known at each of its points", async () => {
 
 test("the state of the viewer comes back from the address, whatever names signals have", async () => {
   const { toFragment, fromFragment, keyOf, partsOf } = await importPart("view/state");
-  const names = ["Lat", "a,b;c&d=e#f", "50% [km/h]", "Größe/:x", "<img>", "🚗\n"];
+  const names = ["Lat", "A,b;c&d=#%/é[3]", "50% [km/h]", "Größe/:x", "<img>", "🚗\n"];
   const keys = names.map((name, i) => keyOf(i, 10 + i, name));
   keys.forEach((key, i) => assert.deepEqual(partsOf(key), { file: i, stream: 10 + i, signal: `${10 + i}:${names[i]}` }));
   const states = [
     { plots: [], span: null },
-    { plots: [keys], span: [0, 1e-6] },
+    { plots: [keys], span: [-0.5, 1e-6] },
     { plots: keys.map((key) => [key]), span: [12.5, 7199.909] },
     { plots: [[keys[1]], [keys[2], keys[3]]], span: null },
   ];
@@ -186,7 +186,7 @@ test("the state of the viewer comes back from the address, whatever names signal
 test("a fragment that somebody else has written is taken as far as it can be understood", async () => {
   const { fromFragment } = await importPart("view/state");
   const nothing = { plots: [], span: null };
-  for (const text of ["", "#", "#plots=", "#plots=;;,", "#span=", "#span=5", "#span=2,1", "#span=a,b", "#span=1,1", "#__proto__=1", "#plots=%", "#plots=x", "#plots=0/x:y,-1/2:z"]) {
+  for (const text of ["", "#", "#plots=", "#plots=;;,", "#span=", "#span=5", "#span=2,1", "#span=a,b", "#span=1,1", "#__proto__=1", "#plots=%E0%A4%A", "#x=y&plots=;;,", "#plots=%", "#plots=x", "#plots=0/x:y,-1/2:z"]) {
     assert.deepEqual(fromFragment(text), nothing, text);
   }
   assert.deepEqual(fromFragment("#plots=0/1:a,%E0%A4%A,0/1:b;junk;1/2:c&span=1,2,3&other=4"), { plots: [["0/1:a", "0/1:b"], ["1/2:c"]], span: null });

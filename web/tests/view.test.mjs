@@ -6,7 +6,7 @@ import { readFileSync } from "node:fs";
 import { join } from "node:path";
 import { createInterface } from "node:readline";
 import { after, before, test } from "node:test";
-import { bin, closeBrowser, folder, importPart, openTab, run } from "./browser.mjs";
+import { bin, closeBrowser, folder, openTab, run } from "./browser.mjs";
 
 let server;
 let address;
@@ -164,13 +164,78 @@ test("a port that is taken is an error that says so", async () => {
   assert.match(said, /port .* in use/);
 });
 
-test("fragments say what is shown, and survive any name", async () => {
-  const { fromFragment, keyOf, partsOf, toFragment } = await importPart("view/state");
-  const state = { plots: [[keyOf(0, 2, "A,b;c&d=#%/é[3]"), "1/3:x"], ["0/0:y"]], span: [-0.5, 1e-3] };
-  assert.deepEqual(fromFragment(toFragment(state)), state);
-  assert.equal(toFragment({ plots: [], span: null }), "");
-  assert.deepEqual(partsOf("12/3:a:b/c"), { file: 12, stream: 3, signal: "3:a:b/c" });
-  for (const nonsense of ["", "#", "#plots=", "#plots=%E0%A4%A", "#span=a,b", "#span=1", "#span=2,1", "#x=y&plots=;;,"]) {
-    assert.deepEqual(fromFragment(nonsense), { plots: [], span: null }, nonsense);
+/** The native samples of a signal as vrel exports them: seconds from the start, and values. */
+function exported(signal, from, to) {
+  const info = JSON.parse(run("vrel", "info", "demo.vrel", "--json"));
+  const start = BigInt(info.start); // to 128 ns, since it is a double before
+  const text = run("vrel", "export", "demo.vrel", "--native", "--signal", signal, "--start", `+${from}`, "--end", `+${to}`);
+  const lines = text.trim().split("\n").slice(1).map((line) => line.split(","));
+  return lines.filter(([, value]) => value !== "").map(([time, value]) => [Number(BigInt(time) - start) / 1e9, Number(value)]);
+}
+
+test("what is drawn of a short span is every sample, with its value, at its time", async () => {
+  for (const signal of ["2:Speed2d", "0:ImuAx", "1:VehicleSpeed"]) {
+    const samples = exported(signal, 5, 6);
+    assert.ok(samples.length > 5, `${signal}: ${samples.length}`);
+    const { tab } = await openViewer(`#plots=0/${signal}&span=5,6`);
+    await settled(tab);
+    const { from, width, decimals, a, b } = await tab.evaluate((key) => viewer.known.get(key), `0/${signal}`);
+    const [low, high] = [new Map(), new Map()];
+    let whole = 0;
+    a.forEach((difference, i) => {
+      if (difference === null) return;
+      whole += difference;
+      low.set(i, Math.min(whole, whole + b[i]) / 10 ** decimals);
+      high.set(i, Math.max(whole, whole + b[i]) / 10 ** decimals);
+    });
+    const seen = new Set();
+    for (const [time, value] of samples) {
+      // A sample on the edge of two slices may be rounded into either.
+      const near = [time - 1e-6, time + 1e-6].map((at) => Math.floor((at - from) / width));
+      const place = near.find((i) => low.has(i) && value >= low.get(i) - 10 ** -decimals && value <= high.get(i) + 10 ** -decimals);
+      assert.notEqual(place, undefined, `${signal}: ${value} at ${time}`);
+      near.forEach((i) => seen.add(i));
+    }
+    const others = [...low.keys()].filter((i) => !seen.has(i) && from + i * width > 5 && from + (i + 1) * width < 6);
+    assert.deepEqual(others, [], `${signal}: nothing is drawn where no sample is`);
   }
+});
+
+test("of many quick zooms the last one is shown", async () => {
+  const { tab, troubles } = await openViewer("#plots=0/2:Speed2d,0/0:ImuAx;0/1:VehicleSpeed");
+  await settled(tab);
+  for (let i = 0; i < 12; ++i) {
+    await tab.evaluate((at) => viewer.axis.show([at, at + 0.5 + at / 10]), i);
+    await tab.waitForTimeout(i % 4 === 0 ? 130 : 10);
+  }
+  await settled(tab);
+  const spans = await tab.evaluate(() => [...viewer.known.values()].map(({ from, width, a }) => [from, from + width * a.length]));
+  assert.equal(spans.length, 3);
+  for (const [from, to] of spans) assert.ok(from <= 11 && to >= 12.6 && to - from < 3, `${from} to ${to}`);
+  assert.equal(await tab.locator("header [role=alert]").textContent(), "");
+  assert.deepEqual(troubles.filter((text) => !text.includes("aborted")), []);
+});
+
+test("a signal is dragged onto a plot, and what is no signal is not taken", async () => {
+  const { tab, troubles } = await openViewer("#plots=0/2:Speed2d");
+  await settled(tab);
+  await tab.getByLabel("Search signals").fill("speed3d");
+  const leaf = tab.locator("button.signal", { has: tab.locator("span", { hasText: /^Speed3d$/ }) }).first();
+  await leaf.dragTo(tab.locator("figure.plot").first());
+  await settled(tab);
+  assert.equal(await tab.locator("figure.plot .legend button").count(), 2);
+  assert.match(tab.url(), /#plots=0\/2:Speed2d,0\/\d:Speed3d$/);
+  await leaf.dragTo(tab.locator("p.drop"));
+  await settled(tab);
+  assert.equal(await tab.locator("figure.plot").count(), 2);
+  const before = tab.url();
+  for (const text of ["0/2:Nothing", "9/2:Lat", "https://example.com/", "<b>"]) {
+    await tab.evaluate((given) => {
+      const dataTransfer = new DataTransfer();
+      dataTransfer.setData("text/plain", given);
+      document.querySelector("p.drop").dispatchEvent(new DragEvent("drop", { dataTransfer, cancelable: true }));
+    }, text);
+  }
+  assert.equal(tab.url(), before);
+  assert.deepEqual(troubles, []);
 });

@@ -24,7 +24,7 @@ std::optional<State> StateFollower::next() {
   if (!read && !ended_) return std::nullopt;
   const Nano gapEnd = read ? read->from : gapsEnd_;
   if (gaps_ == StateGaps::Filled && reached_ < gapEnd) {
-    waiting_ = std::move(read);
+    waiting_ = read;
     return State{.from = std::exchange(reached_, gapEnd), .to = gapEnd};
   }
   if (read) reached_ = read->to;
